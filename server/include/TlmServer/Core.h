@@ -1,0 +1,93 @@
+// The model server: catalogue, model tables, requests, scripts, change sets, events and live values.
+#ifndef TLMSERVER_CORE_H
+#define TLMSERVER_CORE_H
+
+#include <TlmWire/messages.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tlm::server {
+
+class Store;
+class LiveValues;
+class Catalogue;
+class ModelTables;
+
+// What one script may use before it is ended with kBudgetSpent.
+struct ScriptBudget {
+  int64_t steps = 200'000'000;
+  int milliseconds = 30'000;
+  size_t bytes = size_t{512} << 20;
+  int rows = 2'000'000;
+};
+
+struct CoreOptions {
+  ScriptBudget budget;
+  size_t maxRequestBytes = size_t{64} << 20;
+  int64_t keptEvents = 1'000'000;  // events kept in the store for clients that were away
+};
+
+// Who asks; written into events.
+struct Caller {
+  std::string user;
+};
+
+// Receives what the server publishes. Called on the thread that commits, in commit order, with the
+// publication lock held: it must return quickly and must not call the core.
+class Subscriber {
+ public:
+  virtual ~Subscriber() = default;
+  virtual void onEvent(const wire::Event& event) = 0;
+  virtual void onValue(const wire::ParamValue& value) = 0;
+};
+
+// One running model. Every public function may be called from any thread: reads run side by side,
+// commits one after another.
+class Core {
+ public:
+  // Loads the model from the store. Null with a message in *error when the store cannot be read.
+  static std::unique_ptr<Core> open(std::unique_ptr<Store> store, const CoreOptions& options, std::string* error);
+  ~Core();
+  Core(const Core&) = delete;
+  Core& operator=(const Core&) = delete;
+
+  // Carries out one request outside a block. An update is a block of its own.
+  wire::Reply execute(const wire::Request& request, const Caller& caller);
+
+  // Carries out a block: its updates are one transaction, checked whole, made durable, applied,
+  // published, in this order, before the reply; its other requests see the tables after it.
+  wire::BlockReply execute(const wire::Block& block, const Caller& caller);
+
+  // Starts to deliver the events of `kinds` that are later than `after` (-1: from now on), and the values
+  // of `locIds`. A second call for the same subscriber replaces the lists and delivers nothing twice.
+  // False when the server no longer holds all events after `after`.
+  bool subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after);
+  void subscribeValues(Subscriber* subscriber, const std::vector<int>& locIds);
+  void unsubscribe(Subscriber* subscriber);  // no call is under way when it returns
+
+  // Publishes an event that is not kept, such as the receipt of a command.
+  void publish(wire::Event event);
+
+  int64_t lastSequence() const;
+  const std::string& identity() const;  // of the store, 32 characters
+
+  const Catalogue& catalogue() const;
+  LiveValues& live();
+
+  // Runs `look` with the tables held for reading.
+  void read(const std::function<void(const ModelTables&)>& look) const;
+
+ private:
+  struct State;
+  explicit Core(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tlm::server
+
+#endif

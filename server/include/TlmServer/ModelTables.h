@@ -1,0 +1,32 @@
+// The model tables in memory, by name, with their numbered keys.
+#ifndef TLMSERVER_MODELTABLES_H
+#define TLMSERVER_MODELTABLES_H
+
+#include <TlmServer/Catalogue.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace tlm::server {
+
+// Holds one array for each table of the catalogue. Not locked: the core guards it.
+class ModelTables {
+ public:
+  explicit ModelTables(const Catalogue& catalogue);
+  ~ModelTables();
+  ModelTables(const ModelTables&) = delete;
+  ModelTables& operator=(const ModelTables&) = delete;
+
+  MDArray* table(std::string_view name) const;  // null when unknown; case respected
+  const Catalogue& catalogue() const { return catalogue_; }
+
+ private:
+  const Catalogue& catalogue_;
+  std::unordered_map<std::string, MDArray*> tables_;
+};
+
+}  // namespace tlm::server
+
+#endif
