@@ -1,0 +1,43 @@
+// What carries a session's requests to a server and its events back.
+#ifndef TLMCLIENT_ITRANSPORT_H
+#define TLMCLIENT_ITRANSPORT_H
+
+#include <TlmClient/export.h>
+#include <TlmWire/messages.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace tlm {
+
+// Called by a transport on any thread, never from within a call of the transport.
+class TLMCLIENT_API TransportListener {
+ public:
+  virtual ~TransportListener();
+  virtual void onReply(uint64_t id, wire::BlockReply reply) = 0;  // each id at most once
+  virtual void onEvent(wire::Event event) = 0;
+  virtual void onValue(wire::ParamValue value) = 0;
+  virtual void onLine(bool alive, const std::string& why) = 0;
+};
+
+// Used by one thread.
+class TLMCLIENT_API ITransport {
+ public:
+  virtual ~ITransport();  // no call of the listener is under way or to come when it returns
+
+  virtual void setListener(TransportListener* listener) = 0;
+
+  // Sends a block (a request outside a block is a block of one); the answer comes under `id`. False when
+  // the line is dead or the block is over the size limit.
+  virtual bool send(uint64_t id, wire::Block block) = 0;
+
+  // Each replaces the whole list.
+  virtual void subscribeEvents(const std::vector<int>& kinds) = 0;
+  virtual void subscribeValues(const std::vector<int>& locIds) = 0;
+
+  virtual bool alive() const = 0;
+};
+
+}  // namespace tlm
+
+#endif
