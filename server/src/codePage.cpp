@@ -1,4 +1,4 @@
-#include <TlmServer/Text1251.h>
+#include <TlmServer/CodePage.h>
 
 #include <array>
 #include <cstdint>
@@ -73,7 +73,7 @@ size_t asciiPrefix(std::string_view text) {
 
 bool isAscii(std::string_view text) { return asciiPrefix(text) == text.size(); }
 
-void appendFrom1251(std::string_view bytes, std::string* utf8) {
+void appendFromCodePage(std::string_view bytes, std::string* utf8) {
   for (const char c : bytes) {
     const uint32_t code = codePoint(static_cast<uint8_t>(c));
     if (code < 0x80) {
@@ -90,14 +90,14 @@ void appendFrom1251(std::string_view bytes, std::string* utf8) {
   }
 }
 
-std::string from1251(std::string_view bytes) {
+std::string fromCodePage(std::string_view bytes) {
   std::string utf8;
   utf8.reserve(bytes.size() * 2);
-  appendFrom1251(bytes, &utf8);
+  appendFromCodePage(bytes, &utf8);
   return utf8;
 }
 
-size_t to1251(std::string_view utf8, char* out, bool* lossless) {
+size_t toCodePage(std::string_view utf8, char* out, bool* lossless) {
   size_t at = asciiPrefix(utf8);
   std::memcpy(out, utf8.data(), at);
   size_t written = at;
@@ -113,9 +113,9 @@ size_t to1251(std::string_view utf8, char* out, bool* lossless) {
   return written;
 }
 
-std::string to1251(std::string_view utf8, bool* lossless) {
+std::string toCodePage(std::string_view utf8, bool* lossless) {
   std::string bytes(utf8.size(), '\0');
-  bytes.resize(to1251(utf8, bytes.data(), lossless));
+  bytes.resize(toCodePage(utf8, bytes.data(), lossless));
   return bytes;
 }
 
