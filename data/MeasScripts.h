@@ -4,9 +4,25 @@
 #ifndef TLMMEAS_MEASSCRIPTS_H
 #define TLMMEAS_MEASSCRIPTS_H
 
+#include <array>
+#include <cstddef>
+
+namespace meas_scripts {
+
+// Puts the pieces of a script together when the program is built.
+template <size_t... Sizes>
+constexpr auto join(const char (&... parts)[Sizes]) {
+  std::array<char, (... + (Sizes - 1)) + 1> text{};
+  size_t end = 0;
+  const auto append = [&text, &end](const char* part, size_t length) {
+    for (size_t i = 0; i < length; ++i) text[end++] = part[i];
+  };
+  (append(parts, Sizes - 1), ...);
+  return text;
+}
+
 // The columns of a measurement row: the table that scripts 4 and 5 return.
-#define MEAS_SCRIPT_COLUMNS \
-  R"(  result = CTblNew();
+inline constexpr char kColumns[] = R"(  result = CTblNew();
   CTblFldAdd(result, "KeyLink", fld_Char, 32);
   CTblFldAdd(result, "ClassName", fld_Memo, 0);
   CTblFldAdd(result, "name_", fld_Memo, 0);
@@ -17,11 +33,10 @@
   CTblFldAdd(result, "MeasurementArchGroupKey", fld_Char, 32);
   CTblFldAdd(result, "primaryLocId", fld_Int64, 0);
   CTblFldAdd(result, "CheckTu", fld_Bool, 0);
-)"
+)";
 
 // Adds the row of the measurement r_meas, if it has an object.
-#define MEAS_SCRIPT_ROW \
-  R"(    v = CRecFldGet(r_meas, "KeyLink");
+inline constexpr char kRow[] = R"(    v = CRecFldGet(r_meas, "KeyLink");
     r_ido = CTblRecSeek(t_ido, 0, v);
     if (type(r_ido[0]) == var_Rec) {
       val_tu = 0;
@@ -41,85 +56,27 @@
       CTblRecPost(tmp);
     }
     i = i + 1;
-)"
-
-// 1. The lowest hole between the measurement numbers, or 0.
-inline constexpr char kScriptFreeLocId[] = R"(f%1()
-{
-  var t_meas, rec, idx, n, val, v, vPrev;
-  Result = 0;
-  t_meas = _ModelTableByName("Measurement");
-  n = CTblRecCount(t_meas);
-  if (n == 0) exit;
-  rec = CTblRec(t_meas, 1, 0);
-  val = CRecFldGet(rec, "locId");
-  if (type(val) != var_Int) exit;
-  vPrev = int(val);
-  idx = 1;
-  while (idx < n) {
-    rec = CTblRec(t_meas, 1, idx);
-    val = CRecFldGet(rec, "locId");
-    if (type(val) != var_Int) break;
-    v = int(val);
-    if (v - vPrev > 1) {
-      Result = vPrev + 1;
-      exit;
-    }
-    vPrev = v;
-    idx = idx + 1;
-  }
-  Result = 0;
-}
 )";
 
-// 2. 1 if the number is taken.
-inline constexpr char kScriptLocIdIsBusy[] = R"(f%1(locid)
-{
-  var t_meas, rec;
-  Result = 0;
-  t_meas = _ModelTableByName("Measurement");
-  rec = CTblRecSeek(t_meas, 1, locid);
-  if (type(rec[0]) == var_Rec) Result = 1;
-}
+// Adds the row of a taken number: that of the measurement `rec`.
+inline constexpr char kTaken[] = R"(      val = CRecFldGet(rec, "KeyLink");
+      r_ido = CTblRecSeek(t_ido, 0, val);
+      name = "";
+      if (type(r_ido[0]) == var_Rec) name = CRecFldGet(r_ido[0], "name_");
+      tmp = CTblRecNew(result);
+      CRecFldPut(tmp, 0, CRecFldGet(rec, "locId"));
+      CRecFldPut(tmp, 1, name);
+      CTblRecPost(tmp);
 )";
 
-// 3. 1 if a measurement of the remote unit has the text in its name.
-inline constexpr char kScriptNameInUnit[] = R"(f%1(rtu, val)
-{
-  var t_ido, t_meas, r_meas, r_ido, idx, n, v;
-  Result = 0;
-  t_ido = _ModelTableByName("IdentifiedObject");
-  t_meas = _ModelTableByName("Measurement");
-  r_meas = CTblRecSeek(t_meas, 3, rtu);
-  if (type(r_meas[0]) != var_Rec) exit;
-  idx = r_meas[1];
-  n = CTblRecCount(t_meas);
-  while (idx < n) {
-    r_meas = CTblRec(t_meas, 3, idx);
-    v = CRecFldGet(r_meas, "RemoteUnitKey");
-    if (type(v) != var_Str || cmp(v, rtu) != 0) break;
-    v = CRecFldGet(r_meas, "KeyLink");
-    r_ido = CTblRecSeek(t_ido, 0, v);
-    if (type(r_ido[0]) == var_Rec) {
-      v = CRecFldGet(r_ido[0], "name_");
-      if (type(v) == var_Str && posi(v, val) >= 0) {
-        Result = 1;
-        exit;
-      }
-    }
-    idx = idx + 1;
-  }
-}
-)";
-
-// 4. The measurements of a remote unit.
-inline constexpr char kScriptUnitMeasurements[] = R"(f%1(rtu)
+inline constexpr auto kUnitMeasurements = join(R"(f%1(rtu)
 {
   var t_ido, t_meas, t_disc, r_meas, r_ido, r_disc, tmp, i, n, v, val_tu;
   t_ido = _ModelTableByName("IdentifiedObject");
   t_meas = _ModelTableByName("Measurement");
   t_disc = _ModelTableByName("Discrete");
-)" MEAS_SCRIPT_COLUMNS R"(
+)",
+                                               kColumns, R"(
   r_meas = CTblRecSeek(t_meas, 3, rtu);
   if (type(r_meas[0]) != var_Rec) exit;
   i = r_meas[1];
@@ -128,19 +85,19 @@ inline constexpr char kScriptUnitMeasurements[] = R"(f%1(rtu)
     r_meas = CTblRec(t_meas, 3, i);
     v = CRecFldGet(r_meas, "RemoteUnitKey");
     if (type(v) != var_Str || cmp(v, rtu) != 0) break;
-)" MEAS_SCRIPT_ROW R"(  }
+)",
+                                               kRow, R"(  }
 }
-)";
+)");
 
-// 5. The measurements without a remote unit: those with an empty text first, then those with null.
-// Null stands first in the key's order, so the walk begins with the empty texts and then goes back.
-inline constexpr char kScriptUnitlessMeasurements[] = R"(f%1()
+inline constexpr auto kUnitlessMeasurements = join(R"(f%1()
 {
   var t_ido, t_meas, t_disc, r_meas, r_ido, r_disc, tmp, i, n, v, val_tu, rtu, fl_null;
   t_ido = _ModelTableByName("IdentifiedObject");
   t_meas = _ModelTableByName("Measurement");
   t_disc = _ModelTableByName("Discrete");
-)" MEAS_SCRIPT_COLUMNS R"(
+)",
+                                                   kColumns, R"(
   rtu = "";
   fl_null = "false";
   r_meas = CTblRecSeek(t_meas, 3, rtu);
@@ -171,12 +128,164 @@ inline constexpr char kScriptUnitlessMeasurements[] = R"(f%1()
       }
     }
     else if (type(v) != 0) break;
-)" MEAS_SCRIPT_ROW R"(  }
+)",
+                                                   kRow, R"(  }
+}
+)");
+
+inline constexpr auto kFreeInRange = join(R"(f%1(countNeed, locidBeg, locidEnd, step)
+{
+  var t_ido, t_meas, r_meas, r_ido, rec, tmp, n, idx, val, name, v, vPrev, i, count;
+  t_ido = _ModelTableByName("IdentifiedObject");
+  t_meas = _ModelTableByName("Measurement");
+  n = CTblRecCount(t_meas);
+  result = CTblNew();
+  CTblFldAdd(result, "locId", fld_Int32, 0);
+  CTblFldAdd(result, "name_", fld_Memo, 0);
+  r_meas = CTblRecSeek(t_meas, 1, locidBeg);
+  idx = r_meas[1];
+  if (type(r_meas[0]) == var_Rec) {
+      rec = r_meas[0];
+      if (type(CRecFldGet(rec, "locId")) != var_Int) exit;
+)",
+                                          kTaken, R"(      count = 1;
+  }
+  else {
+    tmp = CTblRecNew(result);
+    CRecFldPut(tmp, 0, locidBeg);
+    CRecFldPut(tmp, 1, "FreeLocId");
+    CTblRecPost(tmp);
+    count = 1;
+    r_meas = CTblRec(t_meas, 1, idx);
+    if (type(r_meas) == var_Rec && idx < n) {
+      val = CRecFldGet(r_meas, "locId");
+      if (type(val) != var_Int) exit;
+      v = int(val);
+      if (v - locidBeg > step) {
+        count = int((v - locidBeg) / step);
+        if (count > countNeed) count = countNeed;
+        i = 1;
+        while (i < count) {
+          tmp = CTblRecNew(result);
+          CRecFldPut(tmp, 0, locidBeg + i * step);
+          CRecFldPut(tmp, 1, "FreeLocId");
+          CTblRecPost(tmp);
+          i = i + 1;
+        }
+      }
+    }
+  }
+  if (count == countNeed) exit;
+  vPrev = locidBeg + (count - 1) * step;
+  while (idx < n && count < countNeed && vPrev + step < locidEnd) {
+    r_meas = CTblRecSeek(t_meas, 1, vPrev + step);
+    if (type(r_meas[0]) == var_Rec) {
+      rec = r_meas[0];
+      if (type(CRecFldGet(rec, "locId")) != var_Int) exit;
+)",
+                                          kTaken, R"(    }
+    else {
+      tmp = CTblRecNew(result);
+      CRecFldPut(tmp, 0, vPrev + step);
+      CRecFldPut(tmp, 1, "FreeLocId");
+      CTblRecPost(tmp);
+    }
+    count = count + 1;
+    vPrev = vPrev + step;
+    idx = r_meas[1];
+  }
+  // Behind the last number everything is free; the bounds differ from those above on purpose.
+  while (idx >= n && count <= countNeed && vPrev + step <= locidEnd) {
+    tmp = CTblRecNew(result);
+    CRecFldPut(tmp, 0, vPrev + step);
+    CRecFldPut(tmp, 1, "FreeLocId");
+    CTblRecPost(tmp);
+    count = count + 1;
+    vPrev = vPrev + step;
+  }
+}
+)");
+
+}  // namespace meas_scripts
+
+// 1. The lowest hole between the measurement numbers, or 0.
+inline constexpr const char* kScriptFreeLocId = R"(f%1()
+{
+  var t_meas, rec, idx, n, val, v, vPrev;
+  Result = 0;
+  t_meas = _ModelTableByName("Measurement");
+  n = CTblRecCount(t_meas);
+  if (n == 0) exit;
+  rec = CTblRec(t_meas, 1, 0);
+  val = CRecFldGet(rec, "locId");
+  if (type(val) != var_Int) exit;
+  vPrev = int(val);
+  idx = 1;
+  while (idx < n) {
+    rec = CTblRec(t_meas, 1, idx);
+    val = CRecFldGet(rec, "locId");
+    if (type(val) != var_Int) break;
+    v = int(val);
+    if (v - vPrev > 1) {
+      Result = vPrev + 1;
+      exit;
+    }
+    vPrev = v;
+    idx = idx + 1;
+  }
+  Result = 0;
 }
 )";
 
+// 2. 1 if the number is taken.
+inline constexpr const char* kScriptLocIdIsBusy = R"(f%1(locid)
+{
+  var t_meas, rec;
+  Result = 0;
+  t_meas = _ModelTableByName("Measurement");
+  rec = CTblRecSeek(t_meas, 1, locid);
+  if (type(rec[0]) == var_Rec) Result = 1;
+}
+)";
+
+// 3. 1 if a measurement of the remote unit has the text in its name.
+inline constexpr const char* kScriptNameInUnit = R"(f%1(rtu, val)
+{
+  var t_ido, t_meas, r_meas, r_ido, idx, n, v;
+  Result = 0;
+  t_ido = _ModelTableByName("IdentifiedObject");
+  t_meas = _ModelTableByName("Measurement");
+  r_meas = CTblRecSeek(t_meas, 3, rtu);
+  if (type(r_meas[0]) != var_Rec) exit;
+  idx = r_meas[1];
+  n = CTblRecCount(t_meas);
+  while (idx < n) {
+    r_meas = CTblRec(t_meas, 3, idx);
+    v = CRecFldGet(r_meas, "RemoteUnitKey");
+    if (type(v) != var_Str || cmp(v, rtu) != 0) break;
+    v = CRecFldGet(r_meas, "KeyLink");
+    r_ido = CTblRecSeek(t_ido, 0, v);
+    if (type(r_ido[0]) == var_Rec) {
+      v = CRecFldGet(r_ido[0], "name_");
+      if (type(v) == var_Str && posi(v, val) >= 0) {
+        Result = 1;
+        exit;
+      }
+    }
+    idx = idx + 1;
+  }
+}
+)";
+
+// 4. The measurements of a remote unit.
+inline constexpr const char* kScriptUnitMeasurements = meas_scripts::kUnitMeasurements.data();
+
+// 5. The measurements without a remote unit: those with an empty text first, then those with null.
+// Null stands first in the key's order, so the walk begins with the empty texts and then goes back.
+inline constexpr const char* kScriptUnitlessMeasurements = meas_scripts::kUnitlessMeasurements.data();
+
 // 6. Free numbers, `countNeed` of them, from `locidBeg` on.
-inline constexpr char kScriptFreeFromGiven[] = R"(f%1(countNeed, locidBeg)
+inline constexpr const char* kScriptFreeFromGiven = R"(f%1(countNeed, locidBeg)
 {
   var t_ido, t_meas, r_meas, tmp, n, idx, val, v, vPrev, i, count, count1;
   t_ido = _ModelTableByName("IdentifiedObject");
@@ -244,92 +353,7 @@ inline constexpr char kScriptFreeFromGiven[] = R"(f%1(countNeed, locidBeg)
 }
 )";
 
-// Adds the row of a taken number: that of the measurement `rec`.
-#define MEAS_SCRIPT_TAKEN \
-  R"(      val = CRecFldGet(rec, "KeyLink");
-      r_ido = CTblRecSeek(t_ido, 0, val);
-      name = "";
-      if (type(r_ido[0]) == var_Rec) name = CRecFldGet(r_ido[0], "name_");
-      tmp = CTblRecNew(result);
-      CRecFldPut(tmp, 0, CRecFldGet(rec, "locId"));
-      CRecFldPut(tmp, 1, name);
-      CTblRecPost(tmp);
-)"
-
 // 7. The numbers of a range, each with the name of its measurement or "FreeLocId".
-inline constexpr char kScriptFreeInRange[] = R"(f%1(countNeed, locidBeg, locidEnd, step)
-{
-  var t_ido, t_meas, r_meas, r_ido, rec, tmp, n, idx, val, name, v, vPrev, i, count;
-  t_ido = _ModelTableByName("IdentifiedObject");
-  t_meas = _ModelTableByName("Measurement");
-  n = CTblRecCount(t_meas);
-  result = CTblNew();
-  CTblFldAdd(result, "locId", fld_Int32, 0);
-  CTblFldAdd(result, "name_", fld_Memo, 0);
-  r_meas = CTblRecSeek(t_meas, 1, locidBeg);
-  idx = r_meas[1];
-  if (type(r_meas[0]) == var_Rec) {
-      rec = r_meas[0];
-      if (type(CRecFldGet(rec, "locId")) != var_Int) exit;
-)" MEAS_SCRIPT_TAKEN R"(      count = 1;
-  }
-  else {
-    tmp = CTblRecNew(result);
-    CRecFldPut(tmp, 0, locidBeg);
-    CRecFldPut(tmp, 1, "FreeLocId");
-    CTblRecPost(tmp);
-    count = 1;
-    r_meas = CTblRec(t_meas, 1, idx);
-    if (type(r_meas) == var_Rec && idx < n) {
-      val = CRecFldGet(r_meas, "locId");
-      if (type(val) != var_Int) exit;
-      v = int(val);
-      if (v - locidBeg > step) {
-        count = int((v - locidBeg) / step);
-        if (count > countNeed) count = countNeed;
-        i = 1;
-        while (i < count) {
-          tmp = CTblRecNew(result);
-          CRecFldPut(tmp, 0, locidBeg + i * step);
-          CRecFldPut(tmp, 1, "FreeLocId");
-          CTblRecPost(tmp);
-          i = i + 1;
-        }
-      }
-    }
-  }
-  if (count == countNeed) exit;
-  vPrev = locidBeg + (count - 1) * step;
-  while (idx < n && count < countNeed && vPrev + step < locidEnd) {
-    r_meas = CTblRecSeek(t_meas, 1, vPrev + step);
-    if (type(r_meas[0]) == var_Rec) {
-      rec = r_meas[0];
-      if (type(CRecFldGet(rec, "locId")) != var_Int) exit;
-)" MEAS_SCRIPT_TAKEN R"(    }
-    else {
-      tmp = CTblRecNew(result);
-      CRecFldPut(tmp, 0, vPrev + step);
-      CRecFldPut(tmp, 1, "FreeLocId");
-      CTblRecPost(tmp);
-    }
-    count = count + 1;
-    vPrev = vPrev + step;
-    idx = r_meas[1];
-  }
-  // Behind the last number everything is free; the bounds differ from those above on purpose.
-  while (idx >= n && count <= countNeed && vPrev + step <= locidEnd) {
-    tmp = CTblRecNew(result);
-    CRecFldPut(tmp, 0, vPrev + step);
-    CRecFldPut(tmp, 1, "FreeLocId");
-    CTblRecPost(tmp);
-    count = count + 1;
-    vPrev = vPrev + step;
-  }
-}
-)";
-
-#undef MEAS_SCRIPT_COLUMNS
-#undef MEAS_SCRIPT_ROW
-#undef MEAS_SCRIPT_TAKEN
+inline constexpr const char* kScriptFreeInRange = meas_scripts::kFreeInRange.data();
 
 #endif
