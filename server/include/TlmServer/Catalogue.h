@@ -11,10 +11,12 @@
 
 namespace tlm::server {
 
+inline constexpr size_t kKeyLength = 32;  // characters of an object's key
+
 struct FieldDef {
   std::string name;      // Latin
   std::string title;     // Russian, UTF-8
-  std::string declared;  // "TEXT", "GUID", "GUID_REF", "INTEGER", "DOUBLE", "BOOLEAN", "ENUM", "DATETIME", ...
+  std::string declared;  // one of declaredTypes()
   std::string param;     // parameter text: enumerations, "Meas", "SrvGroups", reference table (UTF-8)
   uint8_t type = 0;      // MDX_*
   uint8_t size = 0;
@@ -27,6 +29,8 @@ struct TableDef {
   std::string param;
   std::vector<FieldDef> fields;   // field 0 is "KeyLink"
   std::vector<std::string> keys;  // key expressions by number; 0 is "KeyLink"
+
+  int field(std::string_view fieldName) const;  // number of a field, case ignored (ASCII); -1 when unknown
 };
 
 class Catalogue {
@@ -40,15 +44,34 @@ class Catalogue {
   const std::vector<TableDef>& tables() const { return tables_; }
   const TableDef* table(std::string_view name) const;  // case respected; null when unknown
 
-  // The chain of a class in writing order, such as IdentifiedObject, Measurement, Analog.
+  // The chain of a class in writing order, such as IdentifiedObject, Measurement, Analog. Empty when unknown.
   std::vector<const TableDef*> chain(std::string_view className) const;
+
+  // The names of the declared types, in the order of their rows.
+  static const std::vector<std::string>& declaredTypes();
+
+  // Whether the table describes the catalogue itself ("Tables", "Fields", "FieldsType"): its rows are made
+  // from the catalogue by describe() and are never stored or changed.
+  static bool describesItself(std::string_view table);
 
   // Makes the fields and keys of a table in an empty array.
   static void makeStructure(const TableDef& table, MDArray* array);
 
+  // Adds to an empty "Tables", "Fields" or "FieldsType" its rows. Their keys depend on the names alone.
+  void describe(std::string_view table, MDArray* array) const;
+
+  // The key of the row of a table, field or declared type: 32 characters, the same at every start.
+  static std::string tableKey(std::string_view table);
+  static std::string fieldKey(std::string_view table, std::string_view field);
+  static std::string typeKey(std::string_view declared);
+
  private:
   std::vector<TableDef> tables_;
 };
+
+// One value of a parameter text, such as "RemoteUnit" for "REF" in "REF=RemoteUnit;READONLY=1". Quotation
+// marks around it are taken off. Empty when absent. Names are compared with case, at the start of a part.
+std::string_view paramValue(std::string_view param, std::string_view name);
 
 }  // namespace tlm::server
 

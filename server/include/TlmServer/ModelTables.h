@@ -4,14 +4,14 @@
 
 #include <TlmServer/Catalogue.h>
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 namespace tlm::server {
 
-// Holds one array for each table of the catalogue. Not locked: the core guards it.
+// Holds one array for each table of the catalogue, with its fields and numbered keys, no records but those
+// of the three tables that describe the catalogue. Not locked: the core guards it.
 class ModelTables {
  public:
   explicit ModelTables(const Catalogue& catalogue);
@@ -23,8 +23,13 @@ class ModelTables {
   const Catalogue& catalogue() const { return catalogue_; }
 
  private:
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+  };
+
   const Catalogue& catalogue_;
-  std::unordered_map<std::string, MDArray*> tables_;
+  std::unordered_map<std::string, MDArray*, Hash, std::equal_to<>> tables_;
 };
 
 }  // namespace tlm::server

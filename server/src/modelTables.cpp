@@ -1,0 +1,24 @@
+#include <TlmServer/ModelTables.h>
+
+namespace tlm::server {
+
+ModelTables::ModelTables(const Catalogue& catalogue) : catalogue_(catalogue) {
+  for (const TableDef& def : catalogue.tables()) {
+    MDArray* array = nullptr;
+    if (MDACreate(&array, 0) < 0) continue;
+    Catalogue::makeStructure(def, array);
+    if (Catalogue::describesItself(def.name)) catalogue.describe(def.name, array);
+    tables_.emplace(def.name, array);
+  }
+}
+
+ModelTables::~ModelTables() {
+  for (const auto& [name, array] : tables_) MDADestroy(array);
+}
+
+MDArray* ModelTables::table(std::string_view name) const {
+  const auto found = tables_.find(name);
+  return found == tables_.end() ? nullptr : found->second;
+}
+
+}  // namespace tlm::server

@@ -1,0 +1,102 @@
+// Short forms for values and fields, shared by the server's sources.
+#ifndef TLMSERVER_VALUES_H
+#define TLMSERVER_VALUES_H
+
+#include <TlmMdx/mdx.h>
+
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tlm::server {
+
+// The text of `text` must outlive the value.
+inline MDRVar textVar(std::string_view text) {
+  MDRVar v{};
+  v.type = MDX_TEXT;
+  v.text.length = static_cast<uint32_t>(text.size());
+  v.text.data = text.data();
+  return v;
+}
+
+inline MDRVar intVar(int64_t value) {
+  MDRVar v{};
+  v.type = MDX_INT64;
+  v.i64 = value;
+  return v;
+}
+
+inline MDRVar boolVar(bool value) {
+  MDRVar v{};
+  v.type = MDX_BOOL;
+  v.flag = value ? 1 : 0;
+  return v;
+}
+
+inline MDRVar doubleVar(double value) {
+  MDRVar v{};
+  v.type = MDX_DOUBLE;
+  v.f64 = value;
+  return v;
+}
+
+inline MDRVar nullVar(uint8_t type) {
+  MDRVar v{};
+  v.type = type;
+  v.isNull = 1;
+  return v;
+}
+
+inline bool isText(const MDRVar& v) { return v.type == MDX_TEXT || v.type == MDX_MEMO; }
+inline bool isNull(const MDRVar& v) { return v.type == MDX_NONE || v.isNull; }
+
+inline MDRVar valueOf(const MDRField* field, const MDRData* record) {
+  MDRVar v{};
+  MDRGetVal(field, record, &v);
+  return v;
+}
+
+inline MDRVar valueOf(const MDArray* array, const MDRData* record, const char* field) {
+  return valueOf(MDRFldByName(array, field), record);
+}
+
+// Empty for null and for values that are no text.
+inline std::string_view textOf(const MDRVar& v) {
+  return isNull(v) || !isText(v) ? std::string_view{} : std::string_view(v.text.data, v.text.length);
+}
+
+inline std::string_view textOf(const MDArray* array, const MDRData* record, const char* field) {
+  return textOf(valueOf(array, record, field));
+}
+
+inline std::optional<int64_t> intOf(const MDRVar& v) {
+  if (isNull(v)) return std::nullopt;
+  switch (v.type) {
+    case MDX_BOOL:
+      return v.flag != 0;
+    case MDX_INT32:
+      return v.i32;
+    case MDX_INT64:
+      return v.i64;
+    default:
+      return std::nullopt;
+  }
+}
+
+inline std::optional<int64_t> intOf(const MDArray* array, const MDRData* record, const char* field) {
+  return intOf(valueOf(array, record, field));
+}
+
+inline void put(const MDArray* array, MDRData* record, int field, const MDRVar& value) {
+  MDRSetVal(MDRFldByNum(array, field), record, &value);
+}
+
+inline MDRData* seekKey(const MDArray* array, std::string_view key, int* position = nullptr) {
+  const MDRVar v = textVar(key);
+  return MDARecSeekV(array, 0, &v, position);
+}
+
+}  // namespace tlm::server
+
+#endif
