@@ -1,6 +1,10 @@
 # Settings that every target of the project shares: warnings, sanitizers, compiler cache.
 
+option(TLM_USE_CCACHE "Compile through ccache where it is present" ON)
 find_program(TLM_CCACHE ccache)
+if(NOT TLM_USE_CCACHE)
+  set(TLM_CCACHE OFF)
+endif()
 if(TLM_CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
       CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
