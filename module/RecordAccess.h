@@ -1,0 +1,92 @@
+// Small helpers over the record interface: guards, values, texts of fields, seeks. Used by all of the module.
+#ifndef TLMMEAS_RECORDACCESS_H
+#define TLMMEAS_RECORDACCESS_H
+
+#include <TlmMdx/CMDArray.h>
+
+#include <QByteArray>
+#include <QString>
+#include <QTextCodec>
+
+#include <functional>
+#include <utility>
+
+// Calls a function at the end of its scope, whichever way the scope is left.
+class ScopeGuard {
+ public:
+  explicit ScopeGuard(std::function<void()> body) : body_(std::move(body)) {}
+  ~ScopeGuard() {
+    if (body_) body_();
+  }
+  ScopeGuard(const ScopeGuard&) = delete;
+  ScopeGuard& operator=(const ScopeGuard&) = delete;
+
+ private:
+  std::function<void()> body_;
+};
+
+// Values for seeks and writes. A text value points at `bytes`, which must outlive it.
+inline MDRVar textVar(const QByteArray& bytes) {
+  MDRVar value{};
+  value.type = MDX_TEXT;
+  value.text.length = static_cast<uint32_t>(bytes.size());
+  value.text.data = bytes.constData();
+  return value;
+}
+inline MDRVar nullTextVar() {
+  MDRVar value{};
+  value.type = MDX_TEXT;
+  value.isNull = 1;
+  return value;
+}
+inline MDRVar intVar(int number) {
+  MDRVar value{};
+  value.type = MDX_INT32;
+  value.i32 = number;
+  return value;
+}
+inline MDRVar boolVar(bool flag) {
+  MDRVar value{};
+  value.type = MDX_BOOL;
+  value.flag = flag ? 1 : 0;
+  return value;
+}
+
+// True when a value was read: the field exists and is not null.
+inline bool hasValue(const MDRVar& value) { return value.type != MDX_NONE && !value.isNull; }
+
+inline bool isText(const MDRVar& value) {
+  return hasValue(value) && (value.type == MDX_TEXT || value.type == MDX_MEMO);
+}
+
+// The text of a text value, decoded; empty for anything else.
+inline QString decodeVar(const MDRVar& value, QTextCodec* codec) {
+  return isText(value) ? codec->toUnicode(value.text.data, static_cast<int>(value.text.length)) : QString();
+}
+
+// The text of a field, by name or number; empty without a record, field or value.
+inline QString fieldText(const CMDArray& table, const MDRData* record, const char* name, QTextCodec* codec) {
+  MDRVar value{};
+  if (record) table.GetVal(record, name, value);
+  return decodeVar(value, codec);
+}
+inline QString fieldText(const CMDArray& table, const MDRData* record, int number, QTextCodec* codec) {
+  MDRVar value{};
+  if (record) table.GetVal(record, number, value);
+  return decodeVar(value, codec);
+}
+
+// The first record with that text in key `keyNumber`, or null.
+inline MDRData* seekText(const CMDArray& table, int keyNumber, const QString& text, QTextCodec* codec) {
+  const QByteArray bytes = codec->fromUnicode(text);
+  const MDRVar value = textVar(bytes);
+  return MDARecSeekV(table.array, keyNumber, &value, nullptr);
+}
+
+// A field of an array by number, by its name in the array's structure; null past the end.
+inline QByteArray fieldName(const CMDArray& table, int number) {
+  const char* name = MDAFldName(table.array, number);
+  return name ? QByteArray(name) : QByteArray();
+}
+
+#endif
