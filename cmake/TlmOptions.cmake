@@ -24,7 +24,7 @@ endif()
 
 add_library(tlm_options INTERFACE)
 target_compile_options(tlm_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Werror
-  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual=1>)
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
 if(TLM_CCACHE)
   # The cache can only keep objects of a precompiled header when the header is named in the preprocessed text.
   target_compile_options(tlm_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)

@@ -4,7 +4,10 @@
 
 #include <TlmClient/CPopTemplate.h>
 
+#include <QList>
 #include <QString>
+
+#include <memory>
 
 class QAbstractButton;
 
@@ -20,11 +23,11 @@ class TLMCLIENT_API CPopMessageBox : public CPopTemplate {
   explicit CPopMessageBox(QWidget* parent);
   ~CPopMessageBox() override;
 
-  // `slot` is a SLOT() text of the parent, which takes the clicked button, or null. It replaces the slot of
-  // the message before.
+  // `slot` is a SLOT() text of the parent, which takes the clicked button and closes the box, or null: then
+  // the box closes itself. It replaces the slot of the message before. May be called by such a slot.
   void setMessage(const QString& title, const QString& text, TMessageBoxIcon icon, TMessageBoxType type,
                   const char* slot);
-  void show();
+  void show();  // sized, centred over the parent, with the focus on the accepting button
 
   // 0 for the accepting button, 1 for any other.
   int ButtonRole(QAbstractButton* button) const;
@@ -38,6 +41,10 @@ class TLMCLIENT_API CPopMessageBox : public CPopTemplate {
   // True from show() until a button was pressed.
   bool isWaiting() const;
 
+  // For tests: all boxes that wait, and how many were destroyed while they did.
+  static QList<CPopMessageBox*> waitingBoxes();
+  static int abandonedCount();
+
  signals:
   void shown();
   void clicked(QAbstractButton* button);
@@ -47,8 +54,11 @@ class TLMCLIENT_API CPopMessageBox : public CPopTemplate {
   void On_Reject() override;
 
  private:
+  void press(QAbstractButton* button);
+  void makeButtons(TMessageBoxType type);
+
   struct Parts;
-  Parts* parts_;
+  std::unique_ptr<Parts> parts_;
 };
 
 #endif

@@ -68,7 +68,7 @@ class TLMCLIENT_API CTlmCliMod : public QMainWindow {
   void setModuleStyle();
 
   // A command to the host. True if it was carried out.
-  bool doCall(int code, void* data);
+  bool doCall(int code, void* argument);
 
   // Makes the shared message box if it is null, with the module as parent.
   CPopMessageBox* PopMessageBoxCreate();

@@ -43,10 +43,12 @@ class TLMCLIENT_API CTlmCliSes {
   virtual bool BlockEnd(bool send, MDXCliParam** reply) = 0;
 
   // Waits on the calling thread, without an event loop, until *reply is filled. -1 waits without limit,
-  // that is until the answer or the end of the line. False: no answer in time, or none is to come.
+  // that is until the answer or the end of the line. False: no answer in time, or none is to come; what
+  // comes later is dropped. A pointer that is filled already (a single reply of a block) gives true.
   virtual bool WaitResult(MDXCliParam** reply, int timeoutMs) = 0;
 
-  // Frees a reply; null is allowed.
+  // Frees a reply that this session filled; null, and one that is not of this session, are passed over.
+  // Replies that were never freed go with the session.
   virtual void PrmFree(MDXCliParam* reply) = 0;
 
   // A server time stamp (days since 30.12.1899, UTC) as session time (the same in local time).

@@ -1,0 +1,107 @@
+#include <TlmClient/CPopTemplate.h>
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kTitleHeight = 30;
+constexpr int kBorder = 1;
+constexpr int kInner = 14;
+
+QPoint within(const QRect& area, const QSize& size, const QPoint& topLeft) {
+  const int right = std::max(area.left(), area.right() + 1 - size.width());
+  const int bottom = std::max(area.top(), area.bottom() + 1 - size.height());
+  return {std::clamp(topLeft.x(), area.left(), right), std::clamp(topLeft.y(), area.top(), bottom)};
+}
+
+}  // namespace
+
+CPopTemplate::CPopTemplate(QWidget* parent) : QWidget(parent) {
+  if (!parent) setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
+  setFocusPolicy(Qt::StrongFocus);
+  if (parent) parent->installEventFilter(this);
+  hide();
+}
+
+CPopTemplate::~CPopTemplate() = default;
+
+QMargins CPopTemplate::panelMargins() { return {kInner, kTitleHeight + kInner, kInner, kInner}; }
+
+void CPopTemplate::setPanelTitle(const QString& title) {
+  panelTitle_ = title;
+  update();
+}
+
+QPoint CPopTemplate::keptInside(const QPoint& topLeft) const {
+  if (parentWidget()) return within(parentWidget()->rect(), size(), topLeft);
+  const QScreen* const screen = QApplication::primaryScreen();
+  return screen ? within(screen->availableGeometry(), size(), topLeft) : topLeft;
+}
+
+void CPopTemplate::moveToCenter() {
+  adjustSize();
+  const QScreen* const screen = QApplication::primaryScreen();
+  const QRect area = parentWidget() ? parentWidget()->rect() : screen ? screen->availableGeometry() : QRect();
+  move(keptInside(area.center() - rect().center()));
+}
+
+void CPopTemplate::On_Accept() { hide(); }
+void CPopTemplate::On_Reject() { hide(); }
+
+bool CPopTemplate::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == parent() && event->type() == QEvent::Resize && isVisible()) move(keptInside(pos()));
+  return QWidget::eventFilter(watched, event);
+}
+
+void CPopTemplate::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  raise();
+}
+
+void CPopTemplate::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  const QColor accent = palette().color(QPalette::Active, QPalette::Highlight);
+  painter.fillRect(rect(), palette().color(QPalette::Window));
+  const QRect bar(0, 0, width(), kTitleHeight);
+  painter.fillRect(bar, accent);
+  QFont bold = font();
+  bold.setBold(true);
+  painter.setFont(bold);
+  painter.setPen(palette().color(QPalette::Active, QPalette::HighlightedText));
+  const QRect room = bar.adjusted(kInner, 0, -kInner, 0);
+  painter.drawText(room, Qt::AlignVCenter | Qt::AlignLeft,
+                   QFontMetrics(bold).elidedText(panelTitle_, Qt::ElideRight, room.width()));
+  painter.setPen(QPen(accent.darker(120), kBorder));
+  painter.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+void CPopTemplate::keyPressEvent(QKeyEvent* event) {
+  switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      On_Accept();
+      break;
+    case Qt::Key_Escape:
+      On_Reject();
+      break;
+    default:
+      QWidget::keyPressEvent(event);
+  }
+}
+
+void CPopTemplate::mousePressEvent(QMouseEvent* event) {
+  dragging_ = event->button() == Qt::LeftButton && event->pos().y() < kTitleHeight;
+  grab_ = event->pos();
+}
+
+void CPopTemplate::mouseMoveEvent(QMouseEvent* event) {
+  if (dragging_) move(keptInside(mapToParent(event->pos() - grab_)));
+}
+
+void CPopTemplate::mouseReleaseEvent(QMouseEvent*) { dragging_ = false; }
