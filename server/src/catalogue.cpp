@@ -199,13 +199,6 @@ uint64_t hash(std::string_view text, uint64_t seed) {
   return seed * 0x9E3779B97F4A7C15ULL;
 }
 
-std::string nameKey(std::string_view text) {
-  char key[kKeyLength + 1];
-  std::snprintf(key, sizeof key, "%016llX%016llX", static_cast<unsigned long long>(hash(text, 0xcbf29ce484222325ULL)),
-                static_cast<unsigned long long>(hash(text, 0x84222325cbf29ce4ULL)));
-  return key;
-}
-
 // Adds one row whose fields are set by name.
 class Row {
  public:
@@ -232,6 +225,13 @@ class Row {
 };
 
 }  // namespace
+
+std::string keyOfName(std::string_view text) {
+  char key[kKeyLength + 1];
+  std::snprintf(key, sizeof key, "%016llX%016llX", static_cast<unsigned long long>(hash(text, 0xcbf29ce484222325ULL)),
+                static_cast<unsigned long long>(hash(text, 0x84222325cbf29ce4ULL)));
+  return key;
+}
 
 int TableDef::field(std::string_view fieldName) const {
   for (size_t i = 0; i < fields.size(); ++i) {
@@ -295,6 +295,11 @@ bool Catalogue::describesItself(std::string_view table) {
 }
 
 void Catalogue::makeStructure(const TableDef& table, MDArray* array) {
+  makeFields(table, array);
+  makeKeys(table, array);
+}
+
+void Catalogue::makeFields(const TableDef& table, MDArray* array) {
   for (const FieldDef& field : table.fields) {
     MDRFldDesc desc{};
     field.name.copy(desc.name, sizeof desc.name - 1);
@@ -302,11 +307,16 @@ void Catalogue::makeStructure(const TableDef& table, MDArray* array) {
     desc.type = field.type;
     MDAFldAdd(array, 1, &desc);
   }
+}
+
+void Catalogue::makeKeys(const TableDef& table, MDArray* array) {
+  const int before = MDAKeyCount(array);
   for (const std::string& key : table.keys) {
     MDRKeyDesc desc{};
     key.copy(desc.expression, sizeof desc.expression);
     MDAKeyAdd(array, 1, &desc);
   }
+  for (int i = 0; i < before; ++i) MDAKeyDel(array, 0);
 }
 
 void Catalogue::describe(std::string_view table, MDArray* array) const {
@@ -339,13 +349,13 @@ void Catalogue::describe(std::string_view table, MDArray* array) const {
   }
 }
 
-std::string Catalogue::tableKey(std::string_view table) { return nameKey("table " + std::string(table)); }
+std::string Catalogue::tableKey(std::string_view table) { return keyOfName("table " + std::string(table)); }
 
 std::string Catalogue::fieldKey(std::string_view table, std::string_view field) {
-  return nameKey("field " + std::string(table) + "." + std::string(field));
+  return keyOfName("field " + std::string(table) + "." + std::string(field));
 }
 
-std::string Catalogue::typeKey(std::string_view declared) { return nameKey("type " + std::string(declared)); }
+std::string Catalogue::typeKey(std::string_view declared) { return keyOfName("type " + std::string(declared)); }
 
 std::string_view paramValue(std::string_view param, std::string_view name) {
   for (const std::string_view part : split(param, ';')) {

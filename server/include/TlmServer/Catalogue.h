@@ -54,8 +54,11 @@ class Catalogue {
   // from the catalogue by describe() and are never stored or changed.
   static bool describesItself(std::string_view table);
 
-  // Makes the fields and keys of a table in an empty array.
+  // Makes the fields and keys of a table in an empty array; or one of the two. Keys that are made when the
+  // rows are in cost less; the default key that such an array has by then is taken away.
   static void makeStructure(const TableDef& table, MDArray* array);
+  static void makeFields(const TableDef& table, MDArray* array);
+  static void makeKeys(const TableDef& table, MDArray* array);
 
   // Adds to an empty "Tables", "Fields" or "FieldsType" its rows. Their keys depend on the names alone.
   void describe(std::string_view table, MDArray* array) const;
@@ -72,6 +75,9 @@ class Catalogue {
 // One value of a parameter text, such as "RemoteUnit" for "REF" in "REF=RemoteUnit;READONLY=1". Quotation
 // marks around it are taken off. Empty when absent. Names are compared with case, at the start of a part.
 std::string_view paramValue(std::string_view param, std::string_view name);
+
+// A key of 32 characters made from a text; the same text gives the same key everywhere.
+std::string keyOfName(std::string_view text);
 
 }  // namespace tlm::server
 
