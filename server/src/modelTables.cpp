@@ -2,14 +2,19 @@
 
 namespace tlm::server {
 
-ModelTables::ModelTables(const Catalogue& catalogue) : catalogue_(catalogue) {
+ModelTables::ModelTables(const Catalogue& catalogue, Keys keys) : catalogue_(catalogue) {
   for (const TableDef& def : catalogue.tables()) {
     MDArray* array = nullptr;
     if (MDACreate(&array, 0) < 0) continue;
-    Catalogue::makeStructure(def, array);
+    Catalogue::makeFields(def, array);
+    if (keys == Keys::kNow) Catalogue::makeKeys(def, array);
     if (Catalogue::describesItself(def.name)) catalogue.describe(def.name, array);
     tables_.emplace(def.name, array);
   }
+}
+
+void ModelTables::makeKeys() {
+  for (const TableDef& def : catalogue_.tables()) Catalogue::makeKeys(def, table(def.name));
 }
 
 ModelTables::~ModelTables() {

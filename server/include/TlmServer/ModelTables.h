@@ -14,13 +14,18 @@ namespace tlm::server {
 // of the three tables that describe the catalogue. Not locked: the core guards it.
 class ModelTables {
  public:
-  explicit ModelTables(const Catalogue& catalogue);
+  // Rows that come by the million cost less when the keys are made after them: kLater leaves the tables without
+  // keys (rows in order of arrival) until makeKeys().
+  enum class Keys { kNow, kLater };
+  explicit ModelTables(const Catalogue& catalogue, Keys keys = Keys::kNow);
   ~ModelTables();
   ModelTables(const ModelTables&) = delete;
   ModelTables& operator=(const ModelTables&) = delete;
 
   MDArray* table(std::string_view name) const;  // null when unknown; case respected
   const Catalogue& catalogue() const { return catalogue_; }
+
+  void makeKeys();  // once, after kLater
 
  private:
   struct Hash {
