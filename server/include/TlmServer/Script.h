@@ -6,11 +6,19 @@
 #include <TlmServer/Core.h>
 #include <TlmServer/ModelTables.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
+namespace tlm::script {
+struct Program;
+}
+
 namespace tlm::server {
+
+// The model table of a name, or null.
+using TableSource = std::function<MDArray*(std::string_view name)>;
 
 // A compiled script. May be run from several threads at once.
 class Script {
@@ -29,15 +37,15 @@ class Script {
     std::string error;
   };
 
-  // Runs the function with the elements of `arguments` (an array value, or null). `result` takes the scalar
-  // or the table that the script assigned; CVAR_NULL when it assigned none. The tables must not change
-  // during the run.
+  // Runs the function with the elements of `arguments` (an array value, or null). `result`, which the caller
+  // has initialised, takes the scalar or the table that the script assigned and owns it; CVAR_NULL when it
+  // assigned none or failed. The tables must not change during the run.
   Outcome run(const ModelTables& tables, const CVar* arguments, const ScriptBudget& budget, CVar* result) const;
+  Outcome run(const TableSource& tables, const CVar* arguments, const ScriptBudget& budget, CVar* result) const;
 
  private:
-  struct Program;
-  explicit Script(std::unique_ptr<Program> program);
-  std::unique_ptr<Program> program_;
+  explicit Script(std::unique_ptr<script::Program> program);
+  std::unique_ptr<script::Program> program_;
 };
 
 }  // namespace tlm::server

@@ -1,0 +1,73 @@
+// Runs a program once.
+#ifndef TLMSERVER_SCRIPT_MACHINE_H
+#define TLMSERVER_SCRIPT_MACHINE_H
+
+#include "Meter.h"
+#include "Program.h"
+#include "Tables.h"
+
+#include <memory_resource>
+#include <vector>
+
+namespace tlm::script {
+
+class Machine {
+ public:
+  // Resolves the program's tables, fields and keys. Fails where one is not there.
+  Machine(const Program& program, const server::TableSource& source, const server::ScriptBudget& budget);
+
+  // Fails when the arguments are not those that the function takes.
+  void setArguments(const CVar* arguments);
+  void execute();
+  // What the script returned, into a value that holds nothing.
+  void giveResult(CVar* out);
+
+ private:
+  using Registers = Value*;
+
+  // Functions of the language: Machine_functions.cpp.
+  void modelTable(const Instruction& in);
+  void newTable(const Instruction& in);
+  void addField(const Instruction& in);
+  void count(const Instruction& in);
+  void seek(const Instruction& in);
+  void recordAt(const Instruction& in);
+  void newRecord(const Instruction& in);
+  void postRecord(const Instruction& in);
+  void getField(const Instruction& in);
+  void putField(const Instruction& in);
+  void compareTexts(const Instruction& in);
+  void findText(const Instruction& in);
+  void toInt(const Instruction& in);
+  MDRVar keyValue(const Value& value, const MDRField* field, Offset at) const;
+  MDRVar fieldValue(const Value& value, Offset at) const;
+  Value read(const MDRField* field, const Value& record, Offset at);
+  Value valueOf(const MDRVar& var, const Value& record, Offset at);
+
+  // Operators: Machine.cpp.
+  void arithmetic(const Instruction& in);
+  void fractions(const Instruction& in, double a, double b);
+  void divide(const Instruction& in, int64_t a, int64_t b);
+  void negate(const Instruction& in);
+  void index(const Instruction& in);
+  void returnScalar(const Instruction& in);
+  void returnTable(const Instruction& in);
+  bool equal(const Value& a, const Value& b) const;
+  int order(const Instruction& in) const;
+  bool truth(const Value& value) const;
+
+  const Value& tableOperand(const Value& value, Offset at) const;
+  int64_t intOperand(const Value& value, Offset at) const;
+  std::string_view textOperand(const Value& value, Offset at) const;
+
+  const Program& program_;
+  Meter meter_;
+  Tables tables_;
+  std::pmr::monotonic_buffer_resource texts_;  // copies of texts that may change under the script's hands
+  std::vector<Value> registers_;
+  const Value* returned_ = nullptr;
+};
+
+}  // namespace tlm::script
+
+#endif

@@ -1,0 +1,95 @@
+// The tables of one run: model tables, which are only read, and tables that the script makes.
+#ifndef TLMSERVER_SCRIPT_TABLES_H
+#define TLMSERVER_SCRIPT_TABLES_H
+
+#include "Meter.h"
+#include "Program.h"
+
+#include <TlmServer/Script.h>
+
+#include <memory>
+#include <vector>
+
+namespace tlm::script {
+
+struct ArrayDeleter {
+  void operator()(MDArray* array) const { MDADestroy(array); }
+};
+using OwnedArray = std::unique_ptr<MDArray, ArrayDeleter>;
+
+struct RunTable {
+  MDArray* array = nullptr;
+  std::string name;                     // empty for a table that the script made
+  OwnedArray own;                       // null for a model table
+  std::vector<const MDRField*> fields;  // of a table that the script made, by number
+  size_t rowBytes = 0;                  // what a row of it takes at least
+  bool hasRows = false;
+
+  bool isModel() const { return !own; }
+};
+
+// A place of the script that reads or seeks by a key. For model tables, which do not change, it remembers
+// where in the key's order it stands: the next record costs no search, and a key of one field brings its
+// value along.
+class Walk {
+ public:
+  void bind(const RunTable& table, uint16_t number, int key);
+
+  // Null past the end.
+  MDRData* at(int64_t position);
+
+  uint16_t table = kUnknown;
+  int key = -1;
+  MDRData* record = nullptr;
+  const MDRField* field = nullptr;      // of the key, when it has one field and the walk knows its value
+  MDRVar value{};                       // of that field in `record`
+  const MDRField* seekField = nullptr;  // of the key, when this is a place that seeks
+
+ private:
+  MDArray* array_ = nullptr;
+  bool changes_ = false;  // the table is one that the script makes
+  int64_t position_ = -1;
+};
+
+// A field that is named by a literal, with the table it was looked up in last.
+struct FieldCache {
+  uint16_t table = kUnknown;
+  const MDRField* field = nullptr;
+};
+
+class Tables {
+ public:
+  // Resolves what the program names: tables, fields and keys of tables that are known. Fails on what is
+  // not there.
+  Tables(const Program& program, const server::TableSource& source, Meter* meter);
+
+  RunTable& operator[](uint16_t number) { return tables_[number]; }
+
+  Value modelTable(std::string_view name, Offset at);
+  Value newTable(Offset at);
+  void addField(uint16_t table, std::string_view name, int64_t type, int64_t size, Offset at);
+  Value newRecord(uint16_t table, Offset at);
+  OwnedArray release(uint16_t table) { return std::move(tables_[table].own); }
+
+  const MDRField* field(uint16_t table, std::string_view name, Offset at) const;
+  // Binds a place that reads, or one that seeks by a value. Fails when the table has no such key, or when
+  // the key that is sought is not over one field.
+  void bind(Walk* walk, uint16_t table, int64_t key, Offset at);
+  void bindSeek(Walk* walk, uint16_t table, int64_t key, Offset at);
+
+  std::vector<FieldCache> fields;  // by number of the field use
+  std::vector<Walk> walks;         // by number of the key use, plus one; the first is bound to nothing
+
+ private:
+  void checkKey(uint16_t table, int64_t key, Offset at) const;
+  Value open(MDArray* array, std::string_view name, Offset at);
+  std::string describe(uint16_t table) const;
+
+  const server::TableSource& source_;
+  Meter& meter_;
+  std::vector<RunTable> tables_;
+};
+
+}  // namespace tlm::script
+
+#endif
