@@ -29,6 +29,8 @@ struct ScriptBudget {
 struct CoreOptions {
   ScriptBudget budget;
   size_t maxRequestBytes = size_t{64} << 20;
+  size_t maxReplyBytes = size_t{1} << 30;
+  std::function<double()> clock;   // days since 30.12.1899 (UTC); the system's when empty
   int64_t keptEvents = 1'000'000;  // events kept in the store for clients that were away
 };
 
@@ -46,12 +48,17 @@ class Subscriber {
   virtual void onValue(const wire::ParamValue& value) = 0;
 };
 
+// The system's time, days since 30.12.1899 (UTC).
+double systemTime();
+
 // One running model. Every public function may be called from any thread: reads run side by side,
 // commits one after another.
 class Core {
  public:
-  // Loads the model from the store. Null with a message in *error when the store cannot be read.
-  static std::unique_ptr<Core> open(std::unique_ptr<Store> store, const CoreOptions& options, std::string* error);
+  // Loads the model from the store. Null with a message in *error when the store cannot be read. The
+  // catalogue is the built-in one, or `catalogue`, which must outlive the core.
+  static std::unique_ptr<Core> open(std::unique_ptr<Store> store, const CoreOptions& options, std::string* error,
+                                    const Catalogue* catalogue = nullptr);
   ~Core();
   Core(const Core&) = delete;
   Core& operator=(const Core&) = delete;
@@ -60,12 +67,14 @@ class Core {
   wire::Reply execute(const wire::Request& request, const Caller& caller);
 
   // Carries out a block: its updates are one transaction, checked whole, made durable, applied,
-  // published, in this order, before the reply; its other requests see the tables after it.
+  // published, in this order, before the reply; its other requests see the tables after it. A block whose
+  // identity was committed before is not written again and is answered as it was then.
   wire::BlockReply execute(const wire::Block& block, const Caller& caller);
 
   // Starts to deliver the events of `kinds` that are later than `after` (-1: from now on), and the values
   // of `locIds`. A second call for the same subscriber replaces the lists and delivers nothing twice.
-  // False when the server no longer holds all events after `after`.
+  // False, and the subscriber is as it was, when the server no longer holds all events after `after` or
+  // never gave a number as high.
   bool subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after);
   void subscribeValues(Subscriber* subscriber, const std::vector<int>& locIds);
   void unsubscribe(Subscriber* subscriber);  // no call is under way when it returns

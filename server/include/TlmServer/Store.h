@@ -17,8 +17,8 @@ class Catalogue;
 // The changes of one block, in order. The record pointers belong to the caller.
 struct StoredChange {
   std::string table;
-  int kind = 0;                   // MDX_REC_INSERT, _UPDATE or _DELETE
-  std::string key;                // field 0
+  int kind = 0;                     // MDX_REC_INSERT, _UPDATE or _DELETE
+  std::string key;                  // field 0
   const MDRData* record = nullptr;  // the whole new row; null for a delete
 };
 
@@ -36,7 +36,8 @@ class Store {
 
   virtual const std::string& identity() const = 0;
 
-  // Fills an empty table (fields and keys made from the catalogue) with the rows of that name.
+  // Fills an empty table with the rows of that name. Its fields are made from the catalogue; its keys are
+  // made by the caller when the rows are in. Called once for each table that does not describe the catalogue.
   virtual bool load(const std::string& table, MDArray* into, std::string* error) = 0;
 
   // Writes the block's rows, its events and its identity in one transaction; durable when it returns true.

@@ -1,0 +1,81 @@
+// Current values of measurements and their recent history, by number.
+#ifndef TLMSERVER_LIVEVALUES_H
+#define TLMSERVER_LIVEVALUES_H
+
+#include <TlmWire/messages.h>
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+namespace tlm::server {
+
+enum class Quality : int32_t { kGood = 0, kManual = 1, kOld = 2, kInvalid = 3 };
+
+struct LiveValue {
+  double time = 0;  // days since 30.12.1899 (UTC)
+  Quality quality = Quality::kGood;
+  std::variant<double, std::string> value;  // texts in Windows-1251
+
+  bool operator==(const LiveValue&) const = default;
+};
+
+// The value as decimal number or text, Windows-1251. Not more than `decimals` places when that is not negative.
+std::string valueText(const LiveValue& value, int decimals = -1);
+
+// May be used from any thread.
+class LiveValues {
+ public:
+  using Listener = std::function<void(const wire::ParamValue&)>;
+
+  // Keeps at most `kept` values of each measurement, the newest ones.
+  explicit LiveValues(size_t kept = 128) : kept_(kept) {}
+
+  // Hears every change of a current value, in order, with the lock of the values held: it must not call
+  // back. Set before the first value.
+  void setListener(Listener listener) { listener_ = std::move(listener); }
+
+  // A value from the field. While a manual value stands it is kept beneath that.
+  void set(int32_t locId, LiveValue value);
+
+  // Puts a manual value over those from the field until it is lifted. Its quality becomes kManual.
+  void setManual(int32_t locId, LiveValue value);
+
+  // The last value from the field counts again, with the time of the lifting when there is none newer.
+  // False when no manual value stands.
+  bool liftManual(int32_t locId, double time);
+
+  std::optional<LiveValue> current(int32_t locId) const;
+  bool isManual(int32_t locId) const;
+
+  // What was current between two times, both included, oldest first.
+  std::vector<LiveValue> history(int32_t locId, double from, double to) const;
+
+  // Drops value and history of a number that is no longer in use.
+  void forget(int32_t locId);
+
+ private:
+  struct Entry {
+    std::optional<LiveValue> current;
+    std::optional<LiveValue> beneath;  // of the field, while a manual value stands
+    bool manual = false;
+    std::deque<LiveValue> history;
+  };
+
+  void show(int32_t locId, Entry& entry, LiveValue value);
+
+  const size_t kept_;
+  Listener listener_;
+  mutable std::mutex mutex_;
+  std::unordered_map<int32_t, Entry> entries_;
+};
+
+}  // namespace tlm::server
+
+#endif

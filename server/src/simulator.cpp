@@ -1,0 +1,102 @@
+#include <TlmServer/Core.h>
+#include <TlmServer/ModelTables.h>
+#include <TlmServer/Simulator.h>
+
+#include "objects.h"
+#include "values.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace tlm::server {
+namespace {
+
+constexpr double kSecondsPerDay = 86400;
+constexpr double kOldOf = 1.0 / 2000;  // share of the values that arrive old
+
+// A number in [0, 1) that depends on all three arguments.
+double noise(uint64_t seed, int64_t a, int64_t b) {
+  uint64_t x = seed ^ (static_cast<uint64_t>(a) * 0x9E3779B97F4A7C15ULL) ^ (static_cast<uint64_t>(b) << 17);
+  x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9ULL;
+  x = (x ^ (x >> 27)) * 0x94D049BB133111EBULL;
+  x ^= x >> 31;
+  return static_cast<double>(x >> 11) / 9007199254740992.0;
+}
+
+double numberOf(const MDArray* array, const MDRData* record, const char* field, double otherwise) {
+  double number = 0;
+  return record && MDRGetAsDouble(MDRFldByName(array, field), record, &number) >= 0 ? number : otherwise;
+}
+
+}  // namespace
+
+Simulator::Simulator(Core& core, uint64_t seed, size_t limit) : core_(core), seed_(seed), limit_(limit) {}
+
+size_t Simulator::tick(double now) {
+  if (seen_ != core_.lastSequence()) look();
+  for (const Point& point : points_) core_.live().set(point.locId, valueOf(point, now));
+  return points_.size();
+}
+
+void Simulator::look() {
+  points_.clear();
+  seen_ = core_.lastSequence();
+  core_.read([this](const ModelTables& tables) {
+    const MDArray* measurements = tables.table("Measurement");
+    const MDArray* objects = tables.table("IdentifiedObject");
+    const MDArray* analogs = tables.table("Analog");
+    const int count = MDARecCount(measurements);
+    for (int i = 0; i < count && points_.size() < limit_; ++i) {
+      const MDRData* row = MDARec(measurements, kMeasLocId, i);
+      const auto locId = intOf(measurements, row, "locId");
+      if (!locId || intOf(measurements, row, "work_") != 1) continue;
+      const std::string_view key = textOf(measurements, row, "KeyLink");
+      const std::string_view name = textOf(objects, seekKey(objects, key), "ClassName");
+      Point point{static_cast<int32_t>(*locId), Kind::kAnalog, 50, 50};
+      if (name == "Analog") {
+        const MDRData* analog = seekKey(analogs, key);
+        const double low = numberOf(analogs, analog, "engMin", 0);
+        const double high = numberOf(analogs, analog, "engMax", 100);
+        point.middle = (low + high) / 2;
+        point.swing = (high - low) / 2;
+      } else {
+        point.kind = name == "Discrete" ? Kind::kDiscrete : name == "Accumulator" ? Kind::kAccumulator : Kind::kString;
+        point.middle = 1000 + 9000 * noise(seed_, *locId, 1);
+      }
+      points_.push_back(point);
+    }
+  });
+}
+
+LiveValue Simulator::valueOf(const Point& point, double now) const {
+  const double seconds = now * kSecondsPerDay;
+  const double phase = noise(seed_, point.locId, 2);
+  LiveValue value{now, Quality::kGood, 0.0};
+  if (noise(seed_, point.locId, static_cast<int64_t>(seconds / 10)) < kOldOf) value.quality = Quality::kOld;
+  switch (point.kind) {
+    case Kind::kAnalog: {
+      const double turns = seconds / (600 + 3000 * phase) + phase;
+      const double slow = std::sin(2 * std::numbers::pi * turns);
+      const double quick = noise(seed_, point.locId, static_cast<int64_t>(seconds)) - 0.5;
+      value.value = point.middle + point.swing * (0.55 * slow + 0.05 * quick);
+      break;
+    }
+    case Kind::kDiscrete: {
+      const auto period = static_cast<int64_t>(seconds / (120 + 1800 * phase));
+      value.value = noise(seed_, point.locId, period) < 0.7 ? 1.0 : 0.0;
+      break;
+    }
+    case Kind::kAccumulator:
+      value.value = std::floor(std::fmod(now, 36525) * point.middle);
+      break;
+    case Kind::kString: {
+      static constexpr const char* kTexts[] = {"OK", "TEST", "LOCAL", "REMOTE"};
+      value.value =
+          std::string(kTexts[static_cast<size_t>(noise(seed_, point.locId, static_cast<int64_t>(seconds / 300)) * 4)]);
+      break;
+    }
+  }
+  return value;
+}
+
+}  // namespace tlm::server
