@@ -221,6 +221,38 @@ MDX_API uint32_t* MDAKeyFlags(MDArray* array, int key);        /* the flags word
 /* Bytes of memory that the table holds, for benches and limits. */
 MDX_API size_t MDAMemory(const MDArray* array);
 
+/*
+ * A place in the order of one key. It serves loops: a step to the next record mostly costs an addition, and
+ * a number or a key text can be read out of the key itself. A variable of the caller; everything in it is
+ * private, TlmMdx/cursor.h reads it. A change of the table makes it void: seek or place it again.
+ */
+typedef struct MDXCursor {
+  const MDArray* array;
+  MDRData* const* records; /* of the run at hand; null past the end */
+  const uint64_t* words;   /* their keys, or null */
+  int32_t index, count;    /* the place in the run, and its length */
+  int32_t position;        /* the place in the order */
+  int32_t key;
+  uint8_t form;            /* MDX_CURSOR_* */
+  uint8_t reserved[7];
+} MDXCursor;
+
+enum { /* what `words` holds for the records of a run */
+  MDX_CURSOR_OTHER = 0,  /* nothing to be read */
+  MDX_CURSOR_NULL = 1,   /* the key's only field is null in them */
+  MDX_CURSOR_INT = 2,    /* a boolean or an integer */
+  MDX_CURSOR_DOUBLE = 3, /* a float or a double */
+  MDX_CURSOR_TEXT = 4    /* a fixed text of at most 32 bytes whose order is by bytes */
+};
+enum { MDX_CURSOR_STRIDE = 64 }; /* the further words of a text follow at this distance */
+
+/* Stands at the first record with that value: 1; or where it would stand: 0. See MDARecSeekV. */
+MDX_API int MDXCurSeek(MDXCursor* cursor, const MDArray* array, int key, const MDRVar* values);
+/* Stands at a position: 1; past the end: 0. */
+MDX_API int MDXCurAt(MDXCursor* cursor, const MDArray* array, int key, int position);
+/* Goes to the first record behind the run at hand: 1; past the end: 0. */
+MDX_API int MDXCurNextRun(MDXCursor* cursor);
+
 /* ---- fields of a record --------------------------------------------------------------------- */
 
 /* A field by name (case ignored) or by number; null when there is none. */
@@ -284,6 +316,13 @@ MDX_API void MDXFree(void* bytes);
  */
 MDX_API int MDXArrayUnPack(MDArray* array, const void* payload, int mode);
 MDX_API int MDXArrayUnPackN(MDArray* array, const void* payload, size_t length, int mode);
+
+/*
+ * Rebuilds a table of one posted record from an image that MDRRecPack made: the fields with their names
+ * (without a type in the image: "f0", "f1", ...), the values, changed marks and the change kind. Non-zero:
+ * failure, and the table is empty.
+ */
+MDX_API int MDXRecUnPackN(MDArray* array, const void* image, size_t length);
 
 /* ---- records bound to an image -------------------------------------------------------------- */
 

@@ -1,0 +1,256 @@
+#include "key.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "array.h"
+
+namespace mdx {
+namespace {
+
+std::atomic<uint64_t> nextKeyId{1};
+
+template <int W>
+struct SortEntry {
+  Words<W> words;
+  uint32_t arrival;
+};
+
+}  // namespace
+
+Key::Key(std::string_view expr, uint32_t flagsWord, uint32_t kindWord)
+    : expression(expr), flags(flagsWord), kind(kindWord), id(nextKeyId.fetch_add(1, std::memory_order_relaxed)) {
+  takeFlags();
+}
+
+void Key::bind(const std::vector<MDRField>& fields, const std::vector<int>& numbers) {
+  parts_.clear();
+  for (const int number : numbers) {
+    const MDRField& field = fields[static_cast<size_t>(number)];
+    parts_.push_back({static_cast<uint8_t>(number), field.type, field.size, field.offset});
+  }
+  if (parts_.empty())
+    form_ = Form::arrival;
+  else if (parts_.size() > 1 || parts_[0].type == MDX_MEMO || parts_[0].size > 32)
+    form_ = Form::general;
+  else
+    form_ = parts_[0].type == MDX_TEXT ? Form::text32 : Form::number;
+}
+
+void Key::rebind(const std::vector<MDRField>& fields) {
+  for (Part& part : parts_) part.offset = fields[part.number].offset;
+}
+
+bool Key::uses(int field) const {
+  return std::any_of(parts_.begin(), parts_.end(), [field](const Part& part) { return part.number == field; });
+}
+
+size_t Key::memory() const {
+  return sizeof *this + expression.capacity() + parts_.capacity() * sizeof(Part) + nulls_.memory() + one_.memory() +
+         four_.memory();
+}
+
+// ---- reading
+
+namespace {
+
+template <int W>
+Span spanOf(const Leaf<W>* leaf, int index, uint32_t position, bool nulls) {
+  Span span;
+  span.leaf = leaf;
+  span.records = leaf->record.data();
+  if constexpr (W > 0) span.words = leaf->word[0].data();
+  span.index = index;
+  span.count = leaf->count;
+  span.position = position;
+  span.nulls = nulls;
+  return span;
+}
+
+Span pastEnd(uint32_t position) {
+  Span span;
+  span.position = position;
+  return span;
+}
+
+}  // namespace
+
+Span Key::at(uint32_t position) const {
+  const uint32_t nulls = nulls_.size();
+  if (position >= size()) return pastEnd(size());
+  if (position < nulls) {
+    const auto place = nulls_.at(position);
+    return spanOf(place.leaf, place.index, position, form_ != Form::arrival);
+  }
+  if (form_ == Form::text32) {
+    const auto place = four_.at(position - nulls);
+    return spanOf(place.leaf, place.index, position, false);
+  }
+  const auto place = one_.at(position - nulls);
+  return spanOf(place.leaf, place.index, position, false);
+}
+
+Span Key::after(const Span& span) const {
+  return at(span.position + static_cast<uint32_t>(span.count - span.index));
+}
+
+template <int W>
+Span Key::landed(const Tree<W>& tree, const Probe<W>& probe, bool canMatch, bool& found) const {
+  const auto place = tree.find(probe);
+  const uint32_t position = nulls_.size() + place.position;
+  found = false;
+  if (!place.leaf) return pastEnd(position);
+  if (canMatch && place.leaf->wordsAt(place.index) == probe.words)
+    found = probe.wordsDecide || probe.tie.compare(place.leaf->record[place.index]) == 0;
+  return spanOf(place.leaf, place.index, position, false);
+}
+
+Span Key::seekNumber(const SeekValue& value, bool& found) const {
+  Probe<1> probe;
+  probe.words = {value.code};
+  return landed(one_, probe, value.exact, found);
+}
+
+Span Key::seekText32(const SeekValue& value, bool& found) const {
+  Probe<4> probe;
+  probe.words = textWords(value.text);
+  const bool tooLong = value.text.size() > 32;
+  if (tooLong) {
+    probe.bound = Bound::upper;  // all texts here that it begins with are lower
+  } else {
+    probe.wordsDecide = decides(probe.words);
+    probe.tie = {this, nullptr, &value};
+  }
+  return landed(four_, probe, !tooLong, found);
+}
+
+Span Key::seekGeneral(const SeekValue* values, bool& found) const {
+  Probe<1> probe;
+  probe.words = {prefixOf(values[0])};
+  probe.wordsDecide = false;
+  probe.tie = {this, nullptr, values};
+  return landed(one_, probe, true, found);
+}
+
+Span Key::seek(const MDRVar* values, bool& found) const {
+  found = false;
+  if (form_ == Form::arrival) return pastEnd(size());
+  if (!nullsApart()) {
+    std::array<SeekValue, kMaxParts> wanted;
+    for (size_t i = 0; i < parts_.size(); ++i) wanted[i] = seekValue(parts_[i], values[i]);
+    return seekGeneral(wanted.data(), found);
+  }
+  const SeekValue value = seekValue(parts_[0], values[0]);
+  if (value.place == SeekValue::null) found = nulls_.size() > 0;
+  if (value.place == SeekValue::null) return at(0);
+  if (value.place == SeekValue::belowAll) return at(nulls_.size());
+  if (value.place == SeekValue::aboveAll) return pastEnd(size());
+  if (form_ == Form::number) return seekNumber(value, found);
+  return form_ == Form::text32 ? seekText32(value, found) : seekGeneral(&value, found);
+}
+
+// ---- changing
+
+template <int W>
+void Key::aim(Probe<W>& probe, const MDRData* record, Bound bound) const {
+  probe.bound = bound;
+  probe.sequence = sequenceOf(record);
+  if constexpr (W == 4) {
+    probe.words = textWords(parts_[0].text(record));
+    probe.wordsDecide = decides(probe.words);
+  } else if constexpr (W == 1) {
+    probe.words = wordOf(record);
+    probe.wordsDecide = form_ == Form::number;
+  }
+  probe.tie = {this, record, nullptr};
+}
+
+void Key::planInsert(MDRData* record, bool last, Plan& plan) const {
+  const Bound bound = last ? Bound::upper : Bound::arrival;
+  if (goesToNulls(record)) {
+    plan.tree = 0;
+    aim(plan.none, record, bound);
+    nulls_.descend(plan.none, plan.path);
+  } else if (form_ == Form::text32) {
+    plan.tree = 4;
+    aim(plan.four, record, bound);
+    four_.descend(plan.four, plan.path);
+  } else {
+    plan.tree = 1;
+    aim(plan.one, record, bound);
+    one_.descend(plan.one, plan.path);
+  }
+}
+
+void Key::finishInsert(MDRData* record, Plan& plan) {
+  ++version;
+  if (plan.tree == 0) return nulls_.insert(plan.path, plan.none, record);
+  if (plan.tree == 4) return four_.insert(plan.path, plan.four, record);
+  one_.insert(plan.path, plan.one, record);
+}
+
+void Key::insert(MDRData* record, bool last) {
+  Plan plan;
+  planInsert(record, last, plan);
+  finishInsert(record, plan);
+}
+
+void Key::erase(MDRData* record) {
+  ++version;
+  Plan plan;
+  if (goesToNulls(record)) {
+    aim(plan.none, record, Bound::arrival);
+    nulls_.erase(plan.none, record);
+  } else if (form_ == Form::text32) {
+    aim(plan.four, record, Bound::arrival);
+    four_.erase(plan.four, record);
+  } else {
+    aim(plan.one, record, Bound::arrival);
+    one_.erase(plan.one, record);
+  }
+}
+
+void Key::clear() {
+  ++version;
+  nulls_.clear();
+  one_.clear();
+  four_.clear();
+}
+
+// ---- building
+
+template <int W>
+void Key::buildTree(Tree<W>& tree, const std::vector<MDRData*>& records) {
+  std::vector<SortEntry<W>> entries(records.size());
+  for (size_t i = 0; i < records.size(); ++i) {
+    if constexpr (W == 4)
+      entries[i].words = textWords(parts_[0].text(records[i]));
+    else
+      entries[i].words = wordOf(records[i]);
+    entries[i].arrival = static_cast<uint32_t>(i);
+  }
+  const auto lower = [&](const SortEntry<W>& a, const SortEntry<W>& b) {
+    if (a.words != b.words) return a.words < b.words;
+    bool decided = form_ == Form::number;
+    if constexpr (W == 4) decided = decides(a.words);
+    const int order = decided ? 0 : compare(records[a.arrival], records[b.arrival]);
+    return order ? order < 0 : a.arrival < b.arrival;
+  };
+  if (!std::is_sorted(entries.begin(), entries.end(), lower)) std::sort(entries.begin(), entries.end(), lower);
+  tree.build(static_cast<uint32_t>(entries.size()), [&](uint32_t i) {
+    return std::pair(entries[i].words, records[entries[i].arrival]);
+  });
+}
+
+void Key::build(const std::vector<MDRData*>& inArrivalOrder) {
+  clear();
+  std::vector<MDRData*> nulls, others;
+  for (MDRData* record : inArrivalOrder) (goesToNulls(record) ? nulls : others).push_back(record);
+  nulls_.build(static_cast<uint32_t>(nulls.size()), [&](uint32_t i) { return std::pair(Words<0>{}, nulls[i]); });
+  if (form_ == Form::text32)
+    buildTree(four_, others);
+  else
+    buildTree(one_, others);
+}
+
+}  // namespace mdx

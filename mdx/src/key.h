@@ -1,0 +1,152 @@
+// One key of a table: which fields in which order, and the trees that hold the records.
+#ifndef TLMMDX_SRC_KEY_H
+#define TLMMDX_SRC_KEY_H
+
+#include <TlmMdx/mdx.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "key_tree.h"
+
+namespace mdx {
+
+// The text of a field's place inside a body.
+inline std::string_view readText(int type, int size, const unsigned char* place) {
+  const auto* text = reinterpret_cast<const char*>(place);
+  if (type == MDX_TEXT) return {text, static_cast<size_t>(size - place[size])};
+  if (place[0] & 1) return {text + 1, static_cast<size_t>(place[0] >> 1)};
+  const char* block;
+  std::memcpy(&block, place, sizeof block);
+  uint32_t length;
+  std::memcpy(&length, block, sizeof length);
+  return {block + sizeof length, length};
+}
+
+// A field of a key, as far as its values matter.
+struct Part {
+  uint8_t number;
+  uint8_t type;
+  uint16_t size;
+  uint32_t offset;
+
+  bool isNull(const MDRData* record) const { return record->body[number >> 3] >> (number & 7) & 1; }
+  std::string_view text(const MDRData* record) const { return readText(type, size, record->body + offset); }
+  uint64_t code(const MDRData* record) const;  // of a number that is not null
+};
+
+// One value of a seek, brought into the field's domain.
+struct SeekValue {
+  enum Place { null, inside, belowAll, aboveAll } place = null;
+  bool exact = true;  // false: an equal code is above the value
+  uint64_t code = 0;
+  std::string_view text;
+};
+
+constexpr int kMaxParts = 16;
+
+// A run of entries of one leaf.
+struct Span {
+  MDRData* const* records = nullptr;
+  const uint64_t* words = nullptr;  // the first word column; the next ones follow every kFan words
+  const void* leaf = nullptr;       // null: past the end
+  int index = 0, count = 0;
+  uint32_t position = 0;  // of the entry at `index`
+  bool nulls = false;     // the records here hold null
+};
+
+class Key {
+ public:
+  enum class Form {
+    arrival,  // no fields
+    number,   // one number, its code is the word
+    text32,   // one fixed text of at most 32 bytes, its four words
+    general   // the word is a prefix, records decide
+  };
+
+  Key(std::string_view expression, uint32_t flags, uint32_t kind);
+
+  // Sets the fields, whenever they or their offsets changed.
+  void bind(const std::vector<MDRField>& fields, const std::vector<int>& numbers);
+  void rebind(const std::vector<MDRField>& fields);
+  bool uses(int field) const;
+
+  uint32_t size() const { return nulls_.size() + one_.size() + four_.size(); }
+  size_t memory() const;
+  Form form() const { return form_; }
+  const std::vector<Part>& parts() const { return parts_; }
+  bool ignoresCase() const { return ignoreCase_; }
+
+  // ---- order (key.cpp)
+  Span at(uint32_t position) const;
+  // Where the values stand or would stand; `found` says which.
+  Span seek(const MDRVar* values, bool& found) const;
+  // The run behind the one of `span`, from its first entry on.
+  Span after(const Span& span) const;
+
+  // An insert in two halves, so that all keys of a table wait for memory together.
+  struct Plan {
+    Path path;
+    Probe<0> none;
+    Probe<1> one;
+    Probe<4> four;
+    int tree = 0;  // 0, 1 or 4
+  };
+  // `last`: no record arrived later.
+  void planInsert(MDRData* record, bool last, Plan& plan) const;
+  void finishInsert(MDRData* record, Plan& plan);
+  void insert(MDRData* record, bool last);
+  void erase(MDRData* record);
+  void clear();
+  void build(const std::vector<MDRData*>& inArrivalOrder);
+  // Brings the flags word into force; the key is empty, or is built anew right after.
+  void takeFlags() { ignoreCase_ = flags & MDX_KEY_NOCASE; }
+  void takeOrderOf(const Key& other) { ignoreCase_ = other.ignoreCase_; }
+
+  // ---- comparison (key_order.cpp)
+  int compare(const MDRData* a, const MDRData* b) const;
+  int compare(const MDRData* entry, const SeekValue* values) const;
+
+  const std::string expression;
+  uint32_t flags;
+  const uint32_t kind;
+  // Identity and number of changes: what a thread remembers of a key is good while both are the same.
+  const uint64_t id;
+  uint64_t version = 0;
+
+ private:
+  SeekValue seekValue(const Part& part, const MDRVar& value) const;
+  bool nullsApart() const { return parts_.size() == 1; }
+  bool goesToNulls(const MDRData* record) const {
+    return form_ == Form::arrival || (nullsApart() && parts_[0].isNull(record));
+  }
+  uint64_t prefixOf(const MDRData* record) const;
+  uint64_t prefixOf(const SeekValue& value) const;
+  // Bytes as one word in the order of the key; short texts are filled with zeros.
+  uint64_t textWord(std::string_view text, size_t from, size_t bytes = 8) const;
+  Words<4> textWords(std::string_view text) const;
+  Words<1> wordOf(const MDRData* record) const;
+  // Which words decide alone: not those that end in a zero, which may be text or filling.
+  static bool decides(const Words<4>& words) { return words[3] & 0xff; }
+  template <int W>
+  void aim(Probe<W>& probe, const MDRData* record, Bound bound) const;
+  Span seekNumber(const SeekValue& value, bool& found) const;
+  Span seekText32(const SeekValue& value, bool& found) const;
+  Span seekGeneral(const SeekValue* values, bool& found) const;
+  template <int W>
+  Span landed(const Tree<W>& tree, const Probe<W>& probe, bool canMatch, bool& found) const;
+  template <int W>
+  void buildTree(Tree<W>& tree, const std::vector<MDRData*>& records);
+
+  std::vector<Part> parts_;
+  Form form_ = Form::arrival;
+  bool ignoreCase_ = false;
+  Tree<0> nulls_;  // null in the only field, or every record when there is no field
+  Tree<1> one_;
+  Tree<4> four_;
+};
+
+}  // namespace mdx
+
+#endif

@@ -1,0 +1,381 @@
+// A counted B+-tree over records: insert, erase, seek and access by position in O(log n).
+#ifndef TLMMDX_SRC_KEY_TREE_H
+#define TLMMDX_SRC_KEY_TREE_H
+
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "key_node.h"
+
+namespace mdx {
+
+constexpr int kMaxHeight = 16;
+constexpr int kBulkFill = 60;  // entries of a node after a bulk build: a few inserts find room
+
+// The way from the root to a place in a leaf. Nodes are those of one tree; `leaf` is null in an empty one.
+struct Path {
+  struct Step {
+    void* node;
+    int index;
+  };
+  std::array<Step, kMaxHeight> step;
+  void* leaf = nullptr;
+  int index = 0;
+};
+
+template <int W>
+class Tree {
+ public:
+  using LeafNode = Leaf<W>;
+  using InnerNode = Inner<W>;
+  struct Place {
+    const LeafNode* leaf = nullptr;  // null: past the end
+    int index = 0;
+    uint32_t position = 0;
+  };
+
+  Tree() = default;
+  ~Tree() { clear(); }
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
+
+  uint32_t size() const { return size_; }
+  size_t memory() const { return leaves_ * nodeBytes(sizeof(LeafNode)) + inners_ * nodeBytes(sizeof(InnerNode)); }
+
+  // The first entry that does not stand in front of the probe.
+  Place find(const Probe<W>& probe) const {
+    Place place;
+    if (!root_) return place;
+    const void* node = root_;
+    for (int level = 0; level < height_; ++level) {
+      const auto* inner = static_cast<const InnerNode*>(node);
+      const int at = childFor(*inner, probe);
+      place.position += inner->before[at];
+      node = inner->child[at];
+    }
+    const auto* leaf = static_cast<const LeafNode*>(node);
+    const int index = countBefore(*leaf, probe);
+    place.position += static_cast<uint32_t>(index);
+    return settle(leaf, index, place.position);
+  }
+
+  Place at(uint32_t position) const {
+    if (position >= size_) return {nullptr, 0, size_};
+    const void* node = root_;
+    uint32_t rest = position;
+    for (int level = 0; level < height_; ++level) {
+      const auto* inner = static_cast<const InnerNode*>(node);
+      const int at = childAt(*inner, rest);
+      rest -= inner->before[at];
+      node = inner->child[at];
+    }
+    return {static_cast<const LeafNode*>(node), static_cast<int>(rest), position};
+  }
+
+  // First half of an insert: finds the place and asks for its memory, so that several trees wait at once.
+  void descend(const Probe<W>& probe, Path& path) const {
+    path.leaf = nullptr;
+    if (!root_) return;
+    void* node = root_;
+    for (int level = 0; level < height_; ++level) {
+      auto* inner = static_cast<InnerNode*>(node);
+      const int at = childFor(*inner, probe);
+      path.step[level] = {inner, at};
+      node = inner->child[at];
+    }
+    path.leaf = node;
+    const char* bytes = static_cast<const char*>(node);
+    for (size_t offset = 0; offset < sizeof(LeafNode); offset += 64) __builtin_prefetch(bytes + offset, 1);
+  }
+
+  // Second half: `path` comes from descend with the same probe and no change in between.
+  void insert(Path& path, const Probe<W>& probe, MDRData* record) {
+    if (!root_) {
+      root_ = path.leaf = makeLeaf();
+    }
+    auto* leaf = static_cast<LeafNode*>(path.leaf);
+    path.index = countBefore(*leaf, probe);
+    LeafNode* right = leaf->count == kFan ? makeLeaf() : nullptr;
+    ++size_;
+    for (int level = 0; level < height_; ++level) innerAt(path, level)->change(path.step[level].index, 1);
+    if (!right) {
+      insertInLeaf(path, leaf, path.index, probe.words, record);
+      return;
+    }
+    splitLeaf(leaf, right, path.index);
+    if (path.index <= leaf->count && leaf->count < kFan)
+      insertInLeaf(path, leaf, path.index, probe.words, record);
+    else
+      right->insert(path.index - leaf->count, probe.words, record);
+    addSibling(path, height_ - 1, static_cast<uint32_t>(leaf->count), right->wordsAt(0), right->record[0], right);
+  }
+
+  // Removes the entry of a record. `probe` is bound to its arrival. False: it is not there.
+  bool erase(const Probe<W>& probe, const MDRData* record) {
+    Path path;
+    descend(probe, path);
+    auto* leaf = static_cast<LeafNode*>(path.leaf);
+    if (!leaf) return false;
+    path.index = countBefore(*leaf, probe) - 1;
+    if (path.index < 0 || leaf->record[path.index] != record) return false;
+    --size_;
+    for (int level = 0; level < height_; ++level) innerAt(path, level)->change(path.step[level].index, UINT32_MAX);
+    leaf->erase(path.index);
+    if (leaf->count == 0) {
+      unlink(leaf);
+      removeChild(path, height_ - 1);
+      return true;
+    }
+    if (path.index == 0) renameFirst(path, height_ - 1, leaf->wordsAt(0), leaf->record[0]);
+    if (leaf->count < kFan / 4) mergeLeaf(path, leaf);
+    return true;
+  }
+
+  // Fills an empty tree. `entry(i)` gives words and record number i, in order.
+  template <class Entry>
+  void build(uint32_t count, Entry entry) {
+    clear();
+    std::vector<Built> level;
+    level.reserve(count / kBulkFill + 1);
+    LeafNode* last = nullptr;
+    for (uint32_t i = 0; i < count; ++i) {
+      if (!last || last->count == kBulkFill) {
+        LeafNode* leaf = makeLeaf();
+        link(last, leaf);
+        last = leaf;
+        level.push_back({leaf, 0});
+        if (!root_) root_ = leaf;
+      }
+      const auto [words, record] = entry(i);
+      last->set(last->count++, words, record);
+      ++level.back().total;
+    }
+    size_ = count;
+    while (level.size() > 1) raise(level);
+    if (!level.empty()) root_ = level.front().node;
+  }
+
+  void clear() {
+    if (root_) release(root_, height_);
+    root_ = nullptr;
+    height_ = 0;
+    size_ = 0;
+    leaves_ = inners_ = 0;
+  }
+
+ private:
+  struct Built {
+    void* node;
+    uint32_t total;
+  };
+
+  static constexpr size_t nodeBytes(size_t size) { return ((size + 63) & ~size_t{63}) + 16; }
+  static InnerNode* innerAt(const Path& path, int level) { return static_cast<InnerNode*>(path.step[level].node); }
+
+  LeafNode* makeLeaf() {
+    auto* leaf = new (std::align_val_t{64}) LeafNode;
+    ++leaves_;
+    return leaf;
+  }
+  InnerNode* makeInner() {
+    auto* inner = new (std::align_val_t{64}) InnerNode;
+    ++inners_;
+    return inner;
+  }
+  void drop(LeafNode* leaf) {
+    --leaves_;
+    ::operator delete(leaf, std::align_val_t{64});
+  }
+  void drop(InnerNode* inner) {
+    --inners_;
+    ::operator delete(inner, std::align_val_t{64});
+  }
+  void release(void* node, int level) {
+    if (level == 0) return drop(static_cast<LeafNode*>(node));
+    auto* inner = static_cast<InnerNode*>(node);
+    for (int i = 0; i < inner->count; ++i) release(inner->child[i], level - 1);
+    drop(inner);
+  }
+
+  static int childFor(const InnerNode& inner, const Probe<W>& probe) {
+    const int before = countBefore(inner, probe);
+    return before ? before - 1 : 0;
+  }
+  static int childAt(const InnerNode& inner, uint32_t position) {
+    const uint32_t* base = inner.before.data();
+    int count = inner.count;
+    while (count > 1) {
+      const int half = count / 2;
+      base += (base[half] <= position) * half;
+      count -= half;
+    }
+    return static_cast<int>(base - inner.before.data());
+  }
+  static Place settle(const LeafNode* leaf, int index, uint32_t position) {
+    if (index < leaf->count) return {leaf, index, position};
+    return {leaf->next, 0, position};
+  }
+
+  static void link(LeafNode* left, LeafNode* leaf) {
+    if (!left) return;
+    leaf->next = left->next;
+    leaf->previous = left;
+    if (left->next) left->next->previous = leaf;
+    left->next = leaf;
+  }
+  void unlink(LeafNode* leaf) {
+    if (leaf->previous) leaf->previous->next = leaf->next;
+    if (leaf->next) leaf->next->previous = leaf->previous;
+    drop(leaf);
+  }
+
+  void insertInLeaf(const Path& path, LeafNode* leaf, int index, const Words<W>& words, MDRData* record) {
+    leaf->insert(index, words, record);
+    if (index == 0) renameFirst(path, height_ - 1, words, record);
+  }
+  // The inner nodes repeat the first entry below them.
+  void renameFirst(const Path& path, int level, const Words<W>& words, MDRData* record) {
+    for (; level >= 0; --level) {
+      innerAt(path, level)->set(path.step[level].index, words, record);
+      if (path.step[level].index) return;
+    }
+  }
+
+  // Records that come in order leave full leaves behind: a split at the end moves nothing.
+  static void splitLeaf(LeafNode* leaf, LeafNode* right, int index) {
+    leaf->moveTail(index == kFan ? kFan : kFan / 2, *right);
+    link(leaf, right);
+  }
+
+  // Puts a new node behind the child of the path at `level`, whose own records number `leftSize`.
+  void addSibling(Path& path, int level, uint32_t leftSize, const Words<W>& words, MDRData* record, void* node) {
+    for (;; --level) {
+      if (level < 0) return raiseRoot(leftSize, words, record, node);
+      auto* inner = innerAt(path, level);
+      const int at = path.step[level].index + 1;
+      const uint32_t recordsBefore = inner->before[at - 1] + leftSize;
+      if (inner->count < kFan) return inner->insertChild(at, words, record, node, recordsBefore);
+      InnerNode* right = makeInner();
+      const int half = at == kFan ? kFan - 1 : kFan / 2;
+      const uint32_t offset = inner->before[half];
+      inner->moveChildren(half, *right);
+      if (at <= half)
+        inner->insertChild(at, words, record, node, recordsBefore);
+      else
+        right->insertChild(at - half, words, record, node, recordsBefore - offset);
+      return addSibling(path, level - 1, inner->total, right->wordsAt(0), right->record[0], right);
+    }
+  }
+  void raiseRoot(uint32_t leftSize, const Words<W>& words, MDRData* record, void* node) {
+    InnerNode* root = makeInner();
+    Words<W> first;
+    MDRData* firstRecord;
+    if (height_ == 0) {
+      first = static_cast<LeafNode*>(root_)->wordsAt(0);
+      firstRecord = static_cast<LeafNode*>(root_)->record[0];
+    } else {
+      first = static_cast<InnerNode*>(root_)->wordsAt(0);
+      firstRecord = static_cast<InnerNode*>(root_)->record[0];
+    }
+    root->insertChild(0, first, firstRecord, root_, 0);
+    root->insertChild(1, words, record, node, leftSize);
+    root->total = size_;
+    root_ = root;
+    ++height_;
+  }
+
+  // Takes out the child of the path at `level`, which has been freed.
+  void removeChild(const Path& path, int level) {
+    if (level < 0) {
+      root_ = nullptr;
+      height_ = 0;
+      return;
+    }
+    auto* inner = innerAt(path, level);
+    const int at = path.step[level].index;
+    inner->eraseChild(at);
+    if (inner->count == 0) {
+      drop(inner);
+      removeChild(path, level - 1);
+      return;
+    }
+    if (at == 0) renameFirst(path, level - 1, inner->wordsAt(0), inner->record[0]);
+    mergeInner(path, level);
+  }
+
+  void mergeLeaf(const Path& path, LeafNode* leaf) {
+    const int level = height_ - 1;
+    if (level < 0) return;
+    auto* parent = innerAt(path, level);
+    int at = path.step[level].index;
+    if (at + 1 == parent->count) --at;
+    if (at < 0 || at + 1 >= parent->count) return;
+    auto* left = at == path.step[level].index ? leaf : static_cast<LeafNode*>(parent->child[at]);
+    auto* right = static_cast<LeafNode*>(parent->child[at + 1]);
+    if (left->count + right->count > kFan * 3 / 4) return;
+    right->moveTail(0, *left);
+    unlink(right);
+    parent->eraseChild(at + 1);
+    mergeInner(path, level);
+  }
+
+  // Joins a sparse inner node with its neighbour, and drops a root with a single child.
+  void mergeInner(const Path& path, int level) {
+    auto* inner = innerAt(path, level);
+    if (level == 0) return lowerRoot();
+    if (inner->count >= kFan / 4) return;
+    auto* parent = innerAt(path, level - 1);
+    int at = path.step[level - 1].index;
+    if (at + 1 == parent->count) --at;
+    if (at < 0 || at + 1 >= parent->count) return;
+    auto* left = static_cast<InnerNode*>(parent->child[at]);
+    auto* right = static_cast<InnerNode*>(parent->child[at + 1]);
+    if (left->count + right->count > kFan * 3 / 4) return;
+    right->moveChildren(0, *left);
+    drop(right);
+    parent->eraseChild(at + 1);
+    mergeInner(path, level - 1);
+  }
+  void lowerRoot() {
+    while (height_ > 0) {
+      auto* root = static_cast<InnerNode*>(root_);
+      if (root->count > 1) return;
+      root_ = root->child[0];
+      --height_;
+      drop(root);
+    }
+  }
+
+  // One more level above those built so far.
+  void raise(std::vector<Built>& level) {
+    std::vector<Built> above;
+    for (const Built& below : level) {
+      if (above.empty() || static_cast<InnerNode*>(above.back().node)->count == kBulkFill)
+        above.push_back({makeInner(), 0});
+      auto* inner = static_cast<InnerNode*>(above.back().node);
+      Words<W> words;
+      MDRData* record;
+      if (height_ == 0) {
+        words = static_cast<LeafNode*>(below.node)->wordsAt(0);
+        record = static_cast<LeafNode*>(below.node)->record[0];
+      } else {
+        words = static_cast<InnerNode*>(below.node)->wordsAt(0);
+        record = static_cast<InnerNode*>(below.node)->record[0];
+      }
+      inner->insertChild(inner->count, words, record, below.node, inner->total);
+      inner->total = above.back().total += below.total;
+    }
+    ++height_;
+    level = std::move(above);
+  }
+
+  void* root_ = nullptr;
+  int height_ = 0;
+  uint32_t size_ = 0;
+  size_t leaves_ = 0, inners_ = 0;
+};
+
+}  // namespace mdx
+
+#endif

@@ -1,0 +1,77 @@
+#include "store.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace mdx {
+namespace {
+
+constexpr size_t kFirstChunk = 512;
+constexpr size_t kLargestChunk = 64 * 1024;
+
+}  // namespace
+
+void Chunks::grow(size_t size) {
+  const size_t wanted = kFirstChunk << std::min<size_t>(chunks_.size(), 7);
+  const size_t bytes = std::max(size, std::min(wanted, kLargestChunk));
+  chunks_.reserve(chunks_.size() < chunks_.capacity() ? chunks_.capacity() : chunks_.size() * 2 + 4);
+  auto* chunk = static_cast<char*>(std::malloc(bytes));
+  if (!chunk) throw std::bad_alloc();
+  chunks_.push_back(chunk);
+  bytes_ += bytes + 16;
+  next_ = chunk;
+  end_ = chunk + bytes;
+}
+
+void Chunks::clear() {
+  for (char* chunk : chunks_) std::free(chunk);
+  chunks_ = {};
+  next_ = end_ = nullptr;
+  bytes_ = 0;
+}
+
+void* TextHeap::take(size_t size) {
+  const size_t rounded = (size + 7) & ~size_t{7};
+  if (rounded > kSmall) {
+    auto* large = static_cast<Large*>(std::malloc(sizeof(Large) + rounded));
+    if (!large) throw std::bad_alloc();
+    *large = {nullptr, large_};
+    if (large_) large_->prev = large;
+    large_ = large;
+    largeBytes_ += sizeof(Large) + rounded + 16;
+    return large + 1;
+  }
+  Link*& list = free_[rounded / 8];
+  if (!list) return chunks_.take(rounded);
+  Link* block = list;
+  list = block->next;
+  return block;
+}
+
+void TextHeap::give(void* block, size_t size) {
+  const size_t rounded = (size + 7) & ~size_t{7};
+  if (rounded <= kSmall) {
+    Link*& list = free_[rounded / 8];
+    list = new (block) Link{list};
+    return;
+  }
+  Large* large = static_cast<Large*>(block) - 1;
+  (large->prev ? large->prev->next : large_) = large->next;
+  if (large->next) large->next->prev = large->prev;
+  largeBytes_ -= sizeof(Large) + rounded + 16;
+  std::free(large);
+}
+
+void TextHeap::clear() {
+  chunks_.clear();
+  free_.fill(nullptr);
+  while (large_) {
+    Large* next = large_->next;
+    std::free(large_);
+    large_ = next;
+  }
+  largeBytes_ = 0;
+}
+
+}  // namespace mdx
