@@ -1,0 +1,77 @@
+#include "EmbeddedTransport.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace tlm {
+namespace {
+
+size_t sizeOf(const wire::Block& block) {
+  size_t bytes = 0;
+  for (const wire::Request& request : block.requests) bytes += request.name.size() + request.body.size();
+  return bytes;
+}
+
+bool writes(const wire::Block& block) {
+  return std::any_of(block.requests.begin(), block.requests.end(),
+                     [](const wire::Request& request) { return request.kind == wire::RequestKind::kUpdate; });
+}
+
+}  // namespace
+
+EmbeddedTransport::EmbeddedTransport(server::Core& core, server::Caller caller, size_t maxBlockBytes)
+    : core_(core), caller_(std::move(caller)), maxBlockBytes_(maxBlockBytes), worker_([this] { work(); }) {}
+
+EmbeddedTransport::~EmbeddedTransport() {
+  core_.unsubscribe(this);
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+    std::erase_if(jobs_, [](const Job& job) { return !writes(job.block); });
+  }
+  wake_.notify_one();
+  worker_.join();
+}
+
+void EmbeddedTransport::setListener(TransportListener* listener) { listener_ = listener; }
+
+bool EmbeddedTransport::send(uint64_t id, wire::Block block) {
+  if (!listener_ || sizeOf(block) > maxBlockBytes_) return false;
+  {
+    const std::lock_guard lock(mutex_);
+    jobs_.push_back({id, std::move(block)});
+  }
+  wake_.notify_one();
+  return true;
+}
+
+void EmbeddedTransport::subscribeEvents(const std::vector<int>& kinds) {
+  if (listener_) core_.subscribe(this, kinds, -1);
+}
+
+void EmbeddedTransport::subscribeValues(const std::vector<int>& locIds) {
+  if (listener_) core_.subscribeValues(this, locIds);
+}
+
+bool EmbeddedTransport::next(Job* job) {
+  std::unique_lock lock(mutex_);
+  wake_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
+  if (jobs_.empty()) return false;
+  *job = std::move(jobs_.front());
+  jobs_.pop_front();
+  return true;
+}
+
+void EmbeddedTransport::work() {
+  for (Job job; next(&job);) listener_->onReply(job.id, execute(job.block));
+}
+
+wire::BlockReply EmbeddedTransport::execute(const wire::Block& block) {
+  try {
+    return core_.execute(block, caller_);
+  } catch (const std::exception& problem) {
+    return {wire::Reply::failure(wire::kUnavailable, problem.what()), {}};
+  }
+}
+
+}  // namespace tlm

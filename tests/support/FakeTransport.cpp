@@ -1,0 +1,22 @@
+#include "FakeTransport.h"
+
+namespace tlm::test {
+
+bool FakeTransport::send(uint64_t id, wire::Block block) {
+  if (refuses) return false;
+  sent.push_back({id, std::move(block)});
+  if (handler) answer(id, handler(sent.back().block));
+  return true;
+}
+
+wire::BlockReply echo(const wire::Block& block) {
+  wire::BlockReply reply;
+  for (const wire::Request& request : block.requests) {
+    reply.each.push_back({wire::kOk, "reply to " + request.name, std::nullopt});
+  }
+  return reply;
+}
+
+wire::BlockReply refusal(int32_t status, const std::string& why) { return {wire::Reply::failure(status, why), {}}; }
+
+}  // namespace tlm::test

@@ -1,0 +1,57 @@
+// A line whose other end is the test.
+#ifndef TLMTEST_FAKETRANSPORT_H
+#define TLMTEST_FAKETRANSPORT_H
+
+#include <TlmClient/ITransport.h>
+
+#include <functional>
+#include <vector>
+
+namespace tlm::test {
+
+// Keeps what was sent; the test answers, at once (`handler`) or later (answer). Used by one thread, except
+// that answer, publish and breakLine may come from any.
+class FakeTransport : public ITransport {
+ public:
+  struct Sent {
+    uint64_t id = 0;
+    wire::Block block;
+  };
+  using Handler = std::function<wire::BlockReply(const wire::Block&)>;
+
+  // `gone`, if given, becomes true when the transport is destroyed.
+  explicit FakeTransport(bool* gone = nullptr) : gone_(gone) {}
+  ~FakeTransport() override {
+    if (gone_) *gone_ = true;
+  }
+
+  void setListener(TransportListener* listener) override { listener_ = listener; }
+  bool send(uint64_t id, wire::Block block) override;
+  void subscribeEvents(const std::vector<int>& kinds) override { eventKinds = kinds; }
+  void subscribeValues(const std::vector<int>& locIds) override { valueIds = locIds; }
+  bool alive() const override { return !refuses; }
+
+  void answer(uint64_t id, wire::BlockReply reply) { listener_->onReply(id, std::move(reply)); }
+  void publish(wire::Event event) { listener_->onEvent(std::move(event)); }
+  void publish(wire::ParamValue value) { listener_->onValue(std::move(value)); }
+  void breakLine(const std::string& why) { listener_->onLine(false, why); }
+  void mendLine() { listener_->onLine(true, {}); }
+
+  std::vector<Sent> sent;
+  std::vector<int> eventKinds;
+  std::vector<int> valueIds;
+  Handler handler;       // answers each block as it is sent
+  bool refuses = false;  // send gives false
+
+ private:
+  TransportListener* listener_ = nullptr;
+  bool* gone_;
+};
+
+// A reply to each request of the block: status 0, payload "reply to " and the request's name.
+wire::BlockReply echo(const wire::Block& block);
+wire::BlockReply refusal(int32_t status, const std::string& why);
+
+}  // namespace tlm::test
+
+#endif
