@@ -27,32 +27,6 @@ std::string selectSql(const std::string& table, const MDArray* array) {
   return sql + " FROM " + quoted(table);
 }
 
-// Takes the keys off a table while rows come in, and makes them in bulk afterwards.
-class KeysAside {
- public:
-  explicit KeysAside(MDArray* array) : array_(array) {
-    while (MDAKeyCount(array) > 0) {
-      MDRKeyDesc key{};
-      const std::string_view expression = MDAKeyExpr(array, 0);
-      expression.copy(key.expression, sizeof key.expression);
-      key.flags = *MDAKeyFlags(array, 0);
-      keys_.push_back(key);
-      MDAKeyDel(array, 0);
-    }
-  }
-  ~KeysAside() {
-    const int extra = MDAKeyCount(array_);
-    for (const MDRKeyDesc& key : keys_) MDAKeyAdd(array_, 1, &key);
-    for (int i = 0; i < extra && !keys_.empty(); ++i) MDAKeyDel(array_, 0);
-  }
-  KeysAside(const KeysAside&) = delete;
-  KeysAside& operator=(const KeysAside&) = delete;
-
- private:
-  MDArray* array_;
-  std::vector<MDRKeyDesc> keys_;
-};
-
 wire::Event eventOf(sqlite3_stmt* row) {
   wire::Event event;
   event.sequence = sqlite3_column_int64(row, 0);
@@ -140,7 +114,6 @@ bool SqliteStore::load(const std::string& table, MDArray* into, std::string* err
   if (!writer(table, &failure)) return say(failure, error);
   Statement rows;
   if (!rows.prepare(db_, selectSql(table, into), &failure)) return say(failure, error);
-  const KeysAside keys(into);
   RowReader reader(rows.get(), fieldsOf(into));
   int code = 0;
   while ((code = rows.step()) == SQLITE_ROW) {

@@ -1,0 +1,43 @@
+// The sample model: text files that become rows of the model tables. The format is told in sample/README.md.
+#ifndef TLMSERVER_SAMPLEMODEL_H
+#define TLMSERVER_SAMPLEMODEL_H
+
+#include <TlmServer/ModelTables.h>
+#include <TlmServer/SqliteStore.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tlm::server {
+
+// One file of a model in text: its name, for messages, and what it holds.
+struct ModelFile {
+  std::string name;
+  std::string text;
+};
+
+// Adds the rows of the files to the tables, which must be empty. False with "FILE:LINE: ..." in *error; the
+// tables then hold the rows that came before.
+bool readModelFiles(const std::vector<ModelFile>& files, ModelTables* tables, std::string* error);
+
+// The same with every .tsv file under a folder, in the order of their names.
+bool loadSample(const std::string& folder, ModelTables* tables, std::string* error);
+
+// The same with the sample that is built into the program.
+bool loadBuiltInSample(ModelTables* tables, std::string* error);
+
+// The same with the reference tables of the built-in sample only: units of measure, categories, archives and
+// their groups, voltages, classes of events, texts of states, server groups.
+bool loadBuiltInReferences(ModelTables* tables, std::string* error);
+
+// The tables that go into a store: all but those that describe the catalogue. Valid as long as `tables`.
+NamedTables tablesToStore(const ModelTables& tables);
+
+// Makes a store that holds the built-in sample, as createSqliteStore does.
+std::unique_ptr<Store> createSampleStore(const std::string& path, const Catalogue& catalogue, std::string* error,
+                                         StoreError* why = nullptr);
+
+}  // namespace tlm::server
+
+#endif
