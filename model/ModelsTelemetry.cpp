@@ -1,0 +1,161 @@
+#include "ModelsTelemetry.h"
+
+#include "CTlmMeasConfig.h"
+
+#include <algorithm>
+
+MeasConfTreeModel::MeasConfTreeModel(CTlmMeasConfig* parent)
+    : QAbstractItemModel(parent), module(parent), keys_(reader_) {}
+
+MeasConfTreeModel::~MeasConfTreeModel() { delete rootNode; }
+
+const RecordReader& MeasConfTreeModel::reader() const {
+  reader_.use(codec);
+  return reader_;
+}
+
+// ---- indexes --------------------------------------------------------------------------------------------
+
+QModelIndex MeasConfTreeModel::index(int row, int column, const QModelIndex& parent) const {
+  const myConfNode* node = nodeFromIndex(parent);
+  if (!node || row < 0 || row >= static_cast<int>(node->children.size())) return QModelIndex();
+  myConfNode* child = node->children[row];
+  return child ? createIndex(row, column, child) : QModelIndex();
+}
+
+QModelIndex MeasConfTreeModel::parent(const QModelIndex& index) const {
+  if (!index.isValid()) return QModelIndex();
+  const myConfNode* node = nodeFromIndex(index);
+  myConfNode* owner = node ? node->parent : nullptr;
+  if (!owner || owner == rootNode) return QModelIndex();
+  const int row = owner->row();
+  return row < 0 ? QModelIndex() : createIndex(row, index.column(), owner);
+}
+
+int MeasConfTreeModel::rowCount(const QModelIndex& parent) const {
+  if (parent.column() > 0) return 0;
+  const myConfNode* node = nodeFromIndex(parent);
+  return node ? static_cast<int>(node->children.size()) : 0;
+}
+
+int MeasConfTreeModel::columnCount(const QModelIndex&) const { return 2; }
+
+bool MeasConfTreeModel::hasChildren(const QModelIndex& parent) const {
+  const myConfNode* node = nodeFromIndex(parent);
+  if (!node) return false;
+  if (!node->isLoaded && isClass(reader().value(*node, NodeField::ClassName), kRemoteUnitClass)) return true;
+  return !node->children.empty();
+}
+
+myConfNode* MeasConfTreeModel::nodeFromIndex(const QModelIndex& index) const {
+  return index.isValid() ? static_cast<myConfNode*>(index.internalPointer()) : rootNode;
+}
+
+void MeasConfTreeModel::GetIndex(QModelIndex& out, int row, int column, myConfNode* node) const {
+  out = createIndex(row, column, node);
+}
+
+QModelIndex MeasConfTreeModel::indexOf(const myConfNode* node) const {
+  if (!node || node == rootNode) return QModelIndex();
+  const int row = node->row();
+  return row < 0 ? QModelIndex() : createIndex(row, 0, const_cast<myConfNode*>(node));
+}
+
+// ---- search ---------------------------------------------------------------------------------------------
+
+namespace {
+
+// The rows from the root down. In display order a node stands before another if its path does.
+std::vector<int> pathOf(const myConfNode* node) {
+  std::vector<int> path;
+  for (; node && node->parent; node = node->parent) path.push_back(node->row());
+  std::reverse(path.begin(), path.end());
+  return path;
+}
+
+}  // namespace
+
+QModelIndex MeasConfTreeModel::findByKey(const QString& key) const {
+  reader();
+  if (key.isEmpty()) {  // nodes without a key are not in the index
+    const auto hits = match(index(0, 0), kKeyRole, key, 1, Qt::MatchFixedString | Qt::MatchWrap | Qt::MatchRecursive);
+    return hits.value(0);
+  }
+  const std::vector<myConfNode*> nodes = keys_.find(key);
+  if (nodes.size() < 2) return nodes.empty() ? QModelIndex() : indexOf(nodes.front());
+  return indexOf(*std::min_element(nodes.begin(), nodes.end(),
+                                   [](const myConfNode* a, const myConfNode* b) { return pathOf(a) < pathOf(b); }));
+}
+
+// ---- changes of the shape -------------------------------------------------------------------------------
+
+void MeasConfTreeModel::setRootNode(myConfNode* root) {
+  keys_.clear();
+  if (rootNode != root) delete rootNode;
+  rootNode = root;
+  reader();
+  keys_.add(root);
+  resetInternalData();
+}
+
+bool MeasConfTreeModel::insertNodes(const QModelIndex& parent, int row, const std::vector<myConfNode*>& nodes) {
+  myConfNode* owner = nodeFromIndex(parent);
+  if (!owner || nodes.empty()) return false;
+  const int count = static_cast<int>(nodes.size());
+  BeginInsertRows(parent, row, row + count - 1);
+  for (myConfNode* node : nodes) node->parent = owner;
+  owner->children.insert(owner->children.begin() + row, nodes.begin(), nodes.end());
+  const bool inserted = insertRows(row, count, parent);
+  EndInsertRows();
+  return inserted;
+}
+
+std::unique_ptr<myConfNode> MeasConfTreeModel::takeNode(myConfNode* parent, int row) {
+  std::unique_ptr<myConfNode> node(parent->children[row]);
+  keys_.remove(node.get());
+  parent->children.erase(parent->children.begin() + row);
+  return node;
+}
+
+void MeasConfTreeModel::BeginInsertRows(const QModelIndex& parent, int first, int last) {
+  insertParent_ = nodeFromIndex(parent);
+  insertFirst_ = first;
+  insertLast_ = last;
+  beginInsertRows(parent, first, last);
+}
+
+void MeasConfTreeModel::EndInsertRows() {
+  reader();
+  // The rows that were told may never have come: a unit that turned out empty tells of one.
+  const int count = insertParent_ ? static_cast<int>(insertParent_->children.size()) : 0;
+  for (int row = insertFirst_; row <= insertLast_ && row < count; ++row) keys_.add(insertParent_->children[row]);
+  insertParent_ = nullptr;
+  endInsertRows();
+}
+
+bool MeasConfTreeModel::insertRows(int, int count, const QModelIndex&) { return count != 0; }
+
+bool MeasConfTreeModel::removeRows(int, int count, const QModelIndex&) { return count != 0; }
+
+bool MeasConfTreeModel::moveRows(const QModelIndex&, int, int, const QModelIndex&, int) { return true; }
+
+bool MeasConfTreeModel::moveRow(const QModelIndex&, int, const QModelIndex&, int) { return true; }
+
+// ---- order ----------------------------------------------------------------------------------------------
+
+void MeasConfTreeModel::sort(int column, Qt::SortOrder order) {
+  sortOrder = order;
+  sortColumn = column;
+  SortChildren(rootNode, column, order, false);
+}
+
+void MeasConfTreeModel::SortChildren(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly) {
+  emit layoutAboutToBeChanged();
+  if (node && !node->children.empty()) {
+    sortNodes(node->children, column, order, reader());
+    if (!thisLevelOnly) {
+      for (myConfNode* child : node->children) SortChildren(child, column, order, false);
+    }
+  }
+  emit layoutChanged();
+}

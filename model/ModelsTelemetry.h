@@ -1,0 +1,129 @@
+// The configuration tree: nodes (myConfNode.h), their order (NodeOrder.h), the views (TreeViews.h) and, here, the
+// item model.
+#ifndef TLMMEAS_MODELSTELEMETRY_H
+#define TLMMEAS_MODELSTELEMETRY_H
+
+#include "KeyIndex.h"
+#include "MeasClasses.h"
+#include "NodeOrder.h"
+#include "RecordReader.h"
+#include "TreeViews.h"
+#include "myConfNode.h"
+
+#include <QAbstractItemModel>
+#include <QStringList>
+#include <QVariant>
+
+#include <array>
+#include <memory>
+#include <vector>
+
+class CTlmMeasConfig;
+class QTextCodec;
+
+// Roles beside those of Qt: what a row is, and which object it shows. Qt::UserRole gives the node itself as a
+// void*.
+inline constexpr int kClassRole = 11;
+inline constexpr int kKeyRole = 12;
+
+// The format of drags and of the clipboard.
+inline const QString kMeasMimeType = QStringLiteral("TlmMeasList");
+
+// GUI thread only. Presents the nodes under one root, which it owns. An invalid index means the root. Rows are
+// read at every call, so a changed row needs UpdateData and nothing else.
+//
+// The children of a node in the tree change in two places alone: insertNodes and takeNode.
+class MeasConfTreeModel : public QAbstractItemModel {
+  Q_OBJECT
+
+ public:
+  explicit MeasConfTreeModel(CTlmMeasConfig* parent);  // null: a model without a module, which takes no drops
+  ~MeasConfTreeModel() override;
+
+  // ---- ModelsTelemetry.cpp: the shape of the tree ------------------------------------------------------
+  QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;
+  // Keeps the column of `index`: the parent of an index in column 1 has column 1.
+  QModelIndex parent(const QModelIndex& index) const override;
+  using QObject::parent;
+  int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+  int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+  // True for a remote unit that was not fetched, whatever it holds.
+  bool hasChildren(const QModelIndex& parent = QModelIndex()) const override;
+
+  // Takes over a tree and destroys the one before. Sends no reset: detach the view first.
+  void setRootNode(myConfNode* root);
+  myConfNode* GetRootNode() const { return rootNode; }
+  myConfNode* nodeFromIndex(const QModelIndex& index) const;
+  myConfNode* GetNode(const QModelIndex& index) const { return nodeFromIndex(index); }
+  // The index of a node whose row is known.
+  void GetIndex(QModelIndex& out, int row, int column, myConfNode* node) const;
+  // The index of any node of the tree, column 0; invalid for the root.
+  QModelIndex indexOf(const myConfNode* node) const;
+
+  // What match(index(0, 0), kKeyRole, key, 1, MatchFixedString | MatchWrap | MatchRecursive) finds, without
+  // the walk over the tree. Invalid when there is none.
+  QModelIndex findByKey(const QString& key) const;
+
+  // Puts nodes (with all below them) at a row of a parent and tells the views. The nodes' parent is set. The
+  // result is that of insertRows.
+  bool insertNodes(const QModelIndex& parent, int row, const std::vector<myConfNode*>& nodes);
+  // Unhooks a child, which is the caller's then. Goes between beginRemoveRows and endRemoveRows.
+  std::unique_ptr<myConfNode> takeNode(myConfNode* parent, int row);
+
+  void BeginInsertRows(const QModelIndex& parent, int first, int last);
+  void EndInsertRows();
+  // Nothing but targets for calls: rows change in the nodes themselves, between the notifications.
+  bool insertRows(int row, int count, const QModelIndex& parent = QModelIndex()) override;
+  bool removeRows(int row, int count, const QModelIndex& parent = QModelIndex()) override;
+  bool moveRows(const QModelIndex& from, int fromRow, int count, const QModelIndex& to, int toRow) override;
+  virtual bool moveRow(const QModelIndex& from, int fromRow, const QModelIndex& to, int toRow);
+
+  // Sorts the whole tree, or the children of one node (`thisLevelOnly`: not what is below them). The layout
+  // signals go out for every node visited; persistent indexes are not remapped.
+  void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
+  void SortChildren(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly);
+
+  // ---- ModelsTelemetry_data.cpp: what is shown ---------------------------------------------------------
+  QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+  bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+  Qt::ItemFlags flags(const QModelIndex& index) const override;
+  // A row has changed.
+  void UpdateData(const QModelIndex& topLeft, const QModelIndex& bottomRight);
+
+  // ---- ModelsTelemetry_drag.cpp ------------------------------------------------------------------------
+  QStringList mimeTypes() const override;
+  QMimeData* mimeData(const QModelIndexList& indexes) const override;
+  bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                    const QModelIndex& parent) override;
+  Qt::DropActions supportedDropActions() const override;
+
+ signals:
+  void setFocusRow(QModelIndex index);
+
+ public:
+  CTlmMeasConfig* module;
+  bool started = false;
+  QTextCodec* codec = nullptr;  // assigned right after construction
+  Qt::SortOrder sortOrder = Qt::AscendingOrder;
+  int sortColumn = 0;
+  QStringList cutKeys;  // of rows that were cut and await a paste
+  myConfNode* rootNode = nullptr;
+
+ private:
+  const RecordReader& reader() const;  // with the present codec
+  QVariant displayText(const myConfNode& node, int column) const;
+  QVariant decoration(const myConfNode& node) const;
+  QVariant foreground(const myConfNode& node) const;
+  QVariant icon(const char* path) const;
+  bool takesDrop(const QModelIndex& index) const;
+
+  mutable RecordReader reader_;
+  KeyIndex keys_;
+  mutable std::vector<std::pair<const char*, QVariant>> icons_;  // by the address of their path
+  myConfNode* insertParent_ = nullptr;                           // between BeginInsertRows and EndInsertRows
+  int insertFirst_ = 0;
+  int insertLast_ = -1;
+};
+
+#endif
