@@ -1,0 +1,106 @@
+#include "commands.h"
+
+#include <TlmServer/Catalogue.h>
+#include <TlmServer/Generate.h>
+#include <TlmServer/ModelCheck.h>
+#include <TlmServer/SampleModel.h>
+#include <TlmServer/SqliteStore.h>
+
+#include <cstdio>
+#include <limits>
+
+namespace tlm::ctl {
+namespace {
+
+using namespace tlm::server;
+
+constexpr size_t kShownProblems = 100;
+
+int tell(const ModelTables& tables, const std::string& file) {
+  std::printf("%s: %d folders, %d units, %d measurements\n", file.c_str(),
+              MDARecCount(tables.table("RemoteUnitFolder")), MDARecCount(tables.table("RemoteUnit")),
+              MDARecCount(tables.table("Measurement")));
+  return kDone;
+}
+
+int makeStore(const ModelTables& tables, const std::string& file) {
+  std::string error;
+  if (!createSqliteStore(file, Catalogue::builtIn(), tablesToStore(tables), &error)) return failed(error);
+  return tell(tables, file);
+}
+
+int create(const Arguments& arguments) {
+  ModelTables tables(Catalogue::builtIn(), ModelTables::Keys::kLater);
+  std::string error;
+  if (!arguments.has("--empty") && !loadBuiltInSample(&tables, &error)) return failed(error);
+  return makeStore(tables, arguments.file);
+}
+
+int generate(const Arguments& arguments) {
+  std::string error;
+  const auto units = numberOption(arguments, "--units", 1, kMaxGenerated, &error);
+  const auto measurements = units ? numberOption(arguments, "--measurements", 0, kMaxGenerated, &error) : units;
+  const auto seed = measurements ? numberOption(arguments, "--seed", 0, std::numeric_limits<uint64_t>::max(), &error)
+                                 : measurements;
+  if (!seed) return misused(commands()[1], error);
+  GenerateOptions options;
+  options.units = static_cast<int>(*units);
+  options.measurements = static_cast<int>(*measurements);
+  options.seed = *seed;
+  ModelTables tables(Catalogue::builtIn(), ModelTables::Keys::kLater);
+  if (!generateModel(options, &tables, &error)) return failed(error);
+  return makeStore(tables, arguments.file);
+}
+
+bool loadTables(Store& store, ModelTables* tables, std::string* error) {
+  for (const TableDef& table : tables->catalogue().tables())
+    if (!Catalogue::describesItself(table.name) && !store.load(table.name, tables->table(table.name), error))
+      return false;
+  tables->makeKeys();
+  return true;
+}
+
+int check(const Arguments& arguments) {
+  std::string error;
+  const auto store = openSqliteStore(arguments.file, Catalogue::builtIn(), &error);
+  if (!store) return failed(error);
+  const std::vector<std::string> broken = checkSqliteStore(*store);
+  for (const std::string& line : broken) std::printf("%s\n", line.c_str());
+  ModelTables tables(Catalogue::builtIn(), ModelTables::Keys::kLater);
+  if (!loadTables(*store, &tables, &error)) return failed(error);
+  const ModelProblems problems = checkModel(tables, kShownProblems);
+  for (const std::string& line : problems.lines) std::printf("%s\n", line.c_str());
+  if (problems.count > problems.lines.size())
+    std::printf("... and %zu more\n", problems.count - problems.lines.size());
+  tell(tables, arguments.file);
+  const size_t all = broken.size() + problems.count;
+  std::printf(all == 0 ? "no problems\n" : "%zu problems\n", all);
+  return all == 0 ? kDone : kFailed;
+}
+
+}  // namespace
+
+const std::vector<Command>& commands() {
+  static const std::vector<Command> all = {
+      {"create", "create FILE [--empty]", "make a store with the sample model, or without rows",
+       {{"--empty", nullptr, false}}, create},
+      {"generate", "generate --units U --measurements N --seed S FILE",
+       "make a store with a generated model; the same numbers give the same model",
+       {{"--units", "a number", true}, {"--measurements", "a number", true}, {"--seed", "a number", true}}, generate},
+      {"dump", "dump --table T [--columns A,B,...] FILE", "write the rows of a table, in order of arrival, as text",
+       {{"--table", "the name of a table", true}, {"--columns", "names of columns, joined by commas", false}}, dump},
+      {"check", "check FILE", "look for damage in a store and for contradictions in its model", {}, check}};
+  return all;
+}
+
+int failed(const std::string& what) {
+  std::fprintf(stderr, "tlmctl: %s\n", what.c_str());
+  return kFailed;
+}
+
+int misused(const Command& command, const std::string& what) {
+  std::fprintf(stderr, "tlmctl %s: %s\nusage: tlmctl %s\n", command.name, what.c_str(), command.usage);
+  return kUsage;
+}
+
+}  // namespace tlm::ctl

@@ -1,0 +1,29 @@
+// The commands of tlmctl. Each takes its words, writes to the standard streams and returns an exit code.
+#ifndef TLMCTL_COMMANDS_H
+#define TLMCTL_COMMANDS_H
+
+#include <vector>
+
+#include "arguments.h"
+
+namespace tlm::ctl {
+
+struct Command {
+  const char* name;
+  const char* usage;
+  const char* help;
+  std::vector<Option> options;
+  int (*run)(const Arguments& arguments);
+};
+
+const std::vector<Command>& commands();
+
+int dump(const Arguments& arguments);
+
+// Says what went wrong and returns kFailed, or kUsage for what the caller typed.
+int failed(const std::string& what);
+int misused(const Command& command, const std::string& what);
+
+}  // namespace tlm::ctl
+
+#endif

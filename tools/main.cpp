@@ -1,0 +1,43 @@
+// tlmctl: makes, fills, shows and checks stores of models.
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+
+namespace {
+
+using namespace tlm::ctl;
+
+int help() {
+  std::printf("usage: tlmctl COMMAND ...\n\n");
+  for (const Command& command : commands()) std::printf("  %s\n      %s\n", command.usage, command.help);
+  std::printf(
+      "\n  --help     this text\n  --version  the version of the program\n\n"
+      "Exit codes: 0 done, 1 refused or problems found, 2 a mistake in the command line.\n");
+  return kDone;
+}
+
+int run(const Command& command, const std::vector<std::string>& words) {
+  for (const std::string& word : words)
+    if (word == "--help") return std::printf("usage: tlmctl %s\n  %s\n", command.usage, command.help), kDone;
+  std::string error;
+  const auto arguments = parseArguments(words, command.options, &error);
+  return arguments ? command.run(*arguments) : misused(command, error);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an error of the output, told as such
+  const std::string first = argc > 1 ? argv[1] : "";
+  if (first == "--help" || first == "help") return help();
+  if (first == "--version") return std::printf("tlmctl %s\n", TLM_VERSION), kDone;
+  for (const Command& command : commands())
+    if (first == command.name) return run(command, {argv + 2, argv + argc});
+  std::fprintf(stderr, first.empty() ? "tlmctl: a command is missing\n" : "tlmctl: unknown command \"%s\"\n",
+               first.c_str());
+  std::fprintf(stderr, "\"tlmctl --help\" lists the commands\n");
+  return kUsage;
+}
