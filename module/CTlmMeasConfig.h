@@ -377,9 +377,57 @@ class CTlmMeasConfig : public CTlmCliMod {
       strAccumulator, strStringMeasurement;
 
  private:
-  // Each belongs to the file that its section above names.
-  void initWidgets();
-  void connectWidgets();
+  // _lifecycle
+  void makePathBar();
+  void makeTree();
+  void makeFindBar();
+  void makeHeader();
+  void makeDialogs();
+  void connectWindow();
+  void showTree();
+  // The shared box. `slot` takes the clicked button; null for the one that closes it.
+  void showBox(const QString& boxTitle, const QString& text, TMessageBoxIcon icon, TMessageBoxType type,
+               const char* slot = nullptr);
+  // _actions
+  void showOperatorTools(const QModelIndex& index);
+  // _layout
+  void fitColumns();
+  void resizePropColumns(int propW);
+  void clearPathBar();
+  // _passport
+  QModelIndexList selectedRows() const;
+  bool leaveEditedObject(const QItemSelection& selected, const QItemSelection& deselected);
+  void declareRow(myConfNode* node, int count, const QString& label);
+  void showObject(const QModelIndex& index, bool isSelection);
+  void lockFields(const QStringList& noEdit);
+  void rememberSheet(const QStringList& keys, const QString& number);
+  // _saving
+  bool checkedForSave(const QStringList& tables, const QList<CMDArray*>& arrays, bool single);
+  QString refusal(const QString& table, CMDArray* array, bool single);
+  void queueRecords(const QString& table, CMDArray& source, bool insert, bool calculationsMayInsert);
+  bool endBlock(bool wait);
+  bool commitDeletes();
+  bool commitInsert(const QStringList& tables, const QList<CMDArray*>& arrays);
+  bool commitUpdate(const QStringList& tables, const QList<CMDArray*>& arrays);
+  void noteOwnMoves(const CMDArray& array, const MDRData* record, const QString& key);
+  bool sendRecords(const QStringList& tables, const QList<CMDArray*>& arrays, bool insert, bool calculationsMayInsert,
+                   bool wait);
+
+  // _events
+  void eventChanged(TEventNciParse& ev);
+  void eventAdded(TEventNciParse& ev);
+  void eventDeleted(TEventNciParse& ev);
+  void reloadSelectList(const QString& table);
+  void changeMeasurement(TEventNciParse& ev);
+  void changeParented(TEventNciParse& ev, CMDArray& array, CMDArray& structure, const char* parentField);
+  void changeInPlace(TEventNciParse& ev, CMDArray& array);
+  void changeCalculation(TEventNciParse& ev, bool changed);
+  void changeCheckTu(TEventNciParse& ev);
+  void showTuReceipt(MDXCliParam* message);
+  bool takeOwnMove(const QString& key);
+
+  bool columnsAwaitModel = false;  // resizeColumns was called while the tree had no columns
+  QStringList sheetKeys;           // the objects that the passport was filled for, in the order of the selection
 };
 
 #endif

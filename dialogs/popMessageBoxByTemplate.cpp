@@ -1,0 +1,3 @@
+#include "popMessageBoxByTemplate.h"
+
+CPopMessageBoxByTemplate::CPopMessageBoxByTemplate(QWidget* parent) : CPopTemplate(parent) { hide(); }

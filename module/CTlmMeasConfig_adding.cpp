@@ -1,0 +1,7 @@
+#include "CTlmMeasConfig.h"
+
+// Adding is not offered yet.
+
+void CTlmMeasConfig::ExecAddActGroup(QAction*) {}
+
+void CTlmMeasConfig::ExecActAdd(QString, QString, bool) {}
