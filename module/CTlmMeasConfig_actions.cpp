@@ -120,7 +120,7 @@ void CTlmMeasConfig::FillToolBar() {
   SetActions();
   QToolBar* bar = ui->TlBar;
   bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
-  fillBar(this, bar, toolBarEntries(), [=](const MenuEntry& entry) { bar->addWidget(this->*entry.button); });
+  fillBar(this, bar, toolBarEntries(), [=, this](const MenuEntry& entry) { bar->addWidget(this->*entry.button); });
   bar->addWidget(makeSpacer(bar));
   bar->addWidget(btnAbout);
 }

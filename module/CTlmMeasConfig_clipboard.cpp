@@ -35,9 +35,9 @@ void CTlmMeasConfig::ExecEditActGroup(QAction* action) {
 }
 
 void CTlmMeasConfig::onDataChanged_clipboard() {
-  const QMimeData* data = clipboard ? clipboard->mimeData() : nullptr;
-  if (!data || !data->hasFormat(kMeasMimeType)) return;
-  const QByteArray bytes = data->data(kMeasMimeType);
+  const QMimeData* mime = clipboard ? clipboard->mimeData() : nullptr;
+  if (!mime || !mime->hasFormat(kMeasMimeType)) return;
+  const QByteArray bytes = mime->data(kMeasMimeType);
   clipIsCopy = bytes.startsWith(kCopyMark);
   clipText = QString::fromUtf8(bytes.mid(1));
   if (clipIsCopy) {

@@ -1,5 +1,6 @@
 #include "CTlmMeasConfig.h"
 #include "IndexFacts.h"
+#include "RecordAccess.h"
 #include "WorkWithData.h"
 #include "ui_TlmMeasConfig.h"
 
