@@ -3,9 +3,7 @@
 #include "Texts.h"
 
 #include <charconv>
-#include <cmath>
 #include <cstring>
-#include <limits>
 
 namespace tlm::script {
 namespace {
@@ -53,8 +51,6 @@ MDRVar nullVar(uint8_t type) {
 
 bool holdsText(uint8_t type) { return type == MDX_TEXT || type == MDX_MEMO; }
 bool holdsFraction(uint8_t type) { return type == MDX_FLOAT || type == MDX_DOUBLE; }
-
-Value fraction(double value) { return std::isnan(value) ? Value() : Value::of(value); }
 
 }  // namespace
 
@@ -160,8 +156,8 @@ void Machine::getField(const Instruction& in) {
     }
     cache = {record.table, field};
   }
-  const bool inKey = walk.record == record.record && walk.field == cache.field;
-  registers_[in.a] = inKey ? valueOf(walk.value, record, in.at) : read(cache.field, record, in.at);
+  registers_[in.a] =
+      walk.tells(record.record, cache.field) ? walk.keyValue() : read(cache.field, record, in.at);
 }
 
 Value Machine::read(const MDRField* field, const Value& record, Offset at) {
@@ -180,9 +176,9 @@ Value Machine::valueOf(const MDRVar& var, const Value& record, Offset at) {
     case MDX_INT64:
       return Value::of(int64_t{var.i64});
     case MDX_FLOAT:
-      return fraction(var.f32);
+      return Value::of(double{var.f32});
     case MDX_DOUBLE:
-      return fraction(var.f64);
+      return Value::of(double{var.f64});
     case MDX_TEXT:
     case MDX_MEMO:
       break;

@@ -38,14 +38,26 @@ void Walk::bind(const RunTable& source, uint16_t number, int keyNumber) {
   key = keyNumber;
   array_ = source.array;
   changes_ = !source.isModel();
-  record = nullptr;
-  position_ = -1;
+  position_ = -2;
+  cursor_ = {};
+  record_ = nullptr;
+  const char* const expression = MDAKeyExpr(array_, key);
+  keyField_ = expression && !changes_ ? findField(array_, expression) : nullptr;
 }
 
-MDRData* Walk::at(int64_t position) {
-  if (position == position_ && !changes_) return record;
+MDRData* Walk::place(int64_t position) {
+  if (position < 0 || position > INT32_MAX) return nullptr;
+  if (changes_) return MDARec(array_, key, static_cast<int>(position));
   position_ = position;
-  return record = position < 0 || position > INT32_MAX ? nullptr : MDARec(array_, key, static_cast<int>(position));
+  return record_ = cursor_.place(array_, key, static_cast<int>(position)) ? cursor_.record() : nullptr;
+}
+
+Value Walk::keyValue() const {
+  switch (cursor_.form()) {
+    case MDX_CURSOR_INT: return Value::of(cursor_.integer());
+    case MDX_CURSOR_DOUBLE: return Value::of(cursor_.number());
+    default: return {};
+  }
 }
 
 // ---- what the program names -----------------------------------------------------------------------

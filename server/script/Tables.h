@@ -5,6 +5,7 @@
 #include "Meter.h"
 #include "Program.h"
 
+#include <TlmMdx/cursor.h>
 #include <TlmServer/Script.h>
 
 #include <memory>
@@ -29,26 +30,41 @@ struct RunTable {
 };
 
 // A place of the script that reads or seeks by a key. For model tables, which do not change, it remembers
-// where in the key's order it stands: the next record costs no search, and a key of one field brings its
-// value along.
+// where in the key's order it stands: the next record costs no search, and the value of the key's field
+// comes out of the key without a look at the record.
 class Walk {
  public:
   void bind(const RunTable& table, uint16_t number, int key);
 
-  // Null past the end.
-  MDRData* at(int64_t position);
+  // The record at a position of the key's order, or null.
+  MDRData* at(int64_t position) {
+    if (position == position_ + 1 && cursor_.valid()) {
+      ++position_;
+      return record_ = cursor_.next() ? cursor_.record() : nullptr;
+    }
+    return place(position);
+  }
+
+  // Whether the walk stands on that record and its key tells that field: read it by keyValue().
+  bool tells(const MDRData* record, const MDRField* field) const {
+    return record_ == record && keyField_ == field && cursor_.form() != MDX_CURSOR_OTHER &&
+           cursor_.form() != MDX_CURSOR_TEXT;
+  }
+  Value keyValue() const;
 
   uint16_t table = kUnknown;
   int key = -1;
-  MDRData* record = nullptr;
-  const MDRField* field = nullptr;      // of the key, when it has one field and the walk knows its value
-  MDRVar value{};                       // of that field in `record`
   const MDRField* seekField = nullptr;  // of the key, when this is a place that seeks
 
  private:
+  MDRData* place(int64_t position);
+
   MDArray* array_ = nullptr;
   bool changes_ = false;  // the table is one that the script makes
-  int64_t position_ = -1;
+  int64_t position_ = -2;
+  mdx::Cursor cursor_;
+  MDRData* record_ = nullptr;
+  const MDRField* keyField_ = nullptr;  // of a key of one number
 };
 
 // A field that is named by a literal, with the table it was looked up in last.

@@ -4,6 +4,7 @@
 
 #include <TlmMdx/mdx.h>
 
+#include <cmath>
 #include <cstdint>
 #include <string_view>
 
@@ -41,6 +42,7 @@ struct Value {
   }
   static Value of(double fraction) {
     Value value;
+    if (std::isnan(fraction)) return value;  // what is no number is null
     value.kind = Kind::kDouble;
     value.fraction = fraction;
     return value;
