@@ -1,0 +1,113 @@
+#include "SmallTree.h"
+
+#include <gtest/gtest.h>
+
+#include <QDropEvent>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QStandardItemModel>
+#include <QtTest>
+
+namespace tlm::test {
+namespace {
+
+struct ViewTest : testing::Test {
+  ViewTest() {
+    view.setModel(&model);
+    view.resize(200, 200);
+    view.show();
+  }
+  QPoint firstRow() { return view.visualRect(model.index(0, 0)).center(); }
+
+  QStandardItemModel model{2, 1};
+  KeysModifQTreeViewMeas view;
+};
+
+TEST_F(ViewTest, TellsTheModifiersOfALeftRelease) {
+  QSignalSpy told(&view, &KeysModifQTreeViewMeas::keysModif);
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::ControlModifier, firstRow());
+  ASSERT_EQ(told.count(), 1);
+  EXPECT_EQ(told[0][0].value<Qt::KeyboardModifiers>(), Qt::ControlModifier);
+}
+
+TEST_F(ViewTest, TellsNothingOfOtherButtons) {
+  QSignalSpy told(&view, &KeysModifQTreeViewMeas::keysModif);
+  QTest::mouseClick(view.viewport(), Qt::RightButton, Qt::NoModifier, firstRow());
+  QTest::mouseClick(view.viewport(), Qt::MiddleButton, Qt::NoModifier, firstRow());
+  EXPECT_EQ(told.count(), 0);
+}
+
+TEST_F(ViewTest, TellsNothingWithoutAModel) {
+  view.setModel(nullptr);
+  QSignalSpy told(&view, &KeysModifQTreeViewMeas::keysModif);
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+  EXPECT_EQ(told.count(), 0);
+}
+
+TEST_F(ViewTest, TellsWhenTheSelectionStandsAlready) {
+  QStringList seen;
+  QObject::connect(&view, &KeysModifQTreeViewMeas::keysModif,
+                   [&] { seen.append(QString::number(view.selectionModel()->selectedIndexes().size())); });
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, firstRow());
+  EXPECT_EQ(seen, QStringList{"1"});
+}
+
+// A model that writes down where something was dropped.
+class DropModel : public QStandardItemModel {
+ public:
+  DropModel() : QStandardItemModel(2, 2) {}
+  QStringList mimeTypes() const override { return {kMeasMimeType}; }
+  Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
+  Qt::ItemFlags flags(const QModelIndex&) const override { return Qt::ItemIsDropEnabled | Qt::ItemIsEnabled; }
+  bool dropMimeData(const QMimeData*, Qt::DropAction, int, int, const QModelIndex& parent) override {
+    drops.append(parent.isValid() ? "row" : "top");
+    return true;
+  }
+  QStringList drops;
+};
+
+class OpenHeader : public DropHeaderView {
+ public:
+  using DropHeaderView::DropHeaderView;
+  void drop(QDropEvent* event) { dropEvent(event); }
+};
+
+TEST(Header, IsInteractiveClickableAndStretchesItsLastSection) {
+  QObject owner;
+  DropHeaderView header(Qt::Horizontal, nullptr, &owner);
+  QStandardItemModel model(1, 2);
+  header.setModel(&model);
+  EXPECT_EQ(header.sectionResizeMode(0), QHeaderView::Interactive);
+  EXPECT_TRUE(header.stretchLastSection());
+  EXPECT_TRUE(header.sectionsClickable());
+  EXPECT_EQ(header.orientation(), Qt::Horizontal);
+}
+
+TEST(Header, HandsADropOfMeasurementsToTheTopLevel) {
+  DropModel model;
+  OpenHeader header(Qt::Horizontal, nullptr, &model);
+  header.setModel(&model);
+  header.resize(200, 20);
+  header.setAcceptDrops(true);
+  QMimeData data;
+  data.setData("TlmMeasList", "0");
+  QDropEvent event(QPointF(5, 5), Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+  header.drop(&event);
+  EXPECT_EQ(model.drops, QStringList{"top"});
+}
+
+TEST(Header, IgnoresOtherDrops) {
+  DropModel model;
+  OpenHeader header(Qt::Horizontal, nullptr, &model);
+  header.setModel(&model);
+  QMimeData data;
+  data.setText("текст");
+  QDropEvent event(QPointF(5, 5), Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+  event.accept();
+  header.drop(&event);
+  EXPECT_FALSE(event.isAccepted());
+  EXPECT_TRUE(model.drops.isEmpty());
+}
+
+}  // namespace
+}  // namespace tlm::test
