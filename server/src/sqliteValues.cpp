@@ -60,7 +60,9 @@ RowReader::RowReader(sqlite3_stmt* statement, std::vector<const MDRField*> field
 
 bool RowReader::read(MDRData* record, std::string* error) {
   for (size_t i = 0; i < fields_.size(); ++i) {
-    if (readColumn(static_cast<int>(i), record)) continue;
+    // One look-up for each column; the connection is used by one thread at a time, which this form needs.
+    sqlite3_value* stored = sqlite3_column_value(statement_, static_cast<int>(i));
+    if (readValue(stored, fields_[i], record)) continue;
     *error = "row " + std::string(columnBytes(statement_, 0)) + ": " + fields_[i]->name + " cannot hold \"" +
              std::string(columnBytes(statement_, static_cast<int>(i))) + "\"";
     return false;
@@ -68,44 +70,43 @@ bool RowReader::read(MDRData* record, std::string* error) {
   return true;
 }
 
-bool RowReader::readColumn(int column, MDRData* record) {
-  const int stored = sqlite3_column_type(statement_, column);
-  if (stored == SQLITE_NULL) return true;  // a new record's fields are null
-  const MDRField* field = fields_[static_cast<size_t>(column)];
+bool RowReader::readValue(sqlite3_value* stored, const MDRField* field, MDRData* record) {
+  const int storedType = sqlite3_value_type(stored);
+  if (storedType == SQLITE_NULL) return true;  // a new record's fields are null
   MDRVar value{};
   value.type = field->type;
-  const bool isText = field->type == MDX_TEXT || field->type == MDX_MEMO;
-  if (!(isText ? textValue(column, &value) : numberValue(column, &value))) return false;
+  if (field->type == MDX_TEXT || field->type == MDX_MEMO)
+    textValue(stored, &value);
+  else if (!numberValue(stored, storedType, &value))
+    return false;
   return MDRSetVal(field, record, &value) >= 0;
 }
 
-bool RowReader::textValue(int column, MDRVar* value) {
-  const std::string_view bytes = columnBytes(statement_, column);
+void RowReader::textValue(sqlite3_value* stored, MDRVar* value) {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(stored));
+  const std::string_view bytes(text ? text : "", static_cast<size_t>(sqlite3_value_bytes(stored)));
   value->text.data = bytes.data();
   value->text.length = static_cast<uint32_t>(bytes.size());
-  if (isAscii(bytes)) return true;
+  if (isAscii(bytes)) return;
   if (buffer_.size() < bytes.size()) buffer_.resize(bytes.size());
   value->text.length = static_cast<uint32_t>(toCodePage(bytes, buffer_.data()));
   value->text.data = buffer_.data();
-  return true;
 }
 
-bool RowReader::numberValue(int column, MDRVar* value) const {
-  const int stored = sqlite3_column_type(statement_, column);
-  if (value->type == MDX_FLOAT || value->type == MDX_DOUBLE) {
-    const bool number = stored == SQLITE_FLOAT || stored == SQLITE_INTEGER;
-    if (!number && columnBytes(statement_, column) != kNaN) return false;
-    const double read =
-        number ? sqlite3_column_double(statement_, column) : std::numeric_limits<double>::quiet_NaN();
-    if (value->type == MDX_DOUBLE)
-      value->f64 = read;
-    else
-      value->f32 = static_cast<float>(read);
+bool RowReader::numberValue(sqlite3_value* stored, int storedType, MDRVar* value) {
+  if (value->type != MDX_FLOAT && value->type != MDX_DOUBLE) {
+    if (storedType != SQLITE_INTEGER) return false;
+    value->type = MDX_INT64;  // the record converts it, and refuses what does not fit
+    value->i64 = sqlite3_value_int64(stored);
     return true;
   }
-  if (stored != SQLITE_INTEGER) return false;
-  value->type = MDX_INT64;  // the record converts it, and refuses what does not fit
-  value->i64 = sqlite3_column_int64(statement_, column);
+  const bool number = storedType == SQLITE_FLOAT || storedType == SQLITE_INTEGER;
+  if (!number && reinterpret_cast<const char*>(sqlite3_value_text(stored)) != kNaN) return false;
+  const double read = number ? sqlite3_value_double(stored) : std::numeric_limits<double>::quiet_NaN();
+  if (value->type == MDX_DOUBLE)
+    value->f64 = read;
+  else
+    value->f32 = static_cast<float>(read);
   return true;
 }
 

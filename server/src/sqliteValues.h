@@ -29,9 +29,9 @@ class RowReader {
   bool read(MDRData* record, std::string* error);
 
  private:
-  bool readColumn(int column, MDRData* record);
-  bool textValue(int column, MDRVar* value);
-  bool numberValue(int column, MDRVar* value) const;
+  bool readValue(sqlite3_value* stored, const MDRField* field, MDRData* record);
+  void textValue(sqlite3_value* stored, MDRVar* value);
+  static bool numberValue(sqlite3_value* stored, int storedType, MDRVar* value);
 
   sqlite3_stmt* statement_;
   std::vector<const MDRField*> fields_;
