@@ -32,8 +32,8 @@ QString packetText(const char* name, const unsigned char* data, int length) {
 }
 
 QString scriptText(const char* script) {
-  const auto match = QRegularExpression("(\\w+)\\s*\\(").match(codec()->toUnicode(script));
-  QString name = match.hasMatch() ? match.captured(1) : QString("?");
+  const auto match = QRegularExpression("\\w+\\s*\\([^)]*\\)").match(codec()->toUnicode(script));
+  QString name = match.hasMatch() ? match.captured() : QString("?");
   return "CalcExec " + name.replace(QRegularExpression("[0-9A-Fa-f]{32}"), "*");
 }
 

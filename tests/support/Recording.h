@@ -11,7 +11,7 @@ namespace tlm::test {
 
 // Call texts, as they stand in a log and in the rules of a FailingSession.
 QString packetText(const char* name, const unsigned char* data, int length);  // "PacketExec TableRecords Fields"
-QString scriptText(const char* script);  // "CalcExec " and the function's name; a key in it becomes "*"
+QString scriptText(const char* script);  // "CalcExec f*(rtu)": the function's head, a key in it as "*"
 QString procedureText(const char* procedure);                                 // "ProcExec SrvReq_ObjectForms"
 QString updateText(const char* table, MDArray* records);  // "SqlUpdate Measurement 3 records"
 QString blockEndText(bool send, bool waits);              // "BlockEnd", "BlockEnd unwaited" or "BlockEnd drop"
