@@ -60,7 +60,7 @@ int guarded(Action action) noexcept {
 }  // namespace mdx
 
 struct MDArray {
-  MDArray() = default;
+  MDArray() { layOut(); }
   MDArray(const MDArray&) = delete;
   MDArray& operator=(const MDArray&) = delete;
 
