@@ -17,7 +17,12 @@ class QTreeView;
 class QWidget;
 class multiPasp;
 
-// GUI thread only. Fields are named "Table.field". Edits live until ClearChanges.
+namespace tlm::passport {
+class PassportSheet;
+}
+
+// GUI thread only. Fields are named "Table.field". Edits live until ClearChanges, also while another object is
+// shown; the same object shown anew shows the server's values, and the fields with waiting edits stay marked.
 class TLMCLIENT_API TlmPassport : public QObject {
   Q_OBJECT
 
@@ -48,33 +53,45 @@ class TLMCLIENT_API TlmPassport : public QObject {
   // Refreshes the live value alone, if `key` is the object shown. An edit in progress is not disturbed.
   void SetValue(QString key, char* value);
 
+  // Appends the names of the fields shown, in their order.
   void GetPassportFields(QStringList& fields) const;
+  // Locks fields until the next display, names ignoring case; those that are not shown are passed over.
   void SetNoEditableFields(QStringList& fields, bool locked);
+  // The value as it is stored, edits included: a key, a decimal number, "true" or "false", empty for null. Of
+  // several objects the merged text. False when the field is not shown.
   bool GetValueProp(QString table, QString field, QString& value) const;
 
-  // The edited values as a change set: one name and one array for each table with edits (every table of the
-  // chain for a new object), one record each, the edited fields marked. The caller owns the arrays.
+  // Appends the edited values as a change set; the caller owns the arrays. Without edits nothing is appended.
+  // For an object with edits: the tables of its chain in order, each with the object's row in the full structure
+  // of the table (change kind 2), the edited fields marked. For a new object the same in all tables of its class,
+  // also unedited (kind 1), all fields that hold a value marked. An open editor is closed first, as by Enter.
+  // Objects whose edits still wait while another is shown are appended too, in the order of their first edit.
   void GetNewValuesFull(QStringList& tables, QList<CMDArray*>& arrays);
+
+  // Forgets all edits. What GetNewValuesFull gave out counts as saved and stays on the screen; other edits give
+  // way to the values before them.
   void ClearChanges();
   bool HasChanges() const;
 
+  // Rows of a table that FillCMDArray loaded: replaced or added by key, or dropped. An open tab follows.
   void UpdateTable(QString table, QString key, CMDArray* rows, bool changed);
   void DelRecTable(QString table, QString key);
+  // Loads the open selection list anew if it is a list of that table; what was typed in it stays.
   void UpdateSelectValues(QString tablRefName, QString paramFld, QString paramTbl, QString name,
                           QString baseVoltageKey);
 
   QString currentKey;  // of the object shown; empty without one. Read by others, written here only
 
  signals:
-  void TlmPasspChanged();
-  void TlmPasspMessage(QString text);
+  void TlmPasspChanged();               // on each edit by the user
+  void TlmPasspMessage(QString text);   // a warning, Russian
+  // The table behind the list, the field's and the table's parameter texts, the field, and an empty text.
   void SelectValuesVisible(QString tablRefName, QString paramFld, QString paramTbl, QString name,
                            QString baseVoltageKey);
   void SelectValuesClosed();
 
  private:
-  struct Sheet;
-  Sheet* sheet_;
+  tlm::passport::PassportSheet* sheet_;
 };
 
 #endif

@@ -79,7 +79,10 @@ FieldMetaPtr FieldMetas::of(const FieldSource& source) {
   FieldMetaPtr& known = known_[source.table + "." + source.name];
   FieldSource named = source;
   if (named.title.isEmpty()) named.title = named.name;
-  if (!known || !(static_cast<const FieldSource&>(*known) == named)) known = describe(named);
+  if (!known || !(static_cast<const FieldSource&>(*known) == named)) {
+    known = describe(named);
+    all_.push_back(known);
+  }
   return known;
 }
 

@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <memory>
+#include <vector>
 
 namespace tlm::passport {
 
@@ -44,13 +45,15 @@ struct FieldMeta : FieldSource {
 
 using FieldMetaPtr = std::shared_ptr<const FieldMeta>;
 
-// Keeps one description for each field, so that equal forms hold the same pointers.
+// Keeps one description for each field, so that equal forms hold the same pointers. Descriptions live as long
+// as the store, also those that have been replaced: an open editor may still point at one.
 class FieldMetas {
  public:
   FieldMetaPtr of(const FieldSource& source);
 
  private:
   QHash<QString, FieldMetaPtr> known_;
+  std::vector<FieldMetaPtr> all_;
 };
 
 }  // namespace tlm::passport

@@ -1,0 +1,3 @@
+#include <TlmClient/multiPasp.h>
+
+multiPasp::~multiPasp() = default;
