@@ -304,7 +304,10 @@ MDX_API MDArray* MDROwner(const MDRData* record);
 /* Serialises one record with its type into its own buffer: record->packed, record->packedLength. */
 MDX_API int MDRRecPack(const MDArray* array, MDRData* record, int withType, int withMarks);
 
-/* Serialises a table: fields, keys, rows, changed marks and change kinds. *out is freed by MDXFree. */
+/*
+ * Serialises a table: fields, keys, rows in the order of key 0 (which is their order of arrival in a table
+ * rebuilt from it), changed marks and change kinds. *out is freed by MDXFree.
+ */
 MDX_API int MDXArrayPack(const MDArray* array, void** out, uint32_t* length);
 MDX_API void MDXFree(void* bytes);
 
