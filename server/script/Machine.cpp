@@ -102,147 +102,67 @@ void Machine::giveResult(CVar* out) {
   }
 }
 
+// The functions of the language by their instructions, from Op::kModelTable on.
+constexpr Machine::Function Machine::kFunctions[] = {
+    &Machine::modelTable, &Machine::newTable,  &Machine::addField,     &Machine::count,    &Machine::seek,
+    &Machine::recordAt,   &Machine::newRecord, &Machine::postRecord,   &Machine::getField, &Machine::putField,
+    &Machine::typeOf,     &Machine::toInt,     &Machine::compareTexts, &Machine::findText};
+
 void Machine::execute() {
   const Instruction* const code = program_.code.data();
-  const Registers r = registers_.data();
+  Value* const r = registers_.data();
   const Instruction* next = code;
-  const auto ints = [r](const Instruction& in) { return r[in.b].isInt() && r[in.c].isInt(); };
   for (;;) {
     const Instruction& in = *next++;
+    const auto ints = [&] { return r[in.b].isInt() && r[in.c].isInt(); };
+    const auto less = [&] { return ints() ? r[in.b].integer < r[in.c].integer : order(in) < 0; };
+    const auto lessEqual = [&] { return ints() ? r[in.b].integer <= r[in.c].integer : order(in) <= 0; };
     const auto jumpWhen = [&](bool taken) {
       if (taken) next = code + in.e;
     };
+    int64_t result;
+    // clang-format off
     switch (in.op) {
-      case Op::kExit:
-        return;
+      case Op::kExit: return;
       case Op::kMove:
-        r[in.a] = r[in.b];
+        r[in.a] = r[in.b].isInt() ? Value::of(r[in.b].integer) : r[in.b];
         break;
-      case Op::kTruth:
-        r[in.a] = Value::of(int64_t{in.b});
+      case Op::kAdd:
+        if (ints() && !__builtin_add_overflow(r[in.b].integer, r[in.c].integer, &result)) r[in.a] = Value::of(result);
+        else arithmetic(in);
         break;
-      case Op::kReturnScalar:
-        returnScalar(in);
+      case Op::kSubtract:
+        if (ints() && !__builtin_sub_overflow(r[in.b].integer, r[in.c].integer, &result)) r[in.a] = Value::of(result);
+        else arithmetic(in);
         break;
-      case Op::kReturnTable:
-        returnTable(in);
-        break;
-      case Op::kAdd: {
-        int64_t sum;
-        if (ints(in) && !__builtin_add_overflow(r[in.b].integer, r[in.c].integer, &sum))
-          r[in.a] = Value::of(sum);
-        else
-          arithmetic(in);
-        break;
-      }
-      case Op::kSubtract: {
-        int64_t difference;
-        if (ints(in) && !__builtin_sub_overflow(r[in.b].integer, r[in.c].integer, &difference))
-          r[in.a] = Value::of(difference);
-        else
-          arithmetic(in);
-        break;
-      }
+      case Op::kTruth: r[in.a] = Value::of(int64_t{in.b}); break;
       case Op::kMultiply:
-      case Op::kDivide:
-        arithmetic(in);
-        break;
-      case Op::kNegate:
-        negate(in);
-        break;
-      case Op::kIndex:
-        index(in);
-        break;
-      case Op::kJump:
-        next = code + in.e;
-        break;
-      case Op::kLoop:
-        meter_.steps(in.d, in.at);
-        next = code + in.e;
-        break;
-      case Op::kJumpIfTrue:
-        jumpWhen(truth(r[in.b]));
-        break;
-      case Op::kJumpIfFalse:
-        jumpWhen(!truth(r[in.b]));
-        break;
-      case Op::kJumpIfEqual:
-        jumpWhen(ints(in) ? r[in.b].integer == r[in.c].integer : equal(r[in.b], r[in.c]));
-        break;
-      case Op::kJumpIfNotEqual:
-        jumpWhen(ints(in) ? r[in.b].integer != r[in.c].integer : !equal(r[in.b], r[in.c]));
-        break;
-      case Op::kJumpIfLess:
-        jumpWhen((ints(in) ? r[in.b].integer < r[in.c].integer : order(in) < 0));
-        break;
-      case Op::kJumpIfNotLess:
-        jumpWhen(!(ints(in) ? r[in.b].integer < r[in.c].integer : order(in) < 0));
-        break;
-      case Op::kJumpIfLessEqual:
-        jumpWhen((ints(in) ? r[in.b].integer <= r[in.c].integer : order(in) <= 0));
-        break;
-      case Op::kJumpIfNotLessEqual:
-        jumpWhen(!(ints(in) ? r[in.b].integer <= r[in.c].integer : order(in) <= 0));
-        break;
-      case Op::kJumpIfType:
-        jumpWhen(static_cast<uint16_t>(r[in.b].kind) == in.c);
-        break;
-      case Op::kJumpIfNotType:
-        jumpWhen(static_cast<uint16_t>(r[in.b].kind) != in.c);
-        break;
-      case Op::kKnownTable: {
-        Value table;
-        table.kind = Kind::kTable;
-        table.table = in.b;
-        r[in.a] = table;
-        break;
-      }
-      case Op::kModelTable:
-        modelTable(in);
-        break;
-      case Op::kTableNew:
-        newTable(in);
-        break;
-      case Op::kFieldAdd:
-        addField(in);
-        break;
-      case Op::kCount:
-        count(in);
-        break;
-      case Op::kSeek:
-        seek(in);
-        break;
-      case Op::kRecord:
-        recordAt(in);
-        break;
-      case Op::kRecordNew:
-        newRecord(in);
-        break;
-      case Op::kRecordPost:
-        postRecord(in);
-        break;
-      case Op::kFieldGet:
-        getField(in);
-        break;
-      case Op::kFieldPut:
-        putField(in);
-        break;
-      case Op::kType:
-        r[in.a] = Value::of(static_cast<int64_t>(r[in.b].kind));
-        break;
-      case Op::kCompareTexts:
-        compareTexts(in);
-        break;
-      case Op::kFindText:
-        findText(in);
-        break;
-      case Op::kToInt:
-        if (r[in.b].isInt())
-          r[in.a] = r[in.b];
-        else
-          toInt(in);
-        break;
+      case Op::kDivide: arithmetic(in); break;
+      case Op::kNegate: negate(in); break;
+      case Op::kIndex: index(in); break;
+      case Op::kReturnScalar: returnScalar(in); break;
+      case Op::kReturnTable: returnTable(in); break;
+      case Op::kLoop: meter_.steps(in.d, in.at); [[fallthrough]];
+      case Op::kJump: next = code + in.e; break;
+      case Op::kJumpIfTrue: jumpWhen(truth(r[in.b])); break;
+      case Op::kJumpIfFalse: jumpWhen(!truth(r[in.b])); break;
+      case Op::kJumpIfEqual: jumpWhen(equal(r[in.b], r[in.c])); break;
+      case Op::kJumpIfNotEqual: jumpWhen(!equal(r[in.b], r[in.c])); break;
+      case Op::kJumpIfLess: jumpWhen(less()); break;
+      case Op::kJumpIfNotLess: jumpWhen(!less()); break;
+      case Op::kJumpIfLessEqual: jumpWhen(lessEqual()); break;
+      case Op::kJumpIfNotLessEqual: jumpWhen(!lessEqual()); break;
+      case Op::kJumpIfType: jumpWhen(static_cast<uint16_t>(r[in.b].kind) == in.c); break;
+      case Op::kJumpIfNotType: jumpWhen(static_cast<uint16_t>(r[in.b].kind) != in.c); break;
+      case Op::kKnownTable: r[in.a] = Value::ofTable(in.b); break;
+      // The functions that a loop is most likely made of, and the others.
+      case Op::kRecord: recordAt(in); break;
+      case Op::kFieldGet: getField(in); break;
+      case Op::kToInt: toInt(in); break;
+      default:
+        (this->*kFunctions[static_cast<size_t>(in.op) - static_cast<size_t>(Op::kModelTable)])(in);
     }
+    // clang-format on
   }
 }
 
@@ -289,8 +209,7 @@ void Machine::negate(const Instruction& in) {
 
 // ---- comparisons ----------------------------------------------------------------------------------
 
-bool Machine::equal(const Value& a, const Value& b) const {
-  if (a.isInt() && b.isInt()) return a.integer == b.integer;
+bool Machine::equalOther(const Value& a, const Value& b) const {
   if (isNumber(a) && isNumber(b)) return exactly(a) == exactly(b);
   if (a.kind != b.kind) return false;
   switch (a.kind) {
@@ -342,15 +261,8 @@ void Machine::index(const Instruction& in) {
   if (pair.kind != Kind::kPair)
     fail(in.at, std::string("only the pair of a seek has parts, this is ") + describe(pair.kind));
   if (!part.isInt() || part.integer < 0 || part.integer > 1) fail(in.at, "a pair has the parts 0 and 1");
-  Value value;
-  if (part.integer == 1) {
-    value = Value::of(int64_t{pair.extra});
-  } else if (pair.record) {
-    value = pair;
-    value.kind = Kind::kRecord;
-    value.extra = 0;
-  }
-  registers_[in.a] = value;
+  registers_[in.a] =
+      part.integer == 1 ? Value::of(int64_t{pair.extra}) : Value::ofRecord(pair.table, kNoWalk, pair.record);
 }
 
 void Machine::returnScalar(const Instruction& in) {

@@ -23,7 +23,8 @@ class Machine {
   void giveResult(CVar* out);
 
  private:
-  using Registers = Value*;
+  using Function = void (Machine::*)(const Instruction&);
+  static const Function kFunctions[];
 
   // Functions of the language: Machine_functions.cpp.
   void modelTable(const Instruction& in);
@@ -36,9 +37,16 @@ class Machine {
   void postRecord(const Instruction& in);
   void getField(const Instruction& in);
   void putField(const Instruction& in);
+  void typeOf(const Instruction& in);
+  void toInt(const Instruction& in) {
+    if (registers_[in.b].isInt())
+      registers_[in.a] = Value::of(registers_[in.b].integer);
+    else
+      convertToInt(in);
+  }
+  void convertToInt(const Instruction& in);
   void compareTexts(const Instruction& in);
   void findText(const Instruction& in);
-  void toInt(const Instruction& in);
   MDRVar keyValue(const Value& value, const MDRField* field, Offset at) const;
   MDRVar fieldValue(const Value& value, Offset at) const;
   Value read(const MDRField* field, const Value& record, Offset at);
@@ -52,7 +60,10 @@ class Machine {
   void index(const Instruction& in);
   void returnScalar(const Instruction& in);
   void returnTable(const Instruction& in);
-  bool equal(const Value& a, const Value& b) const;
+  bool equal(const Value& a, const Value& b) const {
+    return a.isInt() && b.isInt() ? a.integer == b.integer : equalOther(a, b);
+  }
+  bool equalOther(const Value& a, const Value& b) const;
   int order(const Instruction& in) const;
   bool truth(const Value& value) const;
 

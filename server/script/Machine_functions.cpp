@@ -83,12 +83,8 @@ void Machine::seek(const Instruction& in) {
   meter_.steps(kSeekSteps, in.at);
   const MDRVar sought = keyValue(registers_[in.d], walk.seekField, in.at);
   int position = 0;
-  Value pair;
-  pair.kind = Kind::kPair;
-  pair.table = table.table;
-  pair.record = MDARecSeekV(tables_[table.table].array, static_cast<int>(key), &sought, &position);
-  pair.extra = static_cast<uint32_t>(position);
-  registers_[in.a] = pair;
+  MDRData* const record = MDARecSeekV(tables_[table.table].array, static_cast<int>(key), &sought, &position);
+  registers_[in.a] = Value::ofPair(table.table, position, record);
 }
 
 MDRVar Machine::keyValue(const Value& value, const MDRField* field, Offset at) const {
@@ -105,21 +101,12 @@ MDRVar Machine::keyValue(const Value& value, const MDRField* field, Offset at) c
 }
 
 void Machine::recordAt(const Instruction& in) {
-  const Value& table = tableOperand(registers_[in.b], in.at);
+  const uint16_t table = tableOperand(registers_[in.b], in.at).table;
   const int64_t key = intOperand(registers_[in.c], in.at);
   const int64_t position = intOperand(registers_[in.d], in.at);
   Walk& walk = tables_.walks[in.e + 1];
-  Value record;
-  record.table = table.table;
-  if (walk.table != table.table || walk.key != key) tables_.bind(&walk, table.table, key, in.at);
-  record.record = walk.at(position);
-  if (record.record) {
-    record.kind = Kind::kRecord;
-    record.extra = uint32_t{in.e} + 1;
-    registers_[in.a] = record;
-  } else {
-    registers_[in.a] = Value();
-  }
+  if (walk.table != table || walk.key != key) tables_.bind(&walk, table, key, in.at);
+  registers_[in.a] = Value::ofRecord(table, uint32_t{in.e} + 1, walk.at(position));
 }
 
 void Machine::newRecord(const Instruction& in) {
@@ -139,14 +126,13 @@ void Machine::postRecord(const Instruction& in) {
 // ---- fields ---------------------------------------------------------------------------------------
 
 void Machine::getField(const Instruction& in) {
-  const Value record = registers_[in.b];
+  const Value& record = registers_[in.b];
   if (record.kind == Kind::kNull) {  // a place past the end has no values
     registers_[in.a] = Value();
     return;
   }
   if (record.kind != Kind::kRecord) fail(in.at, std::string("a record is wanted, this is ") + describe(record.kind));
   FieldCache& cache = tables_.fields[in.d];
-  const Walk& walk = tables_.walks[record.extra];
   if (cache.table != record.table) {
     const std::string_view name = textOperand(registers_[in.c], in.at);
     const MDRField* const field = tables_.field(record.table, name, in.at);
@@ -156,8 +142,8 @@ void Machine::getField(const Instruction& in) {
     }
     cache = {record.table, field};
   }
-  registers_[in.a] =
-      walk.tells(record.record, cache.field) ? walk.keyValue() : read(cache.field, record, in.at);
+  const Walk& walk = tables_.walks[record.extra];
+  registers_[in.a] = walk.tells(record.record, cache.field) ? walk.keyValue() : read(cache.field, record, in.at);
 }
 
 Value Machine::read(const MDRField* field, const Value& record, Offset at) {
@@ -229,6 +215,10 @@ MDRVar Machine::fieldValue(const Value& value, Offset at) const {
 
 // ---- values ---------------------------------------------------------------------------------------
 
+void Machine::typeOf(const Instruction& in) {
+  registers_[in.a] = Value::of(static_cast<int64_t>(registers_[in.b].kind));
+}
+
 // Null stands before every text, as in a key.
 void Machine::compareTexts(const Instruction& in) {
   const Value& a = registers_[in.b];
@@ -248,7 +238,7 @@ void Machine::findText(const Instruction& in) {
   registers_[in.a] = Value::of(position);
 }
 
-void Machine::toInt(const Instruction& in) {
+void Machine::convertToInt(const Instruction& in) {
   const Value& value = registers_[in.b];
   if (value.kind == Kind::kDouble) {
     // 2^63 is exact as a double, and the first one that does not fit.

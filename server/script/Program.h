@@ -43,7 +43,7 @@ enum class Op : uint16_t {
   kJumpIfNotType,
   // functions: a = f(b, c, d, e)
   kKnownTable,  // a = the model table whose number among the run's tables is b
-  kModelTable,
+  kModelTable,  // from here on in the order of Machine::kFunctions
   kTableNew,
   kFieldAdd,
   kCount,
@@ -54,9 +54,9 @@ enum class Op : uint16_t {
   kFieldGet,  // d: field use
   kFieldPut,
   kType,
+  kToInt,
   kCompareTexts,
   kFindText,
-  kToInt,
 };
 
 struct Instruction {

@@ -54,9 +54,12 @@ MDRData* Walk::place(int64_t position) {
 
 Value Walk::keyValue() const {
   switch (cursor_.form()) {
-    case MDX_CURSOR_INT: return Value::of(cursor_.integer());
-    case MDX_CURSOR_DOUBLE: return Value::of(cursor_.number());
-    default: return {};
+    case MDX_CURSOR_INT:
+      return Value::of(cursor_.integer());
+    case MDX_CURSOR_DOUBLE:
+      return Value::of(cursor_.number());
+    default:
+      return {};
   }
 }
 
@@ -116,19 +119,12 @@ Value Tables::open(MDArray* array, std::string_view name, Offset at) {
   RunTable& table = tables_.emplace_back();
   table.array = array;
   table.name = name;
-  Value value;
-  value.kind = Kind::kTable;
-  value.table = static_cast<uint16_t>(tables_.size() - 1);
-  return value;
+  return Value::ofTable(static_cast<uint16_t>(tables_.size() - 1));
 }
 
 Value Tables::modelTable(std::string_view name, Offset at) {
   for (size_t i = 0; i < tables_.size(); ++i) {
-    if (!tables_[i].isModel() || tables_[i].name != name) continue;
-    Value value;
-    value.kind = Kind::kTable;
-    value.table = static_cast<uint16_t>(i);
-    return value;
+    if (tables_[i].isModel() && tables_[i].name == name) return Value::ofTable(static_cast<uint16_t>(i));
   }
   MDArray* const array = source_(name);
   if (!array) fail(at, "no model table " + quoted(name));
@@ -172,12 +168,9 @@ Value Tables::newRecord(uint16_t table, Offset at) {
     run.hasRows = true;
     for (int i = 0; i < MDAFldCount(run.array); ++i) run.fields.push_back(MDRFldByNum(run.array, i));
   }
-  Value value;
-  value.kind = Kind::kRecord;
-  value.table = table;
-  value.record = MDARecNew(run.array);
-  if (!value.record) throw std::bad_alloc();
-  return value;
+  MDRData* const record = MDARecNew(run.array);
+  if (!record) throw std::bad_alloc();
+  return Value::ofRecord(table, kNoWalk, record);
 }
 
 }  // namespace tlm::script

@@ -29,6 +29,9 @@ struct RunTable {
   bool isModel() const { return !own; }
 };
 
+// Walks are numbered from 1; a record with this number came from none.
+constexpr uint32_t kNoWalk = 0;
+
 // A place of the script that reads or seeks by a key. For model tables, which do not change, it remembers
 // where in the key's order it stands: the next record costs no search, and the value of the key's field
 // comes out of the key without a look at the record.
@@ -94,7 +97,7 @@ class Tables {
   void bindSeek(Walk* walk, uint16_t table, int64_t key, Offset at);
 
   std::vector<FieldCache> fields;  // by number of the field use
-  std::vector<Walk> walks;         // by number of the key use, plus one; the first is bound to nothing
+  std::vector<Walk> walks;         // by number of the key use, plus one; kNoWalk is bound to nothing
 
  private:
   void checkKey(uint16_t table, int64_t key, Offset at) const;

@@ -4,6 +4,7 @@
 
 #include <TlmMdx/mdx.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <string_view>
@@ -23,8 +24,12 @@ enum class Kind : uint8_t {
 
 // Texts, records and tables belong to somebody who outlives the run: a table, the script, the arguments
 // or the run's own memory.
+//
+// The four small members fill eight bytes without a gap, and values are made whole, so that a value is
+// written with two stores. (What is written piece by piece and read as a whole costs the processor a stop.)
 struct Value {
   Kind kind = Kind::kNull;
+  uint8_t unused = 0;
   uint16_t table = 0;  // of a table, record or pair: its number among the run's tables
   uint32_t extra = 0;  // of a text its length, of a pair the position, of a record the walk it came from
   union {
@@ -34,29 +39,27 @@ struct Value {
     MDRData* record;
   };
 
-  static Value of(int64_t integer) {
-    Value value;
-    value.kind = Kind::kInt;
-    value.integer = integer;
-    return value;
-  }
+  constexpr Value() = default;
+  static Value of(int64_t integer) { return Value(Kind::kInt, 0, 0, integer); }
   static Value of(double fraction) {
-    Value value;
-    if (std::isnan(fraction)) return value;  // what is no number is null
-    value.kind = Kind::kDouble;
-    value.fraction = fraction;
-    return value;
+    return std::isnan(fraction) ? Value() : Value(Kind::kDouble, 0, 0, std::bit_cast<int64_t>(fraction));
   }
   static Value of(std::string_view text) {
-    Value value;
-    value.kind = Kind::kText;
-    value.extra = static_cast<uint32_t>(text.size());
-    value.bytes = text.data();
-    return value;
+    return Value(Kind::kText, 0, static_cast<uint32_t>(text.size()), reinterpret_cast<int64_t>(text.data()));
+  }
+  static Value ofTable(uint16_t table) { return Value(Kind::kTable, table, 0, 0); }
+  static Value ofRecord(uint16_t table, uint32_t walk, MDRData* record) {
+    return record ? Value(Kind::kRecord, table, walk, reinterpret_cast<int64_t>(record)) : Value();
+  }
+  static Value ofPair(uint16_t table, int position, MDRData* record) {
+    return Value(Kind::kPair, table, static_cast<uint32_t>(position), reinterpret_cast<int64_t>(record));
   }
 
   bool isInt() const { return kind == Kind::kInt; }
   std::string_view text() const { return {bytes, extra}; }
+
+ private:
+  Value(Kind k, uint16_t t, uint32_t e, int64_t bits) : kind(k), table(t), extra(e), integer(bits) {}
 };
 
 static_assert(sizeof(Value) == 16);
