@@ -281,20 +281,9 @@ void Machine::returnTable(const Instruction& in) {
 
 // ---- operands -------------------------------------------------------------------------------------
 
-const Value& Machine::tableOperand(const Value& value, Offset at) const {
-  if (value.kind != Kind::kTable) fail(at, std::string("a table is wanted, this is ") + describe(value.kind));
-  return value;
-}
-
-int64_t Machine::intOperand(const Value& value, Offset at) const {
-  if (value.isInt()) return value.integer;
-  if (value.kind == Kind::kDouble) fail(at, "a whole number is wanted, this is a fraction");
-  fail(at, std::string("a whole number is wanted, this is ") + describe(value.kind));
-}
-
-std::string_view Machine::textOperand(const Value& value, Offset at) const {
-  if (value.kind != Kind::kText) fail(at, std::string("a text is wanted, this is ") + describe(value.kind));
-  return value.text();
+void Machine::notA(const char* wanted, const Value& value, Offset at) {
+  fail(at, std::string(wanted) + " is wanted, this is " +
+               (value.kind == Kind::kDouble ? "a fraction" : describe(value.kind)));
 }
 
 }  // namespace tlm::script

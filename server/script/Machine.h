@@ -32,10 +32,27 @@ class Machine {
   void addField(const Instruction& in);
   void count(const Instruction& in);
   void seek(const Instruction& in);
-  void recordAt(const Instruction& in);
+  void recordAt(const Instruction& in) {
+    const uint16_t table = tableOperand(registers_[in.b], in.at).table;
+    const int64_t key = intOperand(registers_[in.c], in.at);
+    const int64_t position = intOperand(registers_[in.d], in.at);
+    Walk& walk = tables_.walks[in.e + 1];
+    if (walk.table != table || walk.key != key) tables_.bind(&walk, table, key, in.at);
+    registers_[in.a] = Value::ofRecord(table, uint32_t{in.e} + 1, walk.at(position));
+  }
   void newRecord(const Instruction& in);
   void postRecord(const Instruction& in);
-  void getField(const Instruction& in);
+  // The way of a loop over a key; the others are in getOtherField.
+  void getField(const Instruction& in) {
+    const Value& record = registers_[in.b];
+    const FieldCache& cache = tables_.fields[in.d];
+    const bool cached = record.kind == Kind::kRecord && cache.table == record.table;
+    if (cached && tables_.walks[record.extra].tells(record.record, cache.field))
+      registers_[in.a] = tables_.walks[record.extra].keyValue();
+    else
+      getOtherField(in);
+  }
+  void getOtherField(const Instruction& in);
   void putField(const Instruction& in);
   void typeOf(const Instruction& in);
   void toInt(const Instruction& in) {
@@ -67,9 +84,23 @@ class Machine {
   int order(const Instruction& in) const;
   bool truth(const Value& value) const;
 
-  const Value& tableOperand(const Value& value, Offset at) const;
-  int64_t intOperand(const Value& value, Offset at) const;
-  std::string_view textOperand(const Value& value, Offset at) const;
+  static const Value& tableOperand(const Value& value, Offset at) {
+    if (value.kind != Kind::kTable) notA("a table", value, at);
+    return value;
+  }
+  static const Value& recordOperand(const Value& value, Offset at) {
+    if (value.kind != Kind::kRecord) notA("a record", value, at);
+    return value;
+  }
+  static int64_t intOperand(const Value& value, Offset at) {
+    if (!value.isInt()) notA("a whole number", value, at);
+    return value.integer;
+  }
+  static std::string_view textOperand(const Value& value, Offset at) {
+    if (value.kind != Kind::kText) notA("a text", value, at);
+    return value.text();
+  }
+  [[noreturn]] static void notA(const char* wanted, const Value& value, Offset at);
 
   const Program& program_;
   Meter meter_;

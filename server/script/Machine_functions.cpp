@@ -100,15 +100,6 @@ MDRVar Machine::keyValue(const Value& value, const MDRField* field, Offset at) c
   return field->type == MDX_BOOL ? boolVar(integer != 0) : intVar(integer);
 }
 
-void Machine::recordAt(const Instruction& in) {
-  const uint16_t table = tableOperand(registers_[in.b], in.at).table;
-  const int64_t key = intOperand(registers_[in.c], in.at);
-  const int64_t position = intOperand(registers_[in.d], in.at);
-  Walk& walk = tables_.walks[in.e + 1];
-  if (walk.table != table || walk.key != key) tables_.bind(&walk, table, key, in.at);
-  registers_[in.a] = Value::ofRecord(table, uint32_t{in.e} + 1, walk.at(position));
-}
-
 void Machine::newRecord(const Instruction& in) {
   const Value& table = tableOperand(registers_[in.b], in.at);
   meter_.steps(kRecordSteps, in.at);
@@ -116,8 +107,7 @@ void Machine::newRecord(const Instruction& in) {
 }
 
 void Machine::postRecord(const Instruction& in) {
-  const Value& record = registers_[in.b];
-  if (record.kind != Kind::kRecord) fail(in.at, std::string("a record is wanted, this is ") + describe(record.kind));
+  const Value& record = recordOperand(registers_[in.b], in.at);
   if (tables_[record.table].isModel()) fail(in.at, "the model tables are read only");
   meter_.steps(kRecordSteps, in.at);
   if (MDARecPost(record.record, nullptr) < 0) fail(in.at, "the record cannot be posted");
@@ -125,25 +115,20 @@ void Machine::postRecord(const Instruction& in) {
 
 // ---- fields ---------------------------------------------------------------------------------------
 
-void Machine::getField(const Instruction& in) {
-  const Value& record = registers_[in.b];
-  if (record.kind == Kind::kNull) {  // a place past the end has no values
+void Machine::getOtherField(const Instruction& in) {
+  if (registers_[in.b].kind == Kind::kNull) {  // a place past the end has no values
     registers_[in.a] = Value();
     return;
   }
-  if (record.kind != Kind::kRecord) fail(in.at, std::string("a record is wanted, this is ") + describe(record.kind));
+  const Value& record = recordOperand(registers_[in.b], in.at);
   FieldCache& cache = tables_.fields[in.d];
+  const MDRField* field = cache.field;
   if (cache.table != record.table) {
-    const std::string_view name = textOperand(registers_[in.c], in.at);
-    const MDRField* const field = tables_.field(record.table, name, in.at);
-    if (program_.fields[in.d].name.empty()) {  // the name is computed: it may differ the next time
-      registers_[in.a] = read(field, record, in.at);
-      return;
-    }
-    cache = {record.table, field};
+    field = tables_.field(record.table, textOperand(registers_[in.c], in.at), in.at);
+    // A name that is computed may be another one the next time.
+    if (!program_.fields[in.d].name.empty()) cache = {record.table, field};
   }
-  const Walk& walk = tables_.walks[record.extra];
-  registers_[in.a] = walk.tells(record.record, cache.field) ? walk.keyValue() : read(cache.field, record, in.at);
+  registers_[in.a] = read(field, record, in.at);
 }
 
 Value Machine::read(const MDRField* field, const Value& record, Offset at) {
@@ -181,8 +166,7 @@ Value Machine::valueOf(const MDRVar& var, const Value& record, Offset at) {
 }
 
 void Machine::putField(const Instruction& in) {
-  const Value& record = registers_[in.b];
-  if (record.kind != Kind::kRecord) fail(in.at, std::string("a record is wanted, this is ") + describe(record.kind));
+  const Value& record = recordOperand(registers_[in.b], in.at);
   const RunTable& table = tables_[record.table];
   if (table.isModel()) fail(in.at, "the model tables are read only");
   const int64_t number = intOperand(registers_[in.c], in.at);

@@ -52,17 +52,6 @@ MDRData* Walk::place(int64_t position) {
   return record_ = cursor_.place(array_, key, static_cast<int>(position)) ? cursor_.record() : nullptr;
 }
 
-Value Walk::keyValue() const {
-  switch (cursor_.form()) {
-    case MDX_CURSOR_INT:
-      return Value::of(cursor_.integer());
-    case MDX_CURSOR_DOUBLE:
-      return Value::of(cursor_.number());
-    default:
-      return {};
-  }
-}
-
 // ---- what the program names -----------------------------------------------------------------------
 
 Tables::Tables(const Program& program, const server::TableSource& source, Meter* meter)

@@ -53,7 +53,10 @@ class Walk {
     return record_ == record && keyField_ == field && cursor_.form() != MDX_CURSOR_OTHER &&
            cursor_.form() != MDX_CURSOR_TEXT;
   }
-  Value keyValue() const;
+  Value keyValue() const {
+    if (cursor_.form() == MDX_CURSOR_INT) return Value::of(cursor_.integer());
+    return cursor_.form() == MDX_CURSOR_DOUBLE ? Value::of(cursor_.number()) : Value();
+  }
 
   uint16_t table = kUnknown;
   int key = -1;

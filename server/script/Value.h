@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace tlm::script {
@@ -59,10 +60,13 @@ struct Value {
   std::string_view text() const { return {bytes, extra}; }
 
  private:
-  Value(Kind k, uint16_t t, uint32_t e, int64_t bits) : kind(k), table(t), extra(e), integer(bits) {}
+  Value(Kind k, uint16_t t, uint32_t e, int64_t bits) : integer(bits) {
+    const uint64_t head = static_cast<uint64_t>(k) | uint64_t{t} << 16 | uint64_t{e} << 32;
+    std::memcpy(static_cast<void*>(this), &head, sizeof head);
+  }
 };
 
-static_assert(sizeof(Value) == 16);
+static_assert(sizeof(Value) == 16 && std::endian::native == std::endian::little);
 
 // A value's kind as messages name it, such as "a text".
 const char* describe(Kind kind);
