@@ -1,5 +1,7 @@
 #include "passport/paramText.h"
 
+#include <QStringList>
+
 namespace tlm::passport {
 
 namespace {
