@@ -49,7 +49,7 @@ Parser::Parser(std::string_view text) : lexer_(text) {
 
 Tree Parser::parse() {
   advance();
-  tree_.name = expect(Token::kName, "as the function's name").text;
+  tree_.name = expectName("as the function's name").text;
   parseParameters();
   if (!is(Token::kOpenBrace)) fail(here_.at, "expected '{' before the function's body, found " + found());
   tree_.body = parseBlock();
@@ -61,7 +61,7 @@ void Parser::parseParameters() {
   expect(Token::kOpenParen, "after the function's name");
   if (accept(Token::kCloseParen)) return;
   do {
-    const Lexeme name = expect(Token::kName, "as a parameter");
+    const Name name = expectName("as a parameter");
     Node& node = tree_.parameters.emplace_back();
     node.kind = NodeKind::kName;
     node.at = name.at;
@@ -116,7 +116,7 @@ NodeId Parser::parseDeclaration() {
   advance();
   NodeId last = kNoNode;
   do {
-    const Lexeme name = expect(Token::kName, "after 'var'");
+    const Name name = expectName("after 'var'");
     const NodeId node = add(NodeKind::kName, name.at);
     tree_[node].text = name.text;
     append(declaration, &last, node);
@@ -218,7 +218,7 @@ NodeId Parser::parsePrimary() {
     case Token::kText:
       return parseLeaf(NodeKind::kText);
     case Token::kName: {
-      const Lexeme name = here_;
+      const Name name{here_.text, here_.at};
       const NodeId leaf = parseLeaf(NodeKind::kName);
       return is(Token::kOpenParen) ? parseCall(name) : leaf;
     }
@@ -246,7 +246,7 @@ NodeId Parser::parseLeaf(NodeKind kind) {
   return leaf;
 }
 
-NodeId Parser::parseCall(const Lexeme& name) {
+NodeId Parser::parseCall(const Name& name) {
   const NodeId call = add(NodeKind::kCall, name.at);
   tree_[call].text = name.text;
   advance();
@@ -261,18 +261,17 @@ NodeId Parser::parseCall(const Lexeme& name) {
 // ---- nodes and tokens -----------------------------------------------------------------------------
 
 NodeId Parser::add(NodeKind kind, Offset at, NodeId first, NodeId second, NodeId third) {
-  Node node;
-  node.kind = kind;
-  node.at = at;
-  node.first = first;
-  node.second = second;
-  node.third = third;
   int depth = 0;
   for (const NodeId child : {first, second, third})
     if (child) depth = std::max<int>(depth, tree_[child].depth);
   if (depth >= 2 * kDeepestNesting) fail(at, "nested too deep");
+  Node& node = tree_.nodes.emplace_back();
+  node.kind = kind;
   node.depth = static_cast<uint16_t>(depth + 1);
-  tree_.nodes.push_back(node);
+  node.at = at;
+  node.first = first;
+  node.second = second;
+  node.third = third;
   return static_cast<NodeId>(tree_.nodes.size() - 1);
 }
 
@@ -318,11 +317,20 @@ bool Parser::accept(Token token) {
   return true;
 }
 
-Lexeme Parser::expect(Token token, const char* where) {
-  if (!is(token)) fail(here_.at, std::string("expected ") + describe(token) + " " + where + ", found " + found());
-  const Lexeme taken = here_;
+void Parser::expect(Token token, const char* where) {
+  if (!is(token)) failExpected(token, where);
   advance();
-  return taken;
+}
+
+Parser::Name Parser::expectName(const char* where) {
+  if (!is(Token::kName)) failExpected(Token::kName, where);
+  const Name name{here_.text, here_.at};
+  advance();
+  return name;
+}
+
+void Parser::failExpected(Token token, const char* where) const {
+  fail(here_.at, std::string("expected ") + describe(token) + " " + where + ", found " + found());
 }
 
 std::string Parser::found() const { return is(Token::kName) ? quoted(here_.text) : std::string(describe(here_.token)); }

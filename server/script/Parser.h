@@ -21,6 +21,10 @@ class Parser {
  private:
   class Nesting;
   struct Operator;
+  struct Name {
+    std::string_view text;
+    Offset at;
+  };
 
   void parseParameters();
   NodeId parseStatement();
@@ -36,7 +40,7 @@ class Parser {
   NodeId parseUnary();
   NodeId parsePostfix();
   NodeId parsePrimary();
-  NodeId parseCall(const Lexeme& name);
+  NodeId parseCall(const Name& name);
   NodeId parseLeaf(NodeKind kind);
 
   NodeId add(NodeKind kind, Offset at, NodeId first = kNoNode, NodeId second = kNoNode, NodeId third = kNoNode);
@@ -45,7 +49,9 @@ class Parser {
 
   bool is(Token token) const { return here_.token == token; }
   bool accept(Token token);
-  Lexeme expect(Token token, const char* where);
+  void expect(Token token, const char* where);
+  Name expectName(const char* where);
+  [[noreturn]] void failExpected(Token token, const char* where) const;
   void advance() { lexer_.next(&here_); }
   std::string found() const;
 
