@@ -184,10 +184,6 @@ class CTlmMeasConfig : public CTlmCliMod {
   bool FindName(QString text, QModelIndex start, QModelIndex& found, bool forward);
   bool FindKeyLink(QString text, QModelIndex& found);
   bool FindLocId(QString text, QModelIndex& found);
-  QModelIndex GetNextIndex(QModelIndex index);
-  QModelIndex GetPrevIndex(QModelIndex index);
-  QModelIndex GetNextRTUIndex(QModelIndex index);
-  QModelIndex GetPrevRTUIndex(QModelIndex index);
 
   // ---- CTlmMeasConfig_operator.cpp, CTlmMeasConfig_links.cpp: what opens from a measurement ------------
   bool CheckConditions(QString key, QString& message, int kind);  // true: the tool must not open
@@ -214,6 +210,10 @@ class CTlmMeasConfig : public CTlmCliMod {
   bool AddMeasForRTU(QModelIndex unit, QString rtuKey, bool skipOne, QString skipKey);
 
   // ---- ../data/: navigation over the tree --------------------------------------------------------------
+  QModelIndex GetNextIndex(QModelIndex index);
+  QModelIndex GetPrevIndex(QModelIndex index);
+  QModelIndex GetNextRTUIndex(QModelIndex index);
+  QModelIndex GetPrevRTUIndex(QModelIndex index);
   bool GetIndexParent(QModelIndex index, QModelIndex& parent);
   QString GetKeyLinkByModelIndex(QModelIndex index);
   QString GetKeyLinkRTU(QModelIndex index);

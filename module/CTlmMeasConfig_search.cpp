@@ -87,11 +87,3 @@ bool CTlmMeasConfig::FindValue(bool) { return false; }
 bool CTlmMeasConfig::FindName(QString, QModelIndex, QModelIndex&, bool) { return false; }
 
 bool CTlmMeasConfig::FindLocId(QString, QModelIndex&) { return false; }
-
-QModelIndex CTlmMeasConfig::GetNextIndex(QModelIndex) { return QModelIndex(); }
-
-QModelIndex CTlmMeasConfig::GetPrevIndex(QModelIndex) { return QModelIndex(); }
-
-QModelIndex CTlmMeasConfig::GetNextRTUIndex(QModelIndex) { return QModelIndex(); }
-
-QModelIndex CTlmMeasConfig::GetPrevRTUIndex(QModelIndex) { return QModelIndex(); }

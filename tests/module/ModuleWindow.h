@@ -1,0 +1,74 @@
+// A configurator on a real server core, in the test's process.
+#ifndef TLMTEST_MODULEWINDOW_H
+#define TLMTEST_MODULEWINDOW_H
+
+#include "CTlmMeasConfig.h"
+#include "IndexFacts.h"
+#include "ui_TlmMeasConfig.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <QTest>
+
+#include "support/Gui.h"
+#include "support/ModelText.h"
+#include "support/TestApp.h"
+
+// Failure messages print texts, not bytes.
+inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
+
+namespace tlm::test {
+
+inline constexpr char kSmallModel[] = R"(folder Подстанция Северная
+  folder ОРУ-110
+    unit КП-1
+      analog 1001 P Т-1
+      analog 1002 Q Т-1
+      discrete 1003 Q-110 {CheckTu=1}
+      discrete 1006 Р-110
+      accumulator 1004 Wp Т-1
+      string 1005 Режим
+unit Без папки
+  analog 3001 U 10 кВ
+)";
+
+class ModuleWindow : public testing::Test {
+ protected:
+  explicit ModuleWindow(const char* model = kSmallModel)
+      : server(model), app(*server.core()), module(std::make_unique<CTlmMeasConfig>(&app)) {}
+
+  void start() {
+    module->show();
+    settle();
+    module->ModuleStart();
+    settle();
+  }
+
+  QTreeView* tree() { return module->ui->tV_MeasConfig; }
+  static QString key(const char* name) { return QString::fromStdString(keyOf(name)); }
+
+  // The row of an object; its unit is fetched if it is not in the tree yet.
+  QModelIndex find(const char* name) {
+    QModelIndex index;
+    EXPECT_TRUE(module->FindKeyLink(key(name), index)) << name;
+    return index;
+  }
+
+  // What a click of the left button on the row does.
+  void click(const QModelIndex& index, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    tree()->scrollTo(index);
+    QTest::mouseClick(tree()->viewport(), Qt::LeftButton, modifiers, tree()->visualRect(index).center());
+    settle();
+  }
+  void click(const char* name) { click(find(name)); }
+
+  QString shownName(const char* name) { return find(name).data().toString(); }
+
+  EmbeddedServer server;
+  TestApp app;
+  std::unique_ptr<CTlmMeasConfig> module;
+};
+
+}  // namespace tlm::test
+
+#endif
