@@ -48,7 +48,7 @@ bool TestApp::ModuleCall(CTlmCliMod*, int code, void* data) {
   if (const auto* const host = static_cast<const TlmHostCall*>(data); host && code == 64) {
     call.flags = host->flags;
     call.command = QString::fromUtf8(host->command);
-    call.parameter = QString::fromUtf8(host->parameter);
+    call.parameter = host->parameter;
   }
   calls.append(call);
   return callResult;

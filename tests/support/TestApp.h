@@ -45,7 +45,7 @@ class TestApp : public CTlmCliApp {
     int code = 0;
     int flags = 0;
     QString command;
-    QString parameter;
+    QByteArray parameter;  // as it came
   };
   struct Refused {
     int status = 0;

@@ -1,0 +1,92 @@
+#include "RetroWindow.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QSplitter>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+#include "retroChart.h"
+
+namespace tlm {
+namespace {
+
+constexpr int kRefreshMs = 1000;
+constexpr double kShownDays = 1.0;
+constexpr int kTableRows = 200;
+
+enum Column { kTime, kValue, kQuality, kColumns };
+
+}  // namespace
+
+RetroWindow::RetroWindow(server::Core& core, QWidget* parent)
+    : QWidget(parent, Qt::Window),
+      core_(core),
+      heading_(new QLabel(this)),
+      current_(new QLabel(this)),
+      chart_(new RetroChart(this)),
+      table_(new QTableWidget(0, kColumns, this)) {
+  QFont bold = heading_->font();
+  bold.setBold(true);
+  bold.setPointSizeF(bold.pointSizeF() * 1.2);
+  heading_->setFont(bold);
+  table_->setHorizontalHeaderLabels({"Время", "Значение", "Качество"});
+  table_->verticalHeader()->hide();
+  table_->horizontalHeader()->setStretchLastSection(true);
+  table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+  table_->setSelectionBehavior(QAbstractItemView::SelectRows);
+  table_->setAlternatingRowColors(true);
+  table_->setColumnWidth(kTime, 170);
+  table_->setColumnWidth(kValue, 200);
+  auto* const splitter = new QSplitter(Qt::Vertical, this);
+  splitter->addWidget(chart_);
+  splitter->addWidget(table_);
+  splitter->setStretchFactor(0, 3);
+  splitter->setStretchFactor(1, 2);
+  auto* const layout = new QVBoxLayout(this);
+  layout->addWidget(heading_);
+  layout->addWidget(current_);
+  layout->addWidget(splitter, 1);
+  resize(820, 640);
+  connect(&timer_, &QTimer::timeout, this, [this] { refresh(); });
+  timer_.start(kRefreshMs);
+}
+
+void RetroWindow::setObject(const ObjectInfo& object) {
+  object_ = object;
+  setWindowTitle(QString("Ретроспектива: %1").arg(object.name));
+  heading_->setText(object.unitName.isEmpty() ? object.name : object.unitName + ": " + object.name);
+  refresh();
+}
+
+int RetroWindow::refresh() {
+  const double now = server::systemTime();
+  std::vector<server::LiveValue> values = core_.live().history(object_.locId, now - kShownDays, now);
+  const auto current = core_.live().current(object_.locId);
+  current_->setText(QString("№ %1    Значение: %2    %3")
+                        .arg(object_.locId)
+                        .arg(current ? shownValue(*current, object_) : QString("нет"),
+                             current ? qualityText(current->quality) : QString()));
+  const int count = static_cast<int>(values.size());
+  fillTable(values);
+  chart_->setSeries(std::move(values), object_.className == "Discrete", object_.measure);
+  return count;
+}
+
+// Newest first.
+void RetroWindow::fillTable(const std::vector<server::LiveValue>& values) {
+  const int rows = std::min<int>(static_cast<int>(values.size()), kTableRows);
+  table_->setRowCount(rows);
+  for (int row = 0; row < rows; ++row) {
+    const server::LiveValue& value = values[values.size() - 1 - static_cast<size_t>(row)];
+    const QString texts[kColumns] = {localTime(value.time).toString("dd.MM.yyyy hh:mm:ss"),
+                                     shownValue(value, object_), qualityText(value.quality)};
+    for (int column = 0; column < kColumns; ++column) {
+      QTableWidgetItem* item = table_->item(row, column);
+      if (!item) table_->setItem(row, column, item = new QTableWidgetItem);
+      item->setText(texts[column]);
+    }
+  }
+}
+
+}  // namespace tlm

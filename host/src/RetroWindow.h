@@ -1,0 +1,46 @@
+// The quick retrospective: the last values of one measurement as a chart and as a table.
+#ifndef TLMHOST_RETROWINDOW_H
+#define TLMHOST_RETROWINDOW_H
+
+#include <TlmServer/Core.h>
+
+#include <QTimer>
+#include <QWidget>
+
+#include "objectInfo.h"
+
+class QLabel;
+class QTableWidget;
+
+namespace tlm {
+
+class RetroChart;
+
+// Follows the values while it is open. The core must outlive it.
+class RetroWindow : public QWidget {
+  Q_OBJECT
+
+ public:
+  explicit RetroWindow(server::Core& core, QWidget* parent = nullptr);
+
+  void setObject(const ObjectInfo& object);
+  const ObjectInfo& object() const { return object_; }
+
+  // Reads the history again. Returns how many values it holds.
+  int refresh();
+
+ private:
+  void fillTable(const std::vector<server::LiveValue>& values);
+
+  server::Core& core_;
+  ObjectInfo object_;
+  QLabel* heading_;
+  QLabel* current_;
+  RetroChart* chart_;
+  QTableWidget* table_;
+  QTimer timer_;
+};
+
+}  // namespace tlm
+
+#endif

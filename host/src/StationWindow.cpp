@@ -1,0 +1,202 @@
+#include "StationWindow.h"
+
+#include <TlmClient/CPopMessageBox.h>
+#include <TlmClient/CTlmCliAbo.h>
+#include <TlmClient/CTlmCliMod.h>
+#include <TlmClient/CTlmCliSes.h>
+#include <TlmClient/ModuleStyle.h>
+#include <TlmClient/TlmSession.h>
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QLabel>
+#include <QMenuBar>
+#include <QStatusBar>
+
+#include "StationApp.h"
+#include "stationIcon.h"
+
+namespace tlm {
+namespace {
+
+constexpr int kMessageMs = 15'000;
+constexpr QSize kFirstSize(1280, 800);
+
+struct StatusText {
+  int32_t status;
+  const char* text;
+};
+
+constexpr StatusText kRefusals[] = {
+    {wire::kMalformed, "сервер не смог прочитать запрос"},
+    {wire::kUnknownRequest, "сервер не знает такого запроса"},
+    {wire::kUnknownTable, "на сервере нет такой таблицы"},
+    {wire::kUnknownField, "на сервере нет такого поля"},
+    {wire::kNotFound, "объекта уже нет на сервере"},
+    {wire::kRefused, "изменения нарушают правила модели"},
+    {wire::kStorage, "сервер не смог записать изменения на диск"},
+    {wire::kUnavailable, "связь с сервером потеряна, ответ не получен"},
+    {wire::kTooLarge, "слишком много изменений за один раз"},
+};
+
+QString refusalText(int status) {
+  for (const StatusText& row : kRefusals) {
+    if (row.status == status) return QString::fromUtf8(row.text);
+  }
+  return QString("код %1").arg(status);
+}
+
+}  // namespace
+
+StationWindow::StationWindow(StationApp& app, int number) : app_(app), number_(number) {
+  setAttribute(Qt::WA_DeleteOnClose);
+  setWindowIcon(stationIcon());
+  setPalette(workstationPalette());
+  setFont(workstationFont());
+  makeMenu();
+  makeStatusBar();
+  resize(kFirstSize);
+}
+
+StationWindow::~StationWindow() {
+  end();
+  app_.windowClosed(this);
+}
+
+void StationWindow::makeMenu() {
+  QMenu* const file = menuBar()->addMenu("Станция");
+  file->addAction("Открыть второе окно", this, &StationWindow::openSecond, QKeySequence("Ctrl+Shift+N"));
+  file->addSeparator();
+  file->addAction("Закрыть окно", this, &QWidget::close, QKeySequence("Ctrl+W"));
+  file->addAction("Выход", qApp, &QApplication::closeAllWindows, QKeySequence("Ctrl+Q"));
+  menuBar()->addMenu("Справка")->addAction("О рабочей станции", this, &StationWindow::showAbout);
+}
+
+void StationWindow::makeStatusBar() {
+  const auto label = [this] {
+    auto* const text = new QLabel(this);
+    text->setContentsMargins(8, 0, 8, 0);
+    statusBar()->addPermanentWidget(text);
+    return text;
+  };
+  refused_ = label();
+  edits_ = label();
+  label()->setText(QString("Пользователь: %1").arg(app_.user()));
+  connection_ = label();
+  refused_->hide();
+  showEdited(false);
+  showLine(true, {});
+}
+
+bool StationWindow::start(CTlmCliMod* module, const QString& state) {
+  module_ = module;
+  module_->setWindowFlags(Qt::Widget);
+  setCentralWidget(module_);
+  showTitle(module_->windowTitle(), {});
+  show();
+  if (!state.isEmpty()) module_->SetParamState(state);
+  QApplication::setOverrideCursor(Qt::WaitCursor);
+  const bool started = module_->ModuleStart() == 1;
+  QApplication::restoreOverrideCursor();
+  return started;
+}
+
+QTextCodec* StationWindow::codec() const { return module_->abo->Session()->Codec(); }
+
+void StationWindow::watch(TlmSession& session) {
+  connect(&session, &TlmSession::lineChanged, this, &StationWindow::showLine);
+  connect(&session, &TlmSession::writeRefused, this, &StationWindow::showRefused);
+}
+
+// ---- what is shown ----
+
+void StationWindow::showEdited(bool edited) {
+  setWindowModified(edited);
+  edits_->setText(edited ? QString("Есть несохраненные изменения") : QString("Изменений нет"));
+  QPalette palette = workstationPalette();
+  if (edited) palette.setColor(QPalette::WindowText, QColor("#a85a00"));
+  edits_->setPalette(palette);
+}
+
+void StationWindow::showTitle(const QString& title, const QString& subtitle) {
+  QString text = subtitle.isEmpty() ? title : title + " - " + subtitle;
+  if (number_ > 1) text += QString(" (окно %1)").arg(number_);
+  setWindowTitle(text + "[*]");
+}
+
+void StationWindow::showMessage(const QString& text) { statusBar()->showMessage(text, kMessageMs); }
+
+void StationWindow::showLine(bool alive, const QString& why) {
+  const QString name = app_.server().name();
+  connection_->setText(alive ? QString("Встроенный сервер: %1").arg(name) : QString("Нет связи: %1").arg(why));
+}
+
+void StationWindow::showRefused(int status, const QString& why) {
+  ++refusals_;
+  refused_->setText(QString("Отказов записи: %1").arg(refusals_));
+  QPalette palette = workstationPalette();
+  palette.setColor(QPalette::WindowText, QColor("#c62828"));
+  refused_->setPalette(palette);
+  refused_->setToolTip(why);
+  refused_->show();
+  QString text = QString("Сервер не принял изменения: %1.").arg(refusalText(status));
+  if (!why.isEmpty()) text += QString("\n\nПодробности: %1").arg(why);
+  box()->setMessage("Изменения не записаны", text, kBoxError, kBoxClose, nullptr);
+  box()->show();
+}
+
+QString StationWindow::connectionText() const { return connection_->text(); }
+QString StationWindow::editText() const { return edits_->text(); }
+QString StationWindow::refusedText() const { return refused_->isHidden() ? QString() : refused_->text(); }
+
+CPopMessageBox* StationWindow::box() {
+  if (!question_) question_ = new CPopMessageBox(this);
+  return question_;
+}
+
+void StationWindow::openSecond() {
+  QString problem;
+  if (app_.openWindow(&problem)) return;
+  box()->setMessage("Второе окно", problem, kBoxError, kBoxClose, nullptr);
+  box()->show();
+}
+
+void StationWindow::showAbout() {
+  box()->setMessage("О рабочей станции",
+                    QString("Рабочая станция телеметрии %1\n\nСервер модели работает внутри станции.\nМодель: %2")
+                        .arg(QApplication::applicationVersion(), app_.server().name()),
+                    kBoxInformation, kBoxClose, nullptr);
+  box()->show();
+}
+
+// ---- the end ----
+
+void StationWindow::closeEvent(QCloseEvent* event) {
+  if (closeConfirmed_ || !module_ || !module_->IsEdit()) {
+    event->accept();
+    return;
+  }
+  event->ignore();
+  box()->setMessage("Несохраненные изменения",
+                    "В окне есть несохраненные изменения.\nЗакрыть его без сохранения?", kBoxWarning, kBoxYesNo,
+                    SLOT(answerClose(QAbstractButton*)));
+  box()->show();
+}
+
+void StationWindow::answerClose(QAbstractButton* button) {
+  const bool leave = question_->ButtonRole(button) == 0;
+  question_->hide();
+  if (!leave) return;
+  closeConfirmed_ = true;
+  close();
+}
+
+void StationWindow::end() {
+  if (!module_) return;
+  app_.saveState(number_, module_->GetParamState());
+  module_->ModuleStop();
+  delete module_;
+  module_ = nullptr;
+}
+
+}  // namespace tlm

@@ -1,0 +1,77 @@
+// The frame around one module: menu, status bar, questions at the end.
+#ifndef TLMHOST_STATIONWINDOW_H
+#define TLMHOST_STATIONWINDOW_H
+
+#include <QMainWindow>
+#include <QTextCodec>
+
+class CPopMessageBox;
+class CTlmCliMod;
+class QAbstractButton;
+class QLabel;
+
+namespace tlm {
+
+class StationApp;
+class TlmSession;
+
+class StationWindow : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  StationWindow(StationApp& app, int number);
+  ~StationWindow() override;  // stops and deletes the module
+
+  // Takes the module over, gives it its state text, shows the window and starts the module. False when the
+  // module does not start.
+  bool start(CTlmCliMod* module, const QString& state);
+
+  CTlmCliMod* module() const { return module_; }
+  int number() const { return number_; }
+  QTextCodec* codec() const;
+
+  // Shows the line and the refusals of the module's session.
+  void watch(TlmSession& session);
+
+  void showEdited(bool edited);
+  void showTitle(const QString& title, const QString& subtitle);
+  void showMessage(const QString& text);
+
+  // The question at closing, or the message about a refused write; null before the first.
+  CPopMessageBox* question() const { return question_; }
+
+  // Texts of the status bar.
+  QString connectionText() const;
+  QString editText() const;
+  QString refusedText() const;
+
+ public slots:
+  void openSecond();
+  void showAbout();
+  void answerClose(QAbstractButton* button);
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void makeMenu();
+  void makeStatusBar();
+  void showLine(bool alive, const QString& why);
+  void showRefused(int status, const QString& why);
+  CPopMessageBox* box();
+  void end();
+
+  StationApp& app_;
+  const int number_;
+  CTlmCliMod* module_ = nullptr;
+  CPopMessageBox* question_ = nullptr;
+  QLabel* connection_ = nullptr;
+  QLabel* edits_ = nullptr;
+  QLabel* refused_ = nullptr;
+  int refusals_ = 0;
+  bool closeConfirmed_ = false;
+};
+
+}  // namespace tlm
+
+#endif

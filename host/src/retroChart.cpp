@@ -1,0 +1,151 @@
+#include "retroChart.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+#include <algorithm>
+#include <cmath>
+
+#include "objectInfo.h"
+
+namespace tlm {
+namespace {
+
+constexpr double kSecond = 1.0 / 86'400;
+constexpr int kMostTimeTicks = 8;
+constexpr int kMostValueTicks = 6;
+constexpr int kMostMarks = 120;  // a dense line needs no dots
+
+// A step of 1, 2 or 5 times a power of ten that divides a span into at most `most` parts.
+double niceStep(double span, int most) {
+  const double raw = span / most;
+  const double power = std::pow(10, std::floor(std::log10(raw)));
+  for (const double factor : {1.0, 2.0, 5.0}) {
+    if (factor * power >= raw) return factor * power;
+  }
+  return 10 * power;
+}
+
+// A step of time that people count in.
+double timeStep(double span) {
+  for (const int seconds : {1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 14'400, 43'200, 86'400}) {
+    if (span / (seconds * kSecond) <= kMostTimeTicks) return seconds * kSecond;
+  }
+  return span / kMostTimeTicks;
+}
+
+QColor markColour(server::Quality quality) {
+  switch (quality) {
+    case server::Quality::kGood: return QColor("#2f6db5");
+    case server::Quality::kManual: return QColor("#7a3fa0");
+    case server::Quality::kOld: return QColor("#b0863a");
+    case server::Quality::kInvalid: break;
+  }
+  return QColor("#c62828");
+}
+
+}  // namespace
+
+RetroChart::RetroChart(QWidget* parent) : QWidget(parent) {
+  setMinimumSize(360, 180);
+  setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+}
+
+void RetroChart::setSeries(std::vector<server::LiveValue> values, bool steps, const QString& measure) {
+  points_.clear();
+  for (const server::LiveValue& value : values) {
+    if (const double* const number = std::get_if<double>(&value.value); number && std::isfinite(*number)) {
+      points_.push_back({value.time, *number, value.quality});
+    }
+  }
+  steps_ = steps;
+  measure_ = measure;
+  update();
+}
+
+RetroChart::Frame RetroChart::frame() const {
+  Frame frame;
+  const auto byValue = [](const Point& a, const Point& b) { return a.value < b.value; };
+  const auto [low, high] = std::minmax_element(points_.begin(), points_.end(), byValue);
+  frame.values.low = low->value;
+  frame.values.high = high->value;
+  if (frame.values.high - frame.values.low < 1e-9 * std::max(1.0, std::abs(frame.values.high))) {
+    frame.values.low -= 1;
+    frame.values.high += 1;
+  }
+  frame.values.step = niceStep(frame.values.high - frame.values.low, kMostValueTicks);
+  frame.values.low = std::floor(frame.values.low / frame.values.step) * frame.values.step;
+  frame.values.high = std::ceil(frame.values.high / frame.values.step) * frame.values.step;
+  frame.times.low = points_.front().time;
+  frame.times.high = std::max(points_.back().time, frame.times.low + 10 * kSecond);
+  frame.times.step = timeStep(frame.times.high - frame.times.low);
+  const QFontMetrics metrics(font());
+  const int left = std::max(metrics.horizontalAdvance(QString::number(frame.values.low)),
+                            metrics.horizontalAdvance(QString::number(frame.values.high))) + 20;
+  frame.area = QRectF(rect()).adjusted(left, metrics.height() + 12, -24, -metrics.height() - 14);
+  return frame;
+}
+
+void RetroChart::drawGrid(QPainter& painter, const Frame& f) const {
+  const QFontMetrics metrics(font());
+  const QPen line(QColor("#dde3ea"));
+  const QPen label(palette().color(QPalette::Text));
+  for (double value = f.values.low; value <= f.values.high + f.values.step / 2; value += f.values.step) {
+    painter.setPen(line);
+    painter.drawLine(QPointF(f.area.left(), f.y(value)), QPointF(f.area.right(), f.y(value)));
+    painter.setPen(label);
+    const QString text = QString::number(std::abs(value) < f.values.step / 1000 ? 0 : value);
+    painter.drawText(QRectF(0, f.y(value) - metrics.height() / 2.0, f.area.left() - 8, metrics.height()),
+                     Qt::AlignRight | Qt::AlignVCenter, text);
+  }
+  const QString form = f.times.step < 60 * kSecond ? QString("hh:mm:ss") : QString("hh:mm");
+  for (double time = std::ceil(f.times.low / f.times.step) * f.times.step; time <= f.times.high; time += f.times.step) {
+    painter.setPen(line);
+    painter.drawLine(QPointF(f.x(time), f.area.top()), QPointF(f.x(time), f.area.bottom()));
+    painter.setPen(label);
+    painter.drawText(QRectF(f.x(time) - 50, f.area.bottom() + 4, 100, metrics.height()), Qt::AlignCenter,
+                     localTime(time).toString(form));
+  }
+  painter.setPen(QPen(QColor("#8793a1")));
+  painter.drawRect(f.area);
+  if (!measure_.isEmpty()) painter.drawText(QPointF(f.area.left(), f.area.top() - 6), measure_);
+}
+
+void RetroChart::drawLine(QPainter& painter, const Frame& f) const {
+  QPainterPath path(QPointF(f.x(points_.front().time), f.y(points_.front().value)));
+  for (size_t i = 1; i < points_.size(); ++i) {
+    const double x = f.x(points_[i].time);
+    if (steps_) path.lineTo(x, f.y(points_[i - 1].value));
+    path.lineTo(x, f.y(points_[i].value));
+  }
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(QColor("#2f6db5"), 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+  painter.drawPath(path);
+}
+
+void RetroChart::drawMarks(QPainter& painter, const Frame& f) const {
+  painter.setPen(Qt::NoPen);
+  const bool dense = points_.size() > kMostMarks;
+  for (const Point& point : points_) {
+    if (dense && point.quality == server::Quality::kGood) continue;
+    painter.setBrush(markColour(point.quality));
+    painter.drawEllipse(QPointF(f.x(point.time), f.y(point.value)), 2.6, 2.6);
+  }
+}
+
+void RetroChart::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.fillRect(rect(), palette().color(QPalette::Base));
+  if (points_.empty()) {
+    painter.setPen(palette().color(QPalette::Disabled, QPalette::Text));
+    painter.drawText(rect(), Qt::AlignCenter, QString("Нет числовых значений"));
+    return;
+  }
+  const Frame f = frame();
+  drawGrid(painter, f);
+  drawLine(painter, f);
+  drawMarks(painter, f);
+}
+
+}  // namespace tlm
