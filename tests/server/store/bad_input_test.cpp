@@ -1,0 +1,315 @@
+// What is no whole store of ours is refused with its reason, and every file is left byte for byte as it was.
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "testing.h"
+#include "writes.h"
+
+namespace tlm::test {
+namespace {
+
+class BadInputTest : public ::testing::Test {
+ protected:
+  // A store with rows on many pages.
+  void makeStore() {
+    Rows rows(smallCatalogue(), "Thing");
+    for (int i = 0; i < 300; ++i) rows.thing(i, std::string(200, 'n'));
+    std::string error;
+    ASSERT_TRUE(createSqliteStore(path(), smallCatalogue(), {{"Thing", rows.array().array}}, &error)) << error;
+  }
+  std::string path() const { return folder_.file("model.tlm"); }
+
+  void expectRefused(StoreError reason, const std::string& words) {
+    const auto before = folder_.contents();
+    std::string error;
+    StoreError why = StoreError::kNone;
+    EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+    EXPECT_EQ(why, reason) << error;
+    EXPECT_NE(error.find(words), std::string::npos) << error;
+    EXPECT_NE(error.find(path()), std::string::npos) << error;
+    EXPECT_EQ(folder_.contents(), before);
+  }
+
+  void patch(size_t at, const std::string& bytes) {
+    std::string all = readFile(path());
+    all.replace(at, bytes.size(), bytes);
+    writeFile(path(), all);
+  }
+
+  Folder folder_;
+};
+
+TEST_F(BadInputTest, AFileThatIsNotThere) { expectRefused(StoreError::kNotThere, "No such file"); }
+
+TEST_F(BadInputTest, AFolder) {
+  std::filesystem::create_directory(path());
+  std::string error;
+  StoreError why = StoreError::kNone;
+  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+  EXPECT_EQ(why, StoreError::kNoStore);
+}
+
+TEST_F(BadInputTest, AnEmptyFile) {
+  writeFile(path(), "");
+  expectRefused(StoreError::kNoStore, "no model store");
+}
+
+TEST_F(BadInputTest, AText) {
+  writeFile(path(), std::string(5000, 't'));
+  expectRefused(StoreError::kNoStore, "no model store");
+}
+
+TEST_F(BadInputTest, ADatabaseOfAnotherProgram) {
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open(path().c_str(), &db), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(db, "PRAGMA journal_mode=WAL; CREATE TABLE Thing (a)", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(db);
+  expectRefused(StoreError::kNoStore, "no model store");
+}
+
+TEST_F(BadInputTest, ANewerVersion) {
+  makeStore();
+  patch(60, std::string("\0\0\0\x02", 4));
+  expectRefused(StoreError::kNewer, "version 2");
+}
+
+TEST_F(BadInputTest, AFileCutShortAnywhere) {
+  makeStore();
+  const std::string whole = readFile(path());
+  for (const size_t length : {size_t{20}, size_t{99}, size_t{100}, size_t{4096}, size_t{5000}, whole.size() / 2,
+                              whole.size() - 4096, whole.size() - 1}) {
+    SCOPED_TRACE(length);
+    writeFile(path(), whole.substr(0, length));
+    expectRefused(StoreError::kDamaged, "cut short");
+  }
+}
+
+TEST_F(BadInputTest, ADamagedPage) {
+  makeStore();
+  const std::string whole = readFile(path());
+  for (size_t page = 1; page < whole.size() / 4096; ++page) {
+    SCOPED_TRACE(page);
+    writeFile(path(), whole);
+    patch(page * 4096, std::string(4096, '\xA5'));
+    const auto before = folder_.contents();
+    std::string error;
+    StoreError why = StoreError::kNone;
+    EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+    EXPECT_EQ(why, StoreError::kDamaged) << error;
+    EXPECT_EQ(folder_.contents(), before);
+  }
+}
+
+TEST_F(BadInputTest, ADamagedFirstPage) {
+  makeStore();
+  patch(100, std::string(3000, '\x5A'));
+  const auto before = folder_.contents();
+  std::string error;
+  StoreError why = StoreError::kNone;
+  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+  EXPECT_EQ(why, StoreError::kDamaged) << error;
+  EXPECT_EQ(folder_.contents(), before);
+}
+
+TEST_F(BadInputTest, ADamagedFileWithALogBesideIt) {
+  makeStore();
+  // A process that dies with the store open leaves its log behind.
+  const pid_t child = fork();
+  if (child == 0) {
+    auto store = openSmall(folder_);
+    commitThing(*store, 5000, "late");
+    _exit(0);
+  }
+  waitpid(child, nullptr, 0);
+  ASSERT_EQ(folder_.contents().size(), 2u);
+  patch(readFile(path()).size() / 2 / 4096 * 4096, std::string(4096, '\xA5'));
+  const auto before = folder_.contents();
+  std::string error;
+  StoreError why = StoreError::kNone;
+  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+  EXPECT_EQ(why, StoreError::kDamaged) << error;
+  EXPECT_EQ(folder_.contents(), before);
+}
+
+TEST_F(BadInputTest, AValueThatItsFieldCannotHold) {
+  makeStore();
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open(path().c_str(), &db), SQLITE_OK);
+  const std::string sql = "UPDATE Thing SET number = 'seven' WHERE KeyLink = '" + keyOf(7) + "'";
+  ASSERT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(db);
+  auto store = openSmall(folder_);
+  CMDArray array;
+  Catalogue::makeFields(*smallCatalogue().table("Thing"), array.array);
+  std::string error;
+  EXPECT_FALSE(store->load("Thing", array.array, &error));
+  EXPECT_EQ(error, "Thing, row " + keyOf(7) + ": number cannot hold \"seven\"");
+}
+
+TEST_F(BadInputTest, AStoreThatThisProcessHas) {
+  makeStore();
+  auto first = openSmall(folder_);
+  expectRefused(StoreError::kHeld, "open in this program");
+  EXPECT_TRUE(commitThing(*first, 1000, "still mine"));
+  first.reset();
+  EXPECT_TRUE(openSmall(folder_));
+}
+
+TEST_F(BadInputTest, AStoreThatAnotherProcessHas) {
+  makeStore();
+  int ready[2], done[2];
+  ASSERT_EQ(pipe(ready) + pipe(done), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    close(done[1]);
+    auto store = openSmall(folder_);
+    char byte = '+';
+    if (write(ready[1], &byte, 1) != 1 || read(done[0], &byte, 1) != 0) _exit(2);
+    _exit(commitThing(*store, 1000, "still mine") ? 0 : 1);
+  }
+  close(done[0]);
+  char byte;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  expectRefused(StoreError::kHeld, "in use by another server");
+  close(done[1]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_TRUE(openSmall(folder_));
+}
+
+TEST_F(BadInputTest, AStoreThatAnotherProgramReads) {
+  makeStore();
+  int ready[2], done[2];
+  ASSERT_EQ(pipe(ready) + pipe(done), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    close(done[1]);
+    sqlite3* db = nullptr;
+    sqlite3_open(path().c_str(), &db);
+    sqlite3_exec(db, "BEGIN; SELECT count(*) FROM Thing", nullptr, nullptr, nullptr);
+    char byte = '+';
+    _exit(write(ready[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 0 ? 0 : 1);
+  }
+  close(done[0]);
+  char byte;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  std::string error;
+  StoreError why = StoreError::kNone;
+  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+  EXPECT_EQ(why, StoreError::kHeld) << error;
+  close(done[1]);
+  waitpid(child, nullptr, 0);
+}
+
+// Rights do not bind the superuser, so the tests of them step down while they look.
+class Unprivileged {
+ public:
+  Unprivileged() : root_(geteuid() == 0) {
+    if (root_ && seteuid(65534) != 0) ADD_FAILURE() << "cannot step down";
+  }
+  ~Unprivileged() {
+    if (root_ && seteuid(0) != 0) std::abort();
+  }
+  Unprivileged(const Unprivileged&) = delete;
+  Unprivileged& operator=(const Unprivileged&) = delete;
+
+ private:
+  bool root_;
+};
+
+TEST_F(BadInputTest, AReadOnlyFile) {
+  makeStore();
+  chmod(path().c_str(), 0444);
+  chmod(folder_.path().c_str(), 0777);
+  const Unprivileged user;
+  expectRefused(StoreError::kReadOnly, "cannot be written");
+}
+
+TEST_F(BadInputTest, AReadOnlyFolder) {
+  makeStore();
+  chmod(path().c_str(), 0666);
+  chmod(folder_.path().c_str(), 0555);
+  const Unprivileged user;
+  const auto before = folder_.contents();
+  std::string error;
+  StoreError why = StoreError::kNone;
+  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+  EXPECT_EQ(why, StoreError::kReadOnly);
+  EXPECT_EQ(error.find("the folder " + folder_.path() + " cannot be written"), 0u) << error;
+  EXPECT_EQ(folder_.contents(), before);
+}
+
+TEST_F(BadInputTest, AFileThatMayNotBeRead) {
+  makeStore();
+  chmod(path().c_str(), 0000);
+  chmod(folder_.path().c_str(), 0777);
+  std::string error;
+  StoreError why = StoreError::kNone;
+  {
+    const Unprivileged user;
+    EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
+  }
+  EXPECT_EQ(why, StoreError::kReadOnly) << error;
+}
+
+// ---- making ----
+
+class BadPlaceTest : public ::testing::Test {
+ protected:
+  void expectNotMade(const std::string& path, StoreError reason) {
+    const auto before = folder_.contents();
+    std::string error;
+    StoreError why = StoreError::kNone;
+    EXPECT_FALSE(createSqliteStore(path, smallCatalogue(), {}, &error, &why));
+    EXPECT_EQ(why, reason) << error;
+    EXPECT_FALSE(error.empty());
+    EXPECT_EQ(folder_.contents(), before);
+  }
+
+  Folder folder_;
+};
+
+TEST_F(BadPlaceTest, AFileThatIsThereIsLeftAlone) {
+  writeFile(folder_.file("model.tlm"), "precious");
+  expectNotMade(folder_.file("model.tlm"), StoreError::kExists);
+}
+
+TEST_F(BadPlaceTest, AFolderThatIsNotThere) {
+  expectNotMade(folder_.file("nowhere/model.tlm"), StoreError::kNotThere);
+}
+
+TEST_F(BadPlaceTest, AReadOnlyFolder) {
+  chmod(folder_.path().c_str(), 0555);
+  const Unprivileged user;
+  expectNotMade(folder_.file("model.tlm"), StoreError::kReadOnly);
+}
+
+TEST_F(BadPlaceTest, AFullDiskLeavesNoFile) {
+  failWrites(ENOSPC);
+  expectNotMade(folder_.file("model.tlm"), StoreError::kDiskFull);
+  failWrites(0);
+}
+
+TEST_F(BadPlaceTest, RowsThatCannotBeStoredLeaveNoFile) {
+  Rows rows(smallCatalogue(), "Thing");
+  rows.thing(1, "one");
+  rows.thing(1, "again");
+  std::string error;
+  EXPECT_FALSE(
+      createSqliteStore(folder_.file("model.tlm"), smallCatalogue(), {{"Thing", rows.array().array}}, &error));
+  EXPECT_NE(error.find("UNIQUE"), std::string::npos) << error;
+  EXPECT_TRUE(folder_.contents().empty());
+}
+
+TEST_F(BadPlaceTest, WhatAnInterruptedMakingLeftIsReplaced) {
+  writeFile(folder_.file("model.tlm.new"), "half a store");
+  EXPECT_TRUE(createSmall(folder_));
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("model.tlm.new")));
+}
+
+}  // namespace
+}  // namespace tlm::test

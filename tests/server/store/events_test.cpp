@@ -1,0 +1,130 @@
+#include "testing.h"
+
+namespace tlm::test {
+namespace {
+
+class EventsTest : public ::testing::Test {
+ protected:
+  void commitEvents(int64_t from, int64_t to, const std::string& identity = "") {
+    Commit block;
+    block.identity = identity;
+    for (int64_t sequence = from; sequence <= to; ++sequence) block.events.push_back(eventOf(sequence));
+    ASSERT_TRUE(store_->commit(block, &error_)) << error_;
+  }
+  std::vector<int64_t> after(int64_t sequence) {
+    std::vector<int64_t> all;
+    EXPECT_TRUE(store_->events(sequence, [&](wire::Event&& event) { all.push_back(event.sequence); }, &error_));
+    return all;
+  }
+  void reopen() {
+    store_.reset();
+    store_ = openSmall(folder_);
+  }
+
+  Folder folder_;
+  std::unique_ptr<Store> store_ = createSmall(folder_);
+  std::string error_;
+};
+
+using Numbers = std::vector<int64_t>;
+
+TEST_F(EventsTest, ANewStoreHasNone) {
+  EXPECT_EQ(store_->lastSequence(), 0);
+  EXPECT_EQ(store_->firstSequence(), 1);
+  EXPECT_EQ(after(0), Numbers{});
+}
+
+TEST_F(EventsTest, ComeBackWithEveryField) {
+  commitEvents(1, 1);
+  reopen();
+  std::vector<wire::Event> all;
+  ASSERT_TRUE(store_->events(0, [&](wire::Event&& event) { all.push_back(std::move(event)); }, &error_));
+  ASSERT_EQ(all.size(), 1u);
+  const wire::Event wanted = eventOf(1);
+  EXPECT_EQ(all[0].sequence, wanted.sequence);
+  EXPECT_EQ(all[0].kind, wanted.kind);
+  EXPECT_EQ(all[0].time, wanted.time);
+  EXPECT_EQ(all[0].key, wanted.key);
+  EXPECT_EQ(all[0].param, wanted.param);
+  EXPECT_EQ(all[0].user, wanted.user);
+  EXPECT_EQ(all[0].image, wanted.image);
+}
+
+TEST_F(EventsTest, AMissingImageIsNotAnEmptyOne) {
+  Commit block;
+  block.events = {eventOf(1), eventOf(2)};
+  block.events[0].image.reset();
+  block.events[1].image = "";
+  ASSERT_TRUE(store_->commit(block, &error_));
+  std::vector<std::optional<std::string>> images;
+  ASSERT_TRUE(store_->events(0, [&](wire::Event&& event) { images.push_back(event.image); }, &error_));
+  EXPECT_EQ(images, (std::vector<std::optional<std::string>>{std::nullopt, std::string()}));
+}
+
+TEST_F(EventsTest, CatchUpGivesWhatIsLaterInOrder) {
+  commitEvents(1, 3);
+  commitEvents(4, 5);
+  EXPECT_EQ(after(0), (Numbers{1, 2, 3, 4, 5}));
+  EXPECT_EQ(after(3), (Numbers{4, 5}));
+  EXPECT_EQ(after(5), Numbers{});
+}
+
+TEST_F(EventsTest, ForgottenOnesAreGoneAndTheirNumbersAreNotGivenAgain) {
+  commitEvents(1, 5);
+  ASSERT_TRUE(store_->forgetEvents(3, &error_)) << error_;
+  EXPECT_EQ(store_->firstSequence(), 4);
+  EXPECT_EQ(after(0), (Numbers{4, 5}));
+  ASSERT_TRUE(store_->forgetEvents(100, &error_)) << error_;
+  reopen();
+  EXPECT_EQ(store_->lastSequence(), 5);
+  EXPECT_EQ(store_->firstSequence(), 6);
+}
+
+TEST_F(EventsTest, ForgettingLessThanIsForgottenChangesNothing) {
+  commitEvents(1, 5);
+  ASSERT_TRUE(store_->forgetEvents(5, &error_));
+  ASSERT_TRUE(store_->forgetEvents(2, &error_));
+  reopen();
+  EXPECT_EQ(store_->lastSequence(), 5);
+}
+
+TEST_F(EventsTest, ANumberThatStandsInTheLogIsRefused) {
+  commitEvents(1, 2);
+  Commit block;
+  block.events = {eventOf(2)};
+  EXPECT_FALSE(store_->commit(block, &error_));
+  EXPECT_EQ(after(0), (Numbers{1, 2}));
+}
+
+TEST_F(EventsTest, BlocksAreKnownByTheirIdentityUntilTheirEventsAreForgotten) {
+  commitEvents(1, 2, keyOf(1));
+  commitEvents(3, 3, keyOf(2));
+  reopen();
+  EXPECT_TRUE(store_->holdsBlock(keyOf(1)));
+  EXPECT_TRUE(store_->holdsBlock(keyOf(2)));
+  EXPECT_FALSE(store_->holdsBlock(keyOf(3)));
+  ASSERT_TRUE(store_->forgetEvents(2, &error_));
+  EXPECT_FALSE(store_->holdsBlock(keyOf(1)));
+  EXPECT_TRUE(store_->holdsBlock(keyOf(2)));
+}
+
+TEST_F(EventsTest, ABlockIsCommittedOnceOnly) {
+  commitEvents(1, 1, keyOf(1));
+  Commit again;
+  again.identity = keyOf(1);
+  again.events = {eventOf(2)};
+  EXPECT_FALSE(store_->commit(again, &error_));
+  EXPECT_EQ(after(0), Numbers{1});
+}
+
+TEST_F(EventsTest, AStoreKeepsItsIdentity) {
+  const std::string identity = store_->identity();
+  EXPECT_EQ(identity.size(), 32u);
+  reopen();
+  EXPECT_EQ(store_->identity(), identity);
+  const Folder other;
+  EXPECT_NE(createSmall(other)->identity(), identity);
+}
+
+}  // namespace
+}  // namespace tlm::test
