@@ -1,0 +1,268 @@
+// The program as its user meets it: words in, texts and an exit code out.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::vector<std::string> lines(const std::string& text) {
+  std::vector<std::string> all;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) all.push_back(line);
+  return all;
+}
+
+struct Result {
+  int code = -1;
+  std::string out;
+  std::string err;
+};
+
+class Tlmctl : public ::testing::Test {
+ protected:
+  Tlmctl() : folder_("/tmp/tlmctl_XXXXXX") {
+    if (!mkdtemp(folder_.data())) ADD_FAILURE() << "no folder";
+  }
+  ~Tlmctl() override {
+    std::error_code code;
+    std::filesystem::remove_all(folder_, code);
+  }
+
+  std::string file(const std::string& name) const { return folder_ + "/" + name; }
+
+  Result run(const Words& words) const {
+    std::vector<char*> argv = {const_cast<char*>(TLMCTL)};
+    for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    constexpr int kNew = O_CREAT | O_WRONLY | O_TRUNC;
+    posix_spawn_file_actions_addopen(&actions, 1, file("out").c_str(), kNew, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, file("err").c_str(), kNew, 0600);
+    pid_t child = 0;
+    Result result;
+    int status = 0;
+    if (posix_spawn(&child, TLMCTL, &actions, nullptr, argv.data(), environ) == 0 &&
+        waitpid(child, &status, 0) == child && WIFEXITED(status))
+      result.code = WEXITSTATUS(status);
+    posix_spawn_file_actions_destroy(&actions);
+    result.out = readFile(file("out"));
+    result.err = readFile(file("err"));
+    return result;
+  }
+
+  void make(const Words& words) const {
+    const Result result = run(words);
+    ASSERT_EQ(result.code, 0) << result.err;
+  }
+
+  void alter(const std::string& store, const std::string& sql) const {
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(store.c_str(), &db), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+    sqlite3_close(db);
+  }
+
+  Words generate(const std::string& seed, const std::string& name) const {
+    return {"generate", "--units", "20", "--measurements=500", "--seed", seed, file(name)};
+  }
+
+  std::string dumpAll(const std::string& name) const {
+    std::string all;
+    for (const char* table : {"IdentifiedObject", "Measurement", "Analog", "Discrete", "Accumulator",
+                              "StringMeasurement", "RemoteUnit", "RemoteUnitFolder", "Archives"})
+      all += run({"dump", "--table", table, file(name)}).out;
+    return all;
+  }
+
+  std::string folder_;
+};
+
+TEST_F(Tlmctl, CreateMakesAStoreWithTheSample) {
+  const Result made = run({"create", file("a.tlm")});
+  EXPECT_EQ(made.code, 0) << made.err;
+  EXPECT_NE(made.out.find("150 units"), std::string::npos) << made.out;
+  EXPECT_EQ(lines(run({"dump", "--table", "RemoteUnit", file("a.tlm")}).out).size(), 151u);
+}
+
+TEST_F(Tlmctl, CreateEmptyMakesAStoreWithoutRows) {
+  make({"create", "--empty", file("a.tlm")});
+  EXPECT_EQ(lines(run({"dump", "--table", "Measurement", file("a.tlm")}).out).size(), 1u);
+  EXPECT_EQ(run({"check", file("a.tlm")}).code, 0);
+}
+
+TEST_F(Tlmctl, CreateLeavesAFileThatIsThere) {
+  std::ofstream(file("a.tlm")) << "precious";
+  const Result result = run({"create", file("a.tlm")});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_NE(result.err.find("exists already"), std::string::npos) << result.err;
+  EXPECT_EQ(readFile(file("a.tlm")), "precious");
+}
+
+TEST_F(Tlmctl, GenerateGivesTheSameDumpForTheSameSeed) {
+  make(generate("7", "a.tlm"));
+  make(generate("7", "b.tlm"));
+  make(generate("8", "c.tlm"));
+  const std::string first = dumpAll("a.tlm");
+  EXPECT_GT(first.size(), 100000u);
+  EXPECT_EQ(dumpAll("b.tlm"), first);
+  EXPECT_NE(dumpAll("c.tlm"), first);
+  EXPECT_EQ(lines(run({"dump", "--table", "Measurement", file("a.tlm")}).out).size(), 501u);
+  EXPECT_EQ(run({"check", file("a.tlm")}).code, 0);
+}
+
+TEST_F(Tlmctl, DumpWritesTheColumnsThatWereAskedForInThatOrder) {
+  make({"create", file("a.tlm")});
+  const auto rows = lines(run({"dump", "--table", "ServerGroups", "--columns", "name_,NUMBER", file("a.tlm")}).out);
+  ASSERT_GE(rows.size(), 2u);
+  EXPECT_EQ(rows[0], "name_\tnumber");
+  EXPECT_EQ(rows[1], "Основной сбор\t1");
+}
+
+TEST_F(Tlmctl, DumpTellsNullFromTheEmptyText) {
+  make({"create", file("a.tlm")});
+  auto rows = lines(run({"dump", "--table=RemoteUnit", "--columns=RemoteUnitFolderKey", file("a.tlm")}).out);
+  EXPECT_EQ(std::count(rows.begin(), rows.end(), "\"\""), 1);
+  EXPECT_EQ(std::count(rows.begin(), rows.end(), ""), 2);
+}
+
+TEST_F(Tlmctl, DumpEscapesWhatWouldBreakALine) {
+  make({"create", "--empty", file("a.tlm")});
+  alter(file("a.tlm"), "INSERT INTO StateTexts (KeyLink, name_) VALUES ('00000000000000000000000000000001',"
+                       " 'a' || char(9) || 'b' || char(10) || '\\')");
+  const auto rows = lines(run({"dump", "--table", "StateTexts", "--columns", "name_", file("a.tlm")}).out);
+  ASSERT_EQ(rows.size(), 2u);
+  EXPECT_EQ(rows[1], "a\\tb\\n\\\\");
+}
+
+TEST_F(Tlmctl, DumpShowsTheTablesThatDescribeTheCatalogue) {
+  make({"create", "--empty", file("a.tlm")});
+  const std::string out = run({"dump", "--table", "Tables", "--columns", "nameLat,nameLoc", file("a.tlm")}).out;
+  EXPECT_NE(out.find("Measurement\tИзмерение"), std::string::npos);
+}
+
+TEST_F(Tlmctl, CheckFindsNothingInTheSample) {
+  make({"create", file("a.tlm")});
+  const Result result = run({"check", file("a.tlm")});
+  EXPECT_EQ(result.code, 0) << result.out;
+  EXPECT_NE(result.out.find("no problems"), std::string::npos);
+}
+
+TEST_F(Tlmctl, CheckTellsWhatContradictsItself) {
+  make({"create", file("a.tlm")});
+  alter(file("a.tlm"), "UPDATE Measurement SET RemoteUnitKey = 'GONE' WHERE locId = 1001;"
+                       "UPDATE Measurement SET locId = 1002 WHERE locId = 1003;"
+                       "DELETE FROM Analog WHERE KeyLink = (SELECT KeyLink FROM Measurement WHERE locId = 1004)");
+  const Result result = run({"check", file("a.tlm")});
+  EXPECT_EQ(result.code, 1);
+  for (const char* words : {"(number 1001): RemoteUnitKey points at no RemoteUnit (GONE)",
+                            "(number 1002): the number stands twice", "the row in Analog is missing"})
+    EXPECT_NE(result.out.find(words), std::string::npos) << words << "\n" << result.out;
+}
+
+TEST_F(Tlmctl, CheckRefusesADamagedFileAndLeavesIt) {
+  make({"create", file("a.tlm")});
+  std::filesystem::resize_file(file("a.tlm"), 100000);
+  const std::string before = readFile(file("a.tlm"));
+  const Result result = run({"check", file("a.tlm")});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_NE(result.err.find("cut short"), std::string::npos) << result.err;
+  EXPECT_EQ(readFile(file("a.tlm")), before);
+}
+
+TEST_F(Tlmctl, AFileThatIsNotThereIsAFailure) {
+  for (const Words& words : {Words{"check", file("no.tlm")}, Words{"dump", "--table", "Analog", file("no.tlm")}}) {
+    const Result result = run(words);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_NE(result.err.find(file("no.tlm")), std::string::npos) << result.err;
+  }
+}
+
+TEST_F(Tlmctl, AFullOutputIsAFailure) {
+  make({"create", file("a.tlm")});
+  const std::string command =
+      std::string(TLMCTL) + " dump --table Measurement " + file("a.tlm") + " >/dev/full 2>" + file("err");
+  const int status = std::system(command.c_str());
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
+  EXPECT_NE(readFile(file("err")).find("cannot be written"), std::string::npos);
+}
+
+TEST_F(Tlmctl, HelpAndVersion) {
+  const Result help = run({"--help"});
+  EXPECT_EQ(help.code, 0);
+  for (const char* command : {"create", "generate", "dump", "check"}) {
+    EXPECT_NE(help.out.find(std::string("  ") + command), std::string::npos) << command;
+    const Result own = run({command, "--help"});
+    EXPECT_EQ(own.code, 0);
+    EXPECT_EQ(own.out.find("usage: tlmctl "), 0u) << own.out;
+  }
+  EXPECT_EQ(run({"--version"}).out, "tlmctl " TLM_VERSION "\n");
+}
+
+struct Mistake {
+  const char* name;
+  Words words;
+  const char* says;
+};
+
+class TlmctlMistake : public Tlmctl, public ::testing::WithParamInterface<Mistake> {};
+
+TEST_P(TlmctlMistake, IsToldWithExitCodeTwo) {
+  Words words = GetParam().words;
+  for (std::string& word : words)
+    if (word == "FILE") word = file("new.tlm");
+  const Result result = run(words);
+  EXPECT_EQ(result.code, 2);
+  EXPECT_NE(result.err.find(GetParam().says), std::string::npos) << result.err;
+  EXPECT_EQ(result.out, "");
+  EXPECT_FALSE(std::filesystem::exists(file("new.tlm")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLine, TlmctlMistake,
+    ::testing::Values(
+        Mistake{"NoCommand", {}, "a command is missing"}, Mistake{"UnknownCommand", {"make"}, "unknown command \"make\""},
+        Mistake{"NoFile", {"create"}, "the file is missing"},
+        Mistake{"EmptyFileName", {"create", ""}, "an empty file name"},
+        Mistake{"TwoFiles", {"check", "a", "b"}, "more than one file: a and b"},
+        Mistake{"UnknownOption", {"create", "--full", "FILE"}, "unknown option --full"},
+        Mistake{"ValueOfAFlag", {"create", "--empty=yes", "FILE"}, "--empty takes no value"},
+        Mistake{"OptionTwice", {"create", "--empty", "--empty", "FILE"}, "--empty stands twice"},
+        Mistake{"NoValue", {"dump", "FILE", "--table"}, "--table needs a value"},
+        Mistake{"OptionAsValue", {"dump", "--table", "--columns", "a", "FILE"}, "--table needs a value"},
+        Mistake{"NoTable", {"dump", "FILE"}, "--table is missing"},
+        Mistake{"UnknownTable", {"dump", "--table", "Nothing", "FILE"}, "there is no table \"Nothing\""},
+        Mistake{"UnknownColumn", {"dump", "--table", "Analog", "--columns", "KeyLink,x", "FILE"}, "no column \"x\""},
+        Mistake{"NoColumn", {"dump", "--table", "Analog", "--columns", "KeyLink,", "FILE"}, "no column \"\""},
+        Mistake{"NoSeed", {"generate", "--units", "1", "--measurements", "1", "FILE"}, "--seed is missing"},
+        Mistake{"NoUnits", {"generate", "--units", "0", "--measurements", "1", "--seed", "1", "FILE"}, "--units must be"},
+        Mistake{"TooMany", {"generate", "--units", "1", "--measurements", "99999999", "--seed", "1", "FILE"},
+                "--measurements must be a number from 0 to 20000000"},
+        Mistake{"NoNumber", {"generate", "--units", "1x", "--measurements", "1", "--seed", "1", "FILE"},
+                "--units must be a number from 1 to 20000000, not \"1x\""},
+        Mistake{"NegativeNumber", {"generate", "--units=-3", "--measurements", "1", "--seed", "1", "FILE"}, "not \"-3\""},
+        Mistake{"NumberTooLong",
+                {"generate", "--units", "1", "--measurements", "1", "--seed", "99999999999999999999", "FILE"},
+                "--seed must be"}),
+    [](const auto& mistake) { return mistake.param.name; });
+
+}  // namespace
