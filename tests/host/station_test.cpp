@@ -1,0 +1,318 @@
+// The workstation in the test's own process, around a plain module.
+#include <TlmClient/CPopMessageBox.h>
+#include <TlmClient/CTlmCliAbo.h>
+#include <TlmClient/CTlmCliApp.h>
+#include <TlmClient/CTlmCliSes.h>
+#include <TlmMdx/CMDArray.h>
+#include <TlmServer/MemoryStore.h>
+
+#include <QPointer>
+#include <QTemporaryDir>
+#include <QTextCodec>
+
+#include <gtest/gtest.h>
+
+#include "FormWindow.h"
+#include "RetroWindow.h"
+#include "StationApp.h"
+#include "StationWindow.h"
+#include "plainModule.h"
+#include "support/EmbeddedServer.h"
+#include "support/Gui.h"
+#include "support/ModelText.h"
+
+namespace tlm::test {
+namespace {
+
+constexpr char kModel[] = R"(
+table MeasurementUnit Мегаватт {symbol=МВт}
+table StateTexts Выключатель {text0=Отключен;text1=Включен}
+folder Подстанция Северная
+  unit КП-1
+    analog 1001 P Т-1 {UnitKey=@Мегаватт;decimals=1}
+    discrete 1003 Q-110 {StateTextsKey=@Выключатель}
+)";
+
+class Station : public testing::Test {
+ protected:
+  Station() : server(openCore(), "model.tlm") { startApp(); }
+
+  static std::unique_ptr<server::Core> openCore() {
+    std::string error;
+    auto data = server::makeMemoryStoreData(server::Catalogue::builtIn());
+    EXPECT_TRUE(writeModel(kModel, *server::openMemoryStore(data), &error)) << error;
+    return server::Core::open(server::openMemoryStore(data), {}, &error);
+  }
+
+  void startApp() {
+    const auto factory = [this](CTlmCliApp* host, const QByteArray& name) -> CTlmCliMod* {
+      return name == "config" ? new PlainModule(host, &log, startResult) : nullptr;
+    };
+    app = std::make_unique<StationApp>(
+        server, StationSetup{moduleName, "engineer", folder.filePath("settings.ini"), factory, nullptr});
+  }
+
+  StationWindow* open() {
+    QString problem;
+    StationWindow* const window = app->openWindow(&problem);
+    EXPECT_NE(window, nullptr) << problem.toStdString();
+    return window;
+  }
+
+  bool call(StationWindow* window, const char* command, const QByteArray& parameter, int flags = 0) {
+    TlmHostCall data{flags, command, parameter.constData()};
+    return window->module()->doCall(64, &data);
+  }
+  static QByteArray retro(const char* name) {
+    return "TlmRetro.modRetroQuick;Key=" + QByteArray::fromStdString(keyOf(name));
+  }
+
+  QTemporaryDir folder;
+  QStringList log;
+  int startResult = 1;
+  QString moduleName = "config";
+  StationServer server;
+  std::unique_ptr<StationApp> app;
+};
+
+TEST_F(Station, ShowsTheWindowBeforeTheModuleStarts) {
+  open();
+  EXPECT_EQ(log, QStringList("start, shown"));
+}
+
+TEST_F(Station, ShowsTitleConnectionUserAndEdits) {
+  StationWindow* const window = open();
+  EXPECT_EQ(window->windowTitle(), "Plain[*]");
+  EXPECT_TRUE(window->connectionText().contains("model.tlm"));
+  EXPECT_EQ(window->editText(), "Изменений нет");
+  window->module()->SetIsEdit(true);
+  EXPECT_EQ(window->editText(), "Есть несохраненные изменения");
+  EXPECT_TRUE(window->isWindowModified());
+  window->module()->SetIsEdit(false);
+  EXPECT_EQ(window->editText(), "Изменений нет");
+}
+
+TEST_F(Station, TellsOfAModuleThatIsUnknown) {
+  moduleName = QString::fromUtf8("нет такого");
+  startApp();
+  QString problem;
+  EXPECT_EQ(app->openWindow(&problem), nullptr);
+  EXPECT_EQ(problem, "В библиотеке нет модуля с именем «нет такого».");
+  EXPECT_TRUE(app->windows().empty());
+}
+
+TEST_F(Station, TellsOfAModuleThatDoesNotStart) {
+  startResult = 0;
+  QString problem;
+  EXPECT_EQ(app->openWindow(&problem), nullptr);
+  EXPECT_EQ(problem, "Модуль «config» не запустился.");
+  EXPECT_TRUE(log.contains("deleted"));
+}
+
+// ---- the state between runs ----
+
+TEST_F(Station, GivesNoStateAtTheFirstStart) {
+  open();
+  EXPECT_FALSE(log.join('|').contains("state"));
+}
+
+TEST_F(Station, GivesTheStateBackAtTheNextStart) {
+  static_cast<PlainModule*>(open()->module())->state = "cpp_mod=a.1,splitter=AAA=";
+  app.reset();
+  log.clear();
+  startApp();
+  open();
+  EXPECT_EQ(log, QStringList({"state cpp_mod=a.1,splitter=AAA=", "start, shown"}));
+}
+
+TEST_F(Station, KeepsAStateForEachWindow) {
+  static_cast<PlainModule*>(open()->module())->state = "first";
+  static_cast<PlainModule*>(open()->module())->state = "second";
+  app.reset();
+  log.clear();
+  startApp();
+  open();
+  open();
+  EXPECT_EQ(log, QStringList({"state first", "start, shown", "state second", "start, shown"}));
+}
+
+TEST_F(Station, KeepsTheOldStateWhenTheModuleHasNone) {
+  static_cast<PlainModule*>(open()->module())->state = "first";
+  app.reset();
+  startApp();
+  static_cast<PlainModule*>(open()->module())->state = QString();
+  app.reset();
+  log.clear();
+  startApp();
+  open();
+  EXPECT_EQ(log.first(), "state first");
+}
+
+// ---- the end of a window ----
+
+TEST_F(Station, ClosesWithoutAQuestionWhenNothingIsPending) {
+  QPointer<StationWindow> window = open();
+  window->close();
+  settle();
+  EXPECT_TRUE(window.isNull());
+  EXPECT_EQ(log, QStringList({"start, shown", "stop", "deleted"}));
+  EXPECT_TRUE(app->windows().empty());
+}
+
+TEST_F(Station, AsksBeforeItClosesOverUnsavedEdits) {
+  QPointer<StationWindow> window = open();
+  window->module()->SetIsEdit(true);
+  window->close();
+  settle();
+  ASSERT_FALSE(window.isNull());
+  EXPECT_TRUE(window->isVisible());
+  ASSERT_NE(window->question(), nullptr);
+  EXPECT_EQ(window->question()->type(), kBoxYesNo);
+  answerBox(window->question(), 1);
+  settle();
+  ASSERT_FALSE(window.isNull()) << "it stays";
+  EXPECT_FALSE(window->question()->isVisible());
+  window->close();
+  answerBox(window->question(), 0);
+  settle();
+  EXPECT_TRUE(window.isNull()) << "it goes without them";
+}
+
+TEST_F(Station, GoesWithItsWindowsWithoutAQuestion) {
+  open()->module()->SetIsEdit(true);
+  open();
+  app.reset();
+  EXPECT_EQ(log.count("deleted"), 2);
+}
+
+// ---- two windows ----
+
+TEST_F(Station, OpensASecondWindowOnTheSameModel) {
+  StationWindow* const first = open();
+  first->openSecond();
+  ASSERT_EQ(app->windows().size(), 2u);
+  StationWindow* const second = app->windows()[1];
+  EXPECT_EQ(second->windowTitle(), "Plain (окно 2)[*]");
+  EXPECT_EQ(first->module()->instance, "1");
+  EXPECT_EQ(second->module()->instance, "2");
+  EXPECT_NE(first->module()->abo, second->module()->abo);
+}
+
+TEST_F(Station, GivesTheNumberOfAClosedWindowAway) {
+  StationWindow* const first = open();
+  open();
+  first->close();
+  settle();
+  EXPECT_EQ(open()->number(), 1);
+}
+
+// ---- refused writes and messages ----
+
+TEST_F(Station, TellsOfARefusedWrite) {
+  StationWindow* const window = open();
+  EXPECT_EQ(window->refusedText(), QString());
+  CMDArray rows;
+  const MDRFldDesc field{"NoSuchField", 0, MDX_INT32, {}};
+  MDAFldAdd(rows.array, 1, &field);
+  MDRData* const record = rows.RecPost(MDARecNew(rows.array));
+  MDRSetFlags(record, MDX_REC_UPDATE);
+  CTlmCliSes* const session = window->module()->abo->Session();
+  ASSERT_TRUE(session->SqlUpdate("Analog", rows.array, true, nullptr));
+  EXPECT_TRUE(processUntil([&] { return !window->refusedText().isEmpty(); }));
+  EXPECT_EQ(window->refusedText(), "Отказов записи: 1");
+  ASSERT_NE(window->question(), nullptr);
+  EXPECT_EQ(window->question()->titleText(), "Изменения не записаны");
+  answerBox(window->question(), 0);
+  EXPECT_FALSE(window->question()->isVisible());
+}
+
+TEST_F(Station, TellsAboutItself) {
+  StationWindow* const window = open();
+  window->showAbout();
+  EXPECT_TRUE(window->question()->messageText().contains("model.tlm"));
+  answerBox(window->question(), 0);
+}
+
+// ---- commands of modules ----
+
+TEST_F(Station, OpensTheRetrospectiveOfAMeasurement) {
+  StationWindow* const window = open();
+  const double now = server::systemTime();
+  for (int i = 10; i > 0; --i) {
+    server.core().live().set(1001, {now - i / 86'400.0, server::Quality::kGood, 100.0 + i});
+  }
+  EXPECT_TRUE(call(window, "RUN_MOD", retro("P Т-1")));
+  ASSERT_NE(app->lastRetro(), nullptr);
+  EXPECT_TRUE(app->lastRetro()->isVisible());
+  EXPECT_EQ(app->lastRetro()->windowTitle(), "Ретроспектива: P Т-1");
+  EXPECT_EQ(app->lastRetro()->refresh(), 10);
+  server.core().live().set(1001, {server::systemTime(), server::Quality::kGood, 7.0});
+  EXPECT_EQ(app->lastRetro()->refresh(), 11);
+}
+
+TEST_F(Station, OpensARetrospectiveBesideTheOtherWithControl) {
+  StationWindow* const window = open();
+  call(window, "RUN_MOD", retro("P Т-1"));
+  QPointer<RetroWindow> first = app->lastRetro();
+  call(window, "RUN_MOD", retro("Q-110"));
+  EXPECT_EQ(app->lastRetro(), first) << "one window serves";
+  EXPECT_EQ(first->object().locId, 1003);
+  call(window, "RUN_MOD", retro("P Т-1"), 1);
+  EXPECT_NE(app->lastRetro(), first);
+  EXPECT_EQ(first->object().locId, 1003);
+}
+
+TEST_F(Station, RefusesTheRetrospectiveOfWhatIsNoMeasurement) {
+  StationWindow* const window = open();
+  EXPECT_FALSE(call(window, "RUN_MOD", retro("КП-1")));
+  EXPECT_FALSE(call(window, "RUN_MOD", "TlmRetro.modRetroQuick;Key="));
+  EXPECT_FALSE(call(window, "RUN_MOD", "TlmRetro.modRetroQuick"));
+  EXPECT_EQ(app->lastRetro(), nullptr);
+}
+
+TEST_F(Station, RefusesWhatItCannotRun) {
+  StationWindow* const window = open();
+  EXPECT_FALSE(call(window, "RUN_MOD", "Other.module;Key=1"));
+  EXPECT_FALSE(call(window, "RUN_AWAY", "x"));
+  EXPECT_FALSE(window->module()->doCall(64, nullptr));
+  TlmHostCall data{0, "RUN_MOD", "x"};
+  EXPECT_FALSE(window->module()->doCall(65, &data));
+}
+
+TEST_F(Station, OpensALinkedFormWithTheLiveValue) {
+  StationWindow* const window = open();
+  server.core().live().set(1001, {server::systemTime(), server::Quality::kGood, 12.34});
+  const QByteArray file = window->codec()->fromUnicode(QString::fromUtf8("схема.scheme"));
+  EXPECT_TRUE(call(window, "RUN_FILE", file + ";object=" + QByteArray::fromStdString(keyOf("P Т-1"))));
+  auto* const form = qobject_cast<FormWindow*>(app->lastForm());
+  ASSERT_NE(form, nullptr);
+  EXPECT_EQ(form->windowTitle(), QString::fromUtf8("схема.scheme"));
+  EXPECT_EQ(form->valueText(), "12.3 МВт");
+  server.core().live().set(1001, {server::systemTime(), server::Quality::kGood, 5.0});
+  form->refresh();
+  EXPECT_EQ(form->valueText(), "5 МВт");
+}
+
+TEST_F(Station, RefusesAFormOfAnObjectThatIsGone) {
+  StationWindow* const window = open();
+  EXPECT_FALSE(call(window, "RUN_FILE", "a.scheme;object=" + QByteArray(32, '0')));
+  EXPECT_FALSE(call(window, "RUN_FILE", ";object=" + QByteArray::fromStdString(keyOf("P Т-1"))));
+}
+
+TEST_F(Station, SaysTheStateOfADiscreteInItsOwnWords) {
+  const auto object = findObject(server.core(), QString::fromStdString(keyOf("Q-110")));
+  ASSERT_TRUE(object.has_value());
+  EXPECT_EQ(object->unitName, "КП-1");
+  EXPECT_EQ(shownValue({0, server::Quality::kGood, 1.0}, *object), "1 (Включен)");
+  EXPECT_EQ(shownValue({0, server::Quality::kGood, 0.0}, *object), "0 (Отключен)");
+}
+
+TEST_F(Station, LetsValuesMove) {
+  server.startSimulator();
+  EXPECT_TRUE(server.core().live().current(1001).has_value());
+  const double now = server::systemTime();
+  EXPECT_GE(server.core().live().history(1001, now - 1, now).size(), 30u);
+}
+
+}  // namespace
+}  // namespace tlm::test
