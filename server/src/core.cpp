@@ -17,6 +17,7 @@
 #include <deque>
 #include <future>
 #include <shared_mutex>
+#include <span>
 
 namespace tlm::server {
 namespace {
@@ -40,23 +41,15 @@ bool holdsUpdates(const wire::Block& block) {
   return false;
 }
 
-size_t sizeOf(const wire::Request& request) { return request.name.size() + request.body.size(); }
+using Requests = std::span<const wire::Request>;
 
-size_t sizeOf(const wire::Block& block) {
+size_t sizeOf(Requests requests) {
   size_t size = 0;
-  for (const wire::Request& request : block.requests) size += sizeOf(request);
+  for (const wire::Request& request : requests) size += request.name.size() + request.body.size();
   return size;
 }
 
-// Reads a table and makes its keys when its rows are in, on a thread of its own: the next table is read
-// meanwhile.
-bool loadTable(Store& store, const TableDef& def, MDArray* array, std::vector<std::future<void>>* keys,
-               std::string* error) {
-  while (MDAKeyCount(array) > 0) MDAKeyDel(array, 0);
-  if (!store.load(def.name, array, error)) return false;
-  keys->push_back(std::async(std::launch::async, [&def, array] { Catalogue::makeKeys(def, array); }));
-  return true;
-}
+Reply tooLarge() { return Reply::failure(wire::kTooLarge, "more than the limit of size in one call"); }
 
 }  // namespace
 
@@ -67,7 +60,7 @@ double systemTime() {
 
 struct Core::State {
   State(std::unique_ptr<Store> from, const CoreOptions& given, const Catalogue& catalogue)
-      : store(std::move(from)), options(given), tables(catalogue), parts(tables) {
+      : store(std::move(from)), options(given), tables(catalogue, ModelTables::Keys::kLater), parts(tables) {
     if (!options.clock) options.clock = systemTime;
     live.setListener([this](const wire::ParamValue& value) { publisher.publish(value); });
   }
@@ -81,7 +74,7 @@ struct Core::State {
   void apply(const PlannedChange& change);
   void forgetOldEvents();
   void rememberRefusal(const std::string& block, const Reply& reply);
-  Reply answerRequest(const wire::Request& request);
+  std::vector<Reply> answerAll(Requests requests);
 
   std::unique_ptr<Store> store;
   CoreOptions options;
@@ -100,11 +93,13 @@ struct Core::State {
   std::deque<std::pair<std::string, Reply>> refusals;
 };
 
+// The keys of a table are made when its rows are in, on a thread of their own: the next table is read meanwhile.
 bool Core::State::load(std::string* error) {
   std::vector<std::future<void>> keys;
   for (const TableDef& def : tables.catalogue().tables()) {
-    if (Catalogue::describesItself(def.name)) continue;
-    if (!loadTable(*store, def, tables.table(def.name), &keys, error)) return false;
+    MDArray* array = tables.table(def.name);
+    if (!Catalogue::describesItself(def.name) && !store->load(def.name, array, error)) return false;
+    keys.push_back(std::async(std::launch::async, [&def, array] { Catalogue::makeKeys(def, array); }));
   }
   last = store->lastSequence();
   lookedAt = last;
@@ -201,9 +196,16 @@ void Core::State::rememberRefusal(const std::string& block, const Reply& reply) 
   if (refusals.size() > kRefusalsKept) refusals.pop_front();
 }
 
-Reply Core::State::answerRequest(const wire::Request& request) {
+// All see the same tables. An update has been carried out before and is answered as such.
+std::vector<Reply> Core::State::answerAll(Requests requests) {
+  std::vector<Reply> replies;
   const std::shared_lock lock(tablesMutex);
-  return answer({tables, live, parts, options, options.clock()}, request);
+  const RequestContext context{tables, live, parts, options, options.clock()};
+  for (const wire::Request& request : requests) {
+    const bool written = request.kind == wire::RequestKind::kUpdate;
+    replies.push_back(written ? Reply{} : answer(context, request));
+  }
+  return replies;
 }
 
 std::unique_ptr<Core> Core::open(std::unique_ptr<Store> store, const CoreOptions& options, std::string* error,
@@ -218,21 +220,15 @@ Core::~Core() = default;
 
 Reply Core::execute(const wire::Request& request, const Caller& caller) {
   if (request.kind == wire::RequestKind::kUpdate) return execute(wire::Block{{}, {request}}, caller).whole;
-  if (sizeOf(request) > state_->options.maxRequestBytes)
-    return Reply::failure(wire::kTooLarge, "the request is over the limit of size");
-  return state_->answerRequest(request);
+  if (sizeOf({&request, 1}) > state_->options.maxRequestBytes) return tooLarge();
+  return std::move(state_->answerAll({&request, 1}).front());
 }
 
 wire::BlockReply Core::execute(const wire::Block& block, const Caller& caller) {
-  if (sizeOf(block) > state_->options.maxRequestBytes)
-    return {Reply::failure(wire::kTooLarge, "the block is over the limit of size"), {}};
+  if (sizeOf(block.requests) > state_->options.maxRequestBytes) return {tooLarge(), {}};
   wire::BlockReply reply;
   if (holdsUpdates(block)) reply.whole = state_->commit(block, caller);
-  if (reply.whole.status != wire::kOk) return reply;
-  for (const wire::Request& request : block.requests) {
-    const bool written = request.kind == wire::RequestKind::kUpdate;
-    reply.each.push_back(written ? Reply{} : state_->answerRequest(request));
-  }
+  if (reply.whole.status == wire::kOk) reply.each = state_->answerAll(block.requests);
   return reply;
 }
 

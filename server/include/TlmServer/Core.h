@@ -67,8 +67,9 @@ class Core {
   wire::Reply execute(const wire::Request& request, const Caller& caller);
 
   // Carries out a block: its updates are one transaction, checked whole, made durable, applied,
-  // published, in this order, before the reply; its other requests see the tables after it. A block whose
-  // identity was committed before is not written again and is answered as it was then.
+  // published, in this order, before the reply; its other requests see the tables after it, all at the
+  // same moment. A block whose identity was committed before is not written again, and is answered as it was
+  // then.
   wire::BlockReply execute(const wire::Block& block, const Caller& caller);
 
   // Starts to deliver the events of `kinds` that are later than `after` (-1: from now on), and the values
@@ -88,7 +89,7 @@ class Core {
   const Catalogue& catalogue() const;
   LiveValues& live();
 
-  // Runs `look` with the tables held for reading.
+  // Runs `look` with the tables held for reading. It must not call the core.
   void read(const std::function<void(const ModelTables&)>& look) const;
 
  private:
