@@ -1,5 +1,6 @@
 #include "passport/editors.h"
 
+#include "passport/looks.h"
 #include "passport/valueTexts.h"
 #include "passport/values.h"
 
@@ -7,7 +8,6 @@
 #include <QCalendarWidget>
 #include <QComboBox>
 #include <QMenu>
-#include <QPainter>
 #include <QRegularExpression>
 #include <QWidgetAction>
 
@@ -16,18 +16,6 @@ namespace tlm::passport {
 namespace {
 
 QString u8(const char* text) { return QString::fromUtf8(text); }
-
-// A small arrow, drawn so that it needs no image.
-QIcon arrowIcon(const QWidget* widget) {
-  QPixmap pixmap(16, 16);
-  pixmap.fill(Qt::transparent);
-  QPainter painter(&pixmap);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(widget->palette().color(QPalette::Text));
-  painter.drawPolygon(QPolygonF({{4, 6}, {12, 6}, {8, 11}}));
-  return QIcon(pixmap);
-}
 
 QString rangeFault(const FieldMeta& meta) {
   return u8("Значение поля «%1» должно быть от %2 до %3.")

@@ -3,6 +3,10 @@
 
 #include <QColor>
 #include <QFont>
+#include <QIcon>
+#include <QPainter>
+#include <QPixmap>
+#include <QWidget>
 
 namespace tlm::passport {
 
@@ -14,6 +18,18 @@ inline QFont boldFont() {
   QFont font;
   font.setBold(true);
   return font;
+}
+
+// The arrow of an editor that opens something, drawn so that it needs no image.
+inline QIcon arrowIcon(const QWidget* widget) {
+  QPixmap pixmap(16, 16);
+  pixmap.fill(Qt::transparent);
+  QPainter painter(&pixmap);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(widget->palette().color(QPalette::Text));
+  painter.drawPolygon(QPolygonF({{4, 6}, {12, 6}, {8, 11}}));
+  return QIcon(pixmap);
 }
 
 }  // namespace tlm::passport

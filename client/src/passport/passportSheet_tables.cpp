@@ -57,7 +57,8 @@ void copyRow(const MDArray* source, const MDRData* from, MDArray* array, MDRData
 bool PassportSheet::loadTable(CTlmCliSes* session, const QString& table) {
   auto rows = std::make_unique<CMDArray>();
   if (!requestTable(session, table, {}, rows.get())) return false;
-  if (MDAKeyCount(rows->array) == 0) rows->KeyAdd("KeyLink", 0);
+  rows->KeyAdd("KeyLink", 0);
+  while (MDAKeyCount(rows->array) > 1) MDAKeyDel(rows->array, 0);  // the order in which the rows came
   tables_[table] = std::move(rows);
   if (table == QLatin1String(kPageTable)) fillPage();
   return true;
@@ -127,7 +128,7 @@ std::vector<PageRow> PassportSheet::pageRows(const std::vector<FieldMetaPtr>& co
 void PassportSheet::showPage(bool on) {
   if (!tabs_) return;
   if (on && !page_) {
-    page_ = new TablePage(&pageModel_, &pageDelegate_);
+    page_ = new TablePage(&pageModel_, &pageDelegate_, tabs_->font());
     const TableInfo* info = ensureCatalogue() ? catalogue_.table(QString::fromLatin1(kPageTable)) : nullptr;
     tabs_->addTab(page_, info ? info->title : QString::fromLatin1(kPageTable));
     page_->fitColumns();

@@ -1,10 +1,10 @@
 #include "passport/referenceList.h"
 
+#include "passport/looks.h"
 #include "passport/valueTexts.h"
 
 #include <QAction>
 #include <QListView>
-#include <QPainter>
 #include <QScrollBar>
 
 namespace tlm::passport {
@@ -12,16 +12,8 @@ namespace tlm::passport {
 namespace {
 
 constexpr int kListRows = 14;
-constexpr int kListWidth = 320;
-
-QIcon listIcon(const QWidget* widget) {
-  QPixmap pixmap(16, 16);
-  pixmap.fill(Qt::transparent);
-  QPainter painter(&pixmap);
-  painter.setPen(QPen(widget->palette().color(QPalette::Text), 1));
-  for (int y = 4; y <= 12; y += 4) painter.drawLine(3, y, 12, y);
-  return QIcon(pixmap);
-}
+constexpr int kListWidth = 240;
+constexpr int kRowPadding = 6;
 
 bool holdsAll(const QString& folded, const QStringList& words) {
   for (const QString& word : words)
@@ -77,13 +69,15 @@ int ReferenceModel::rowOf(const QString& wanted) const {
 }
 
 QVariant ReferenceModel::data(const QModelIndex& at, int role) const {
-  return role == Qt::DisplayRole && at.isValid() ? QVariant(text(at.row())) : QVariant();
+  if (!at.isValid()) return {};
+  if (role == Qt::SizeHintRole) return rowSize_;
+  return role == Qt::DisplayRole ? QVariant(text(at.row())) : QVariant();
 }
 
 ReferenceEditor::ReferenceEditor(QWidget* parentWidget)
     : QLineEdit(parentWidget), model_(new ReferenceModel(this)) {
   setFrame(false);
-  QAction* open = addAction(listIcon(this), TrailingPosition);
+  QAction* open = addAction(arrowIcon(this), TrailingPosition);
   open->setToolTip(QString::fromUtf8("Список"));
   connect(open, &QAction::triggered, this, [this] { isListOpen() ? closeList() : openList(); });
   connect(this, &QLineEdit::textEdited, this, &ReferenceEditor::onTyped);
@@ -111,6 +105,7 @@ void ReferenceEditor::makeList() {
   list_->setFont(font());
   list_->setFrameShape(QFrame::Box);
   list_->setAutoFillBackground(true);
+  model_->setRowSize({0, fontMetrics().height() + kRowPadding});
   list_->setModel(model_);
   connect(list_, &QListView::clicked, this, [this](const QModelIndex& at) { pickRow(at.row()); });
 }

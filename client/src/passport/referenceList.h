@@ -4,6 +4,7 @@
 #include <QAbstractListModel>
 #include <QLineEdit>
 #include <QPointer>
+#include <QSize>
 
 #include <memory>
 #include <vector>
@@ -28,6 +29,7 @@ class ReferenceModel : public QAbstractListModel {
 
   void setRows(ReferenceRows rows);
   void setFilter(const QString& typed);
+  void setRowSize(const QSize& size) { rowSize_ = size; }
   int rowOf(const QString& key) const;  // -1 when it is not in sight
   QString key(int row) const;           // empty for "(нет)"
   QString text(int row) const;
@@ -41,6 +43,7 @@ class ReferenceModel : public QAbstractListModel {
 
   ReferenceRows rows_ = std::make_shared<const std::vector<ReferenceRow>>();
   QString filter_;
+  QSize rowSize_;
   std::vector<int> seen_;  // used while a filter is set
 };
 

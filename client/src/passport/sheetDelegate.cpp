@@ -19,6 +19,7 @@ namespace {
 constexpr int kMemoLines = 5;
 constexpr int kSmallestRow = 20;
 constexpr int kArrowWidth = 18;
+constexpr int kLockWidth = 24;
 const char* const kFilled = "tlmFilled";
 const char* const kMeta = "tlmMeta";
 const char* const kChosen = "tlmChosen";
@@ -203,7 +204,9 @@ void SheetDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIn
   option->text.replace('\n', ' ').replace(QChar::LineSeparator, ' ');
   option->state &= ~QStyle::State_HasFocus;
   const bool isCheck = option->features & QStyleOptionViewItem::HasCheckIndicator;
-  if (isCheck && index.data(SheetModel::kLockedRole).toBool()) option->state &= ~QStyle::State_Enabled;
+  if (!index.data(SheetModel::kLockedRole).toBool() || index.column() != SheetModel::kValue) return;
+  if (isCheck) option->state &= ~QStyle::State_Enabled;
+  option->text = option->fontMetrics.elidedText(option->text, Qt::ElideRight, option->rect.width() - kLockWidth);
 }
 
 void SheetDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {

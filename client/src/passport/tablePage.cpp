@@ -84,7 +84,11 @@ QVariant TablePageModel::headerData(int number, Qt::Orientation orientation, int
   return meta.unit.isEmpty() ? meta.title : meta.title + ", " + meta.unit;
 }
 
-TablePage::TablePage(TablePageModel* model, SheetDelegate* delegate) : view_(new QTableView(this)) {
+TablePage::TablePage(TablePageModel* model, SheetDelegate* delegate, const QFont& font)
+    : view_(new QTableView(this)) {
+  setFont(font);
+  view_->setFont(font);
+  view_->horizontalHeader()->setFont(font);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(view_);

@@ -59,7 +59,7 @@ class TablePage : public QWidget {
   Q_OBJECT
 
  public:
-  TablePage(TablePageModel* model, SheetDelegate* delegate);
+  TablePage(TablePageModel* model, SheetDelegate* delegate, const QFont& font);
   QTableView* view() const { return view_; }
   void fitColumns();
 
