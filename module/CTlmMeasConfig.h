@@ -391,7 +391,9 @@ class CTlmMeasConfig : public CTlmCliMod {
   // _actions
   void showOperatorTools(const QModelIndex& index);
   // _layout
+  void watchWidths();
   void fitColumns();
+  QToolButton* addPathButton();
   void resizePropColumns(int propW);
   void clearPathBar();
   // _passport
@@ -426,6 +428,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   void showTuReceipt(MDXCliParam* message);
   bool takeOwnMove(const QString& key);
 
+  QObjectList widthWatches;        // what tells of new widths; gone before the widgets
   bool columnsAwaitModel = false;  // resizeColumns was called while the tree had no columns
   QStringList sheetKeys;           // the objects that the passport was filled for, in the order of the selection
 };

@@ -12,6 +12,8 @@
 #include <QToolBar>
 #include <QToolButton>
 
+#include <functional>
+
 namespace {
 
 constexpr int kPathEntryWidth = 200;
@@ -35,7 +37,29 @@ QList<PathEntry> pathOf(const QModelIndex& index) {
   return path;
 }
 
+// Tells of each new size of a widget. Before the first look at a window its parts are sized after the window.
+class SizeWatch : public QObject {
+ public:
+  SizeWatch(QWidget* watched, std::function<void()> onResize) : QObject(watched), onResize_(std::move(onResize)) {
+    watched->installEventFilter(this);
+  }
+
+ protected:
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::Resize) onResize_();
+    return false;
+  }
+
+ private:
+  std::function<void()> onResize_;
+};
+
 }  // namespace
+
+void CTlmMeasConfig::watchWidths() {
+  for (QWidget* view : {static_cast<QWidget*>(ui->tV_MeasConfig), static_cast<QWidget*>(ui->tV_Prop)})
+    widthWatches += new SizeWatch(view, [this] { fitColumns(); });
+}
 
 QString CTlmMeasConfig::stateModule() const {
   if (!library) return QString();
@@ -122,18 +146,26 @@ int CTlmMeasConfig::CheckCurrentWight(int curWight, int count) {
 
 // An entry may be the sender of the signal that led here, so nothing goes before the signal has returned.
 void CTlmMeasConfig::clearPathBar() {
-  const QList<QAction*> actions = toolBarCfg->actions();
+  QList<QAction*> actions = toolBarCfg->actions();
+  const auto* button =
+      actions.isEmpty() ? nullptr : qobject_cast<QToolButton*>(toolBarCfg->widgetForAction(actions[0]));
+  if (button && button->menu()) actions += button->menu()->actions();
   toolBarCfg->clear();
   for (QAction* action : actions) action->deleteLater();
+}
+
+QToolButton* CTlmMeasConfig::addPathButton() {
+  auto* button = new QToolButton(toolBarCfg);
+  button->setIcon(QIcon(QStringLiteral(":/OpenFolder")));
+  toolBarCfg->addWidget(button);
+  return button;
 }
 
 void CTlmMeasConfig::ChangeToolBarCfg() {
   const QModelIndex current = ui->tV_MeasConfig->currentIndex();
   if (!current.isValid()) return;
   clearPathBar();
-  auto* button = new QToolButton(toolBarCfg);
-  button->setIcon(QIcon(QStringLiteral(":/OpenFolder")));
-  toolBarCfg->addWidget(button);
+  QToolButton* button = addPathButton();
   auto* menu = new QMenu(button);
 
   const QList<PathEntry> path = pathOf(current);

@@ -72,6 +72,7 @@ CTlmMeasConfig::CTlmMeasConfig(CTlmCliApp* app)
   ui->tV_MeasConfig->setContextMenuPolicy(Qt::CustomContextMenu);
   headerView->setContextMenuPolicy(Qt::CustomContextMenu);
   connectWindow();
+  watchWidths();
   makeDialogs();
   connect(this, SIGNAL(resizePassp()), SLOT(OnResizePassp()), Qt::QueuedConnection);
   FindClear();
@@ -81,6 +82,7 @@ CTlmMeasConfig::CTlmMeasConfig(CTlmCliApp* app)
 
 CTlmMeasConfig::~CTlmMeasConfig() {
   measTimer.stop();
+  qDeleteAll(widthWatches);
   delete ui;
 }
 
@@ -93,9 +95,7 @@ void CTlmMeasConfig::makePathBar() {
   QString style;
   for (const char* rule : kPathBarStyle) style += QLatin1String(rule);
   toolBarCfg->setStyleSheet(style);
-  auto* button = new QToolButton(toolBarCfg);
-  button->setIcon(QIcon(QStringLiteral(":/OpenFolder")));
-  toolBarCfg->addWidget(button);
+  addPathButton();
 }
 
 void CTlmMeasConfig::makeTree() {

@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <QLineEdit>
 #include <QTest>
 
 #include "support/Gui.h"
@@ -61,6 +62,33 @@ class ModuleWindow : public testing::Test {
     settle();
   }
   void click(const char* name) { click(find(name)); }
+
+  // The cell of a field of the sheet, by its title.
+  QModelIndex field(const char* title) {
+    QAbstractItemModel* model = module->ui->tV_Prop->model();
+    if (!model) return QModelIndex();
+    const QModelIndexList hits = model->match(model->index(0, 0), Qt::DisplayRole, QString(title), 1,
+                                              Qt::MatchExactly | Qt::MatchRecursive | Qt::MatchCaseSensitive);
+    return hits.isEmpty() ? QModelIndex() : hits.first().sibling(hits.first().row(), 1);
+  }
+  QString shown(const char* title) { return field(title).data().toString(); }
+
+  // Types a text into a field of the sheet and leaves it with Enter.
+  void type(const char* title, const QString& text) {
+    QTreeView* sheet = module->ui->tV_Prop;
+    const QModelIndex cell = field(title);
+    ASSERT_TRUE(cell.isValid()) << title;
+    sheet->scrollTo(cell);
+    sheet->setCurrentIndex(cell);
+    sheet->edit(cell);
+    auto* editor = sheet->viewport()->findChild<QLineEdit*>();
+    ASSERT_NE(editor, nullptr) << title;
+    editor->selectAll();
+    QTest::keyClick(editor, Qt::Key_Delete);
+    QTest::keyClicks(editor, text);
+    QTest::keyClick(editor, Qt::Key_Return);
+    settle();
+  }
 
   QString shownName(const char* name) { return find(name).data().toString(); }
 

@@ -91,7 +91,9 @@ TEST_P(EachAction, HasItsTexts) {
   const ActionCase& row = GetParam();
   EXPECT_EQ(action()->text(), QString::fromUtf8(row.text));
   EXPECT_EQ(action()->toolTip(), QString::fromUtf8(row.toolTip));
-  if (row.iconText) EXPECT_EQ(action()->iconText(), QString::fromUtf8(row.iconText));
+  if (row.iconText) {
+    EXPECT_EQ(action()->iconText(), QString::fromUtf8(row.iconText));
+  }
 }
 
 TEST_P(EachAction, HasItsIcon) {
@@ -112,7 +114,9 @@ TEST_P(EachAction, GoesWhereItShould) {
   const ActionCase& row = GetParam();
   EXPECT_EQ(action()->actionGroup(), row.group ? (*module).*row.group : nullptr);
   // A connection that can be cut was there.
-  if (row.slot) EXPECT_TRUE(QObject::disconnect(action(), SIGNAL(triggered()), module.get(), row.slot));
+  if (row.slot) {
+    EXPECT_TRUE(QObject::disconnect(action(), SIGNAL(triggered()), module.get(), row.slot));
+  }
 }
 
 class Actions : public ModuleWindow {

@@ -45,8 +45,8 @@ TEST_F(Start, AsksTheSessionInOrder) {
       "PacketExec TableStructure RemoteUnitFolder",
       "PacketExec TableRecords Calculations",
       "PacketExec TableRecords Terminal",
-      "CalcExec f*",  // the measurements without a unit
-      "CalcExec f*",  // those of the last row
+      "CalcExec f*()",     // the measurements without a unit
+      "CalcExec f*(rtu)",  // those of the last row
   };
   EXPECT_EQ(app.log.mid(0, expected.size()), expected);
   // Then the first row becomes the current one and the passport shows it.

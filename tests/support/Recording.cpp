@@ -34,7 +34,7 @@ QString packetText(const char* name, const unsigned char* data, int length) {
 QString scriptText(const char* script) {
   const auto match = QRegularExpression("\\w+\\s*\\([^)]*\\)").match(codec()->toUnicode(script));
   QString name = match.hasMatch() ? match.captured() : QString("?");
-  return "CalcExec " + name.replace(QRegularExpression("[0-9A-Fa-f]{32}"), "*");
+  return "CalcExec " + name.replace(QRegularExpression("[0-9A-F]{32}"), "*");
 }
 
 QString procedureText(const char* procedure) { return QString("ProcExec ") + procedure; }
