@@ -1,5 +1,7 @@
 #include "fold.h"
 
+#include <TlmMdx/mdx.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -51,3 +53,5 @@ uint32_t hashName(std::string_view name) {
 }
 
 }  // namespace mdx
+
+const unsigned char* MDXLowerTable(void) { return mdx::kLower.data(); }

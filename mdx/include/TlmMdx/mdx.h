@@ -295,6 +295,14 @@ MDX_API int MDRGetFlags(const MDRData* record);
 /* The array that owns the record, or null. */
 MDX_API MDArray* MDROwner(const MDRData* record);
 
+/* ---- texts ---------------------------------------------------------------------------------- */
+
+/*
+ * 256 bytes: for each byte its lower case, of ASCII and Windows-1251 letters. What MDX_KEY_NOCASE and names
+ * of fields are compared by.
+ */
+MDX_API const unsigned char* MDXLowerTable(void);
+
 /* ---- packing -------------------------------------------------------------------------------- */
 /*
  * Packed bytes are little-endian and versioned, carry no pointer and no padding. Readers check every
