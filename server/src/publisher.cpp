@@ -11,12 +11,8 @@ bool Publisher::subscribe(Subscriber* subscriber, const std::vector<int>& kinds,
   Subscription next = known == subscriptions_.end() ? Subscription{} : known->second;
   next.kinds = {kinds.begin(), kinds.end()};
   next.position = after < 0 ? last : std::max(after, next.position);
-  std::vector<wire::Event> missed;
-  if (next.position < last &&
-      !catchUp(next.position, [&](wire::Event&& event) { missed.push_back(std::move(event)); })) {
-    return false;
-  }
-  for (const wire::Event& event : missed) deliver(subscriber, next, event);
+  const auto each = [&](wire::Event&& event) { deliver(subscriber, next, event); };
+  if (next.position < last && !catchUp(next.position, each)) return false;
   next.position = last;
   subscriptions_[subscriber] = std::move(next);
   return true;

@@ -17,7 +17,7 @@ class Publisher {
   // Gives the kept events after a number, in order; false when they cannot be read.
   using CatchUp = std::function<bool(int64_t after, const std::function<void(wire::Event&&)>& each)>;
 
-  // `last` is the number of the last event. False, and nothing is changed, when the catching up fails.
+  // `last` is the number of the last event. False, and the subscription is as it was, when the catching up fails.
   // No event may be published meanwhile: the caller holds the lock of the commits.
   bool subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after, int64_t last,
                  const CatchUp& catchUp);

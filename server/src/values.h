@@ -70,6 +70,7 @@ inline std::string_view textOf(const MDArray* array, const MDRData* record, cons
   return textOf(valueOf(array, record, field));
 }
 
+// The members of a packed value are copied before anything takes a reference to them.
 inline std::optional<int64_t> intOf(const MDRVar& v) {
   if (isNull(v)) return std::nullopt;
   switch (v.type) {

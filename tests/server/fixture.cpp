@@ -92,7 +92,7 @@ std::string textOfValue(const MDRVar& value) {
     case MDX_INT64:
       return std::to_string(value.i64);
     case MDX_DOUBLE:
-      return valueText({0, Quality::kGood, value.f64});
+      return valueText({0, Quality::kGood, double{value.f64}});
     default:
       return {value.text.data, value.text.length};
   }

@@ -74,8 +74,8 @@ class Core {
 
   // Starts to deliver the events of `kinds` that are later than `after` (-1: from now on), and the values
   // of `locIds`. A second call for the same subscriber replaces the lists and delivers nothing twice.
-  // False, and the subscriber is as it was, when the server no longer holds all events after `after` or
-  // never gave a number as high.
+  // False, and the subscription is as it was, when the server no longer holds all events after `after`,
+  // never gave a number as high, or cannot read its log.
   bool subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after);
   void subscribeValues(Subscriber* subscriber, const std::vector<int>& locIds);
   void unsubscribe(Subscriber* subscriber);  // no call is under way when it returns
