@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <iterator>
 
 namespace tlm::script {
 namespace {
@@ -166,78 +167,43 @@ void Lexer::readSign(Lexeme* out) {
 }
 
 const char* describe(Token token) {
-  switch (token) {
-    case Token::kEnd:
-      return "the end of the script";
-    case Token::kName:
-      return "a name";
-    case Token::kInteger:
-    case Token::kFraction:
-      return "a number";
-    case Token::kText:
-      return "a text";
-    case Token::kVar:
-      return "'var'";
-    case Token::kIf:
-      return "'if'";
-    case Token::kElse:
-      return "'else'";
-    case Token::kWhile:
-      return "'while'";
-    case Token::kBreak:
-      return "'break'";
-    case Token::kContinue:
-      return "'continue'";
-    case Token::kExit:
-      return "'exit'";
-    case Token::kNull:
-      return "'null'";
-    case Token::kOpenParen:
-      return "'('";
-    case Token::kCloseParen:
-      return "')'";
-    case Token::kOpenBrace:
-      return "'{'";
-    case Token::kCloseBrace:
-      return "'}'";
-    case Token::kOpenBracket:
-      return "'['";
-    case Token::kCloseBracket:
-      return "']'";
-    case Token::kComma:
-      return "','";
-    case Token::kSemicolon:
-      return "';'";
-    case Token::kAssign:
-      return "'='";
-    case Token::kEqual:
-      return "'=='";
-    case Token::kNotEqual:
-      return "'!='";
-    case Token::kLess:
-      return "'<'";
-    case Token::kLessEqual:
-      return "'<='";
-    case Token::kGreater:
-      return "'>'";
-    case Token::kGreaterEqual:
-      return "'>='";
-    case Token::kAnd:
-      return "'&&'";
-    case Token::kOr:
-      return "'||'";
-    case Token::kNot:
-      return "'!'";
-    case Token::kPlus:
-      return "'+'";
-    case Token::kMinus:
-      return "'-'";
-    case Token::kStar:
-      return "'*'";
-    case Token::kSlash:
-      return "'/'";
-  }
-  return "";
+  static constexpr const char* kNames[] = {"the end of the script",
+                                           "a name",
+                                           "a number",
+                                           "a number",
+                                           "a text",
+                                           "'var'",
+                                           "'if'",
+                                           "'else'",
+                                           "'while'",
+                                           "'break'",
+                                           "'continue'",
+                                           "'exit'",
+                                           "'null'",
+                                           "'('",
+                                           "')'",
+                                           "'{'",
+                                           "'}'",
+                                           "'['",
+                                           "']'",
+                                           "','",
+                                           "';'",
+                                           "'='",
+                                           "'=='",
+                                           "'!='",
+                                           "'<'",
+                                           "'<='",
+                                           "'>'",
+                                           "'>='",
+                                           "'&&'",
+                                           "'||'",
+                                           "'!'",
+                                           "'+'",
+                                           "'-'",
+                                           "'*'",
+                                           "'/'"};
+  static_assert(std::size(kNames) == static_cast<size_t>(Token::kSlash) + 1);
+  return kNames[static_cast<size_t>(token)];
 }
 
 }  // namespace tlm::script

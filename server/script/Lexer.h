@@ -9,6 +9,7 @@
 
 namespace tlm::script {
 
+// describe() names them in this order.
 enum class Token : uint8_t {
   kEnd,
   kName,

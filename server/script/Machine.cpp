@@ -1,6 +1,7 @@
 #include "Machine.h"
 #include "Texts.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace tlm::script {
@@ -146,8 +147,8 @@ void Machine::execute() {
       case Op::kJump: next = code + in.e; break;
       case Op::kJumpIfTrue: jumpWhen(truth(r[in.b])); break;
       case Op::kJumpIfFalse: jumpWhen(!truth(r[in.b])); break;
-      case Op::kJumpIfEqual: jumpWhen(equal(r[in.b], r[in.c])); break;
-      case Op::kJumpIfNotEqual: jumpWhen(!equal(r[in.b], r[in.c])); break;
+      case Op::kJumpIfEqual: jumpWhen(equal(in)); break;
+      case Op::kJumpIfNotEqual: jumpWhen(!equal(in)); break;
       case Op::kJumpIfLess: jumpWhen(less()); break;
       case Op::kJumpIfNotLess: jumpWhen(!less()); break;
       case Op::kJumpIfLessEqual: jumpWhen(lessEqual()); break;
@@ -209,11 +210,14 @@ void Machine::negate(const Instruction& in) {
 
 // ---- comparisons ----------------------------------------------------------------------------------
 
-bool Machine::equalOther(const Value& a, const Value& b) const {
+bool Machine::equalOther(const Instruction& in) {
+  const Value& a = registers_[in.b];
+  const Value& b = registers_[in.c];
   if (isNumber(a) && isNumber(b)) return exactly(a) == exactly(b);
   if (a.kind != b.kind) return false;
   switch (a.kind) {
     case Kind::kText:
+      payForTexts(a, b, in.at);
       return a.text() == b.text();
     case Kind::kTable:
       return a.table == b.table;
@@ -227,15 +231,23 @@ bool Machine::equalOther(const Value& a, const Value& b) const {
 }
 
 // Null stands before every value, as in a key.
-int Machine::order(const Instruction& in) const {
+int Machine::order(const Instruction& in) {
   const Value& a = registers_[in.b];
   const Value& b = registers_[in.c];
   if (isNumber(a) && isNumber(b)) return exactly(a) < exactly(b) ? -1 : exactly(a) > exactly(b);
-  if (a.kind == Kind::kText && b.kind == Kind::kText) return script::compareTexts(a.text(), b.text());
+  if (a.kind == Kind::kText && b.kind == Kind::kText) {
+    payForTexts(a, b, in.at);
+    return script::compareTexts(a.text(), b.text());
+  }
   const bool aNull = a.kind == Kind::kNull, bNull = b.kind == Kind::kNull;
   if ((aNull && (bNull || isNumber(b) || b.kind == Kind::kText)) || (bNull && (isNumber(a) || a.kind == Kind::kText)))
     return static_cast<int>(bNull) - static_cast<int>(aNull);
   fail(in.at, std::string("no order between ") + describe(a.kind) + " and " + describe(b.kind));
+}
+
+// Long texts cost steps, so that a run looks at the clock in time.
+void Machine::payForTexts(const Value& a, const Value& b, Offset at) {
+  meter_.steps(std::min(a.extra, b.extra) / Meter::kBytesPerStep, at);
 }
 
 bool Machine::truth(const Value& value) const {

@@ -77,11 +77,14 @@ class Machine {
   void index(const Instruction& in);
   void returnScalar(const Instruction& in);
   void returnTable(const Instruction& in);
-  bool equal(const Value& a, const Value& b) const {
-    return a.isInt() && b.isInt() ? a.integer == b.integer : equalOther(a, b);
+  bool equal(const Instruction& in) {
+    const Value& a = registers_[in.b];
+    const Value& b = registers_[in.c];
+    return a.isInt() && b.isInt() ? a.integer == b.integer : equalOther(in);
   }
-  bool equalOther(const Value& a, const Value& b) const;
-  int order(const Instruction& in) const;
+  bool equalOther(const Instruction& in);
+  int order(const Instruction& in);
+  void payForTexts(const Value& a, const Value& b, Offset at);
   bool truth(const Value& value) const;
 
   static const Value& tableOperand(const Value& value, Offset at) {

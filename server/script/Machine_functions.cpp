@@ -11,7 +11,6 @@ namespace {
 // What a function costs beside its instruction, in steps.
 constexpr int64_t kSeekSteps = 8;
 constexpr int64_t kRecordSteps = 8;
-constexpr int64_t kBytesPerStep = 64;
 
 MDRVar textVar(std::string_view text) {
   MDRVar var{};
@@ -177,7 +176,7 @@ void Machine::putField(const Instruction& in) {
   const MDRVar var = value.kind == Kind::kNull ? nullVar(field->type) : fieldValue(value, in.at);
   if (value.kind == Kind::kText) {
     meter_.bytes(value.extra, in.at);
-    meter_.steps(value.extra / kBytesPerStep, in.at);
+    meter_.steps(value.extra / Meter::kBytesPerStep, in.at);
   }
   const int code = MDRSetVal(field, record.record, &var);
   if (code == MDX_E_SIZE) fail(in.at, "the text is longer than column " + quoted(field->name));
@@ -208,8 +207,11 @@ void Machine::compareTexts(const Instruction& in) {
   const Value& a = registers_[in.b];
   const Value& b = registers_[in.c];
   const bool aNull = a.kind == Kind::kNull, bNull = b.kind == Kind::kNull;
-  const int result = aNull || bNull ? static_cast<int>(bNull) - static_cast<int>(aNull)
-                                    : script::compareTexts(textOperand(a, in.at), textOperand(b, in.at));
+  int result = static_cast<int>(bNull) - static_cast<int>(aNull);
+  if (!aNull && !bNull) {
+    result = script::compareTexts(textOperand(a, in.at), textOperand(b, in.at));
+    payForTexts(a, b, in.at);
+  }
   registers_[in.a] = Value::of(int64_t{result});
 }
 
@@ -233,6 +235,7 @@ void Machine::convertToInt(const Instruction& in) {
   }
   if (value.kind != Kind::kText) fail(in.at, std::string("int wants a number, this is ") + describe(value.kind));
   const std::string_view text = value.text();
+  meter_.steps(static_cast<int64_t>(text.size()) / Meter::kBytesPerStep, in.at);
   int64_t number = 0;
   const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
   if (read.ec != std::errc() || read.ptr != text.data() + text.size())

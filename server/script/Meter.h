@@ -16,6 +16,8 @@ namespace tlm::script {
 // Every function ends the run with kBudgetSpent when it takes more than there is.
 class Meter {
  public:
+  static constexpr int64_t kBytesPerStep = 64;  // of texts that are copied or compared
+
   explicit Meter(const server::ScriptBudget& budget)
       : budget_(budget), end_(Clock::now() + std::chrono::milliseconds(budget.milliseconds)), stepsLeft_(budget.steps) {
     grant();

@@ -115,7 +115,8 @@ Value Tables::modelTable(std::string_view name, Offset at) {
   for (size_t i = 0; i < tables_.size(); ++i) {
     if (tables_[i].isModel() && tables_[i].name == name) return Value::ofTable(static_cast<uint16_t>(i));
   }
-  MDArray* const array = source_(name);
+  constexpr size_t kLongestName = 255;  // more is nobody's name, and not worth a look
+  MDArray* const array = name.size() <= kLongestName ? source_(name) : nullptr;
   if (!array) fail(at, "no model table " + quoted(name));
   return open(array, name, at);
 }

@@ -126,6 +126,18 @@ TEST(Budget, TablesAreLimited) {
   EXPECT_NE(answer.error.find("the script has used up its tables"), std::string::npos);
 }
 
+TEST(Budget, LongTextsCostStepsWhenTheyAreCompared) {
+  const std::string text(1'000'000, '7');
+  ScriptBudget budget;
+  budget.steps = 50'000;
+  for (const char* expression : {"a == b", "a <= b", "cmp(a, b) == 0"}) {
+    const std::string script =
+        std::string("f(a, b) { var i; i = 0; while (i < 100 && ") + expression + ") i = i + 1; Result = i; }";
+    EXPECT_EQ(toText(run(ScriptModel(), script, {std::string("7"), std::string("7")}, budget).scalar), "100");
+    EXPECT_EQ(run(ScriptModel(), script, {text, text}, budget).status, tlm::wire::kBudgetSpent) << expression;
+  }
+}
+
 TEST(Budget, ALongSearchInATextCostsSteps) {
   const std::string text(200'000, 'a');
   ScriptBudget budget;
