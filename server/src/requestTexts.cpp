@@ -103,7 +103,8 @@ class Lines {
   Lines& add(const char* name, const MDRVar& value) {
     if (const auto number = intOf(value)) return add(name, std::to_string(*number));
     if (isText(value)) return add(name, textOf(value));
-    return !isNull(value) && value.type == MDX_DOUBLE ? add(name, valueText({0, Quality::kGood, double{value.f64}})) : *this;
+    return !isNull(value) && value.type == MDX_DOUBLE ? add(name, valueText({0, Quality::kGood, double{value.f64}}))
+                                                      : *this;
   }
   std::string take() { return std::move(text_); }
 

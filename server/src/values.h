@@ -75,11 +75,11 @@ inline std::optional<int64_t> intOf(const MDRVar& v) {
   if (isNull(v)) return std::nullopt;
   switch (v.type) {
     case MDX_BOOL:
-      return v.flag != 0;
+      return int64_t{v.flag != 0};
     case MDX_INT32:
-      return v.i32;
+      return int64_t{v.i32};
     case MDX_INT64:
-      return v.i64;
+      return int64_t{v.i64};
     default:
       return std::nullopt;
   }
