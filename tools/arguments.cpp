@@ -62,8 +62,8 @@ std::optional<Arguments> parseArguments(const std::vector<std::string>& words, c
   return arguments;
 }
 
-std::optional<uint64_t> numberOption(const Arguments& arguments, const std::string& option, uint64_t low,
-                                     uint64_t high, std::string* error) {
+std::optional<uint64_t> numberOption(const Arguments& arguments, const std::string& option, uint64_t low, uint64_t high,
+                                     std::string* error) {
   const std::string& text = arguments.options.at(option);
   uint64_t number = 0;
   const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), number);

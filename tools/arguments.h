@@ -32,8 +32,8 @@ std::optional<Arguments> parseArguments(const std::vector<std::string>& words, c
                                         std::string* error);
 
 // A decimal number from `low` to `high`; nothing, with a message that names the option, for anything else.
-std::optional<uint64_t> numberOption(const Arguments& arguments, const std::string& option, uint64_t low,
-                                     uint64_t high, std::string* error);
+std::optional<uint64_t> numberOption(const Arguments& arguments, const std::string& option, uint64_t low, uint64_t high,
+                                     std::string* error);
 
 }  // namespace tlm::ctl
 

@@ -40,8 +40,8 @@ int generate(const Arguments& arguments) {
   std::string error;
   const auto units = numberOption(arguments, "--units", 1, kMaxGenerated, &error);
   const auto measurements = units ? numberOption(arguments, "--measurements", 0, kMaxGenerated, &error) : units;
-  const auto seed = measurements ? numberOption(arguments, "--seed", 0, std::numeric_limits<uint64_t>::max(), &error)
-                                 : measurements;
+  const auto seed =
+      measurements ? numberOption(arguments, "--seed", 0, std::numeric_limits<uint64_t>::max(), &error) : measurements;
   if (!seed) return misused(commands()[1], error);
   GenerateOptions options;
   options.units = static_cast<int>(*units);
@@ -70,8 +70,7 @@ int check(const Arguments& arguments) {
   if (!loadTables(*store, &tables, &error)) return failed(error);
   const ModelProblems problems = checkModel(tables, kShownProblems);
   for (const std::string& line : problems.lines) std::printf("%s\n", line.c_str());
-  if (problems.count > problems.lines.size())
-    std::printf("... and %zu more\n", problems.count - problems.lines.size());
+  if (problems.count > problems.lines.size()) std::printf("... and %zu more\n", problems.count - problems.lines.size());
   tell(tables, arguments.file);
   const size_t all = broken.size() + problems.count;
   std::printf(all == 0 ? "no problems\n" : "%zu problems\n", all);
@@ -82,13 +81,21 @@ int check(const Arguments& arguments) {
 
 const std::vector<Command>& commands() {
   static const std::vector<Command> all = {
-      {"create", "create FILE [--empty]", "make a store with the sample model, or without rows",
-       {{"--empty", nullptr, false}}, create},
-      {"generate", "generate --units U --measurements N --seed S FILE",
+      {"create",
+       "create FILE [--empty]",
+       "make a store with the sample model, or without rows",
+       {{"--empty", nullptr, false}},
+       create},
+      {"generate",
+       "generate --units U --measurements N --seed S FILE",
        "make a store with a generated model; the same numbers give the same model",
-       {{"--units", "a number", true}, {"--measurements", "a number", true}, {"--seed", "a number", true}}, generate},
-      {"dump", "dump --table T [--columns A,B,...] FILE", "write the rows of a table, in order of arrival, as text",
-       {{"--table", "the name of a table", true}, {"--columns", "names of columns, joined by commas", false}}, dump},
+       {{"--units", "a number", true}, {"--measurements", "a number", true}, {"--seed", "a number", true}},
+       generate},
+      {"dump",
+       "dump --table T [--columns A,B,...] FILE",
+       "write the rows of a table, in order of arrival, as text",
+       {{"--table", "the name of a table", true}, {"--columns", "names of columns, joined by commas", false}},
+       dump},
       {"check", "check FILE", "look for damage in a store and for contradictions in its model", {}, check}};
   return all;
 }

@@ -16,12 +16,23 @@ using namespace tlm::server;
 void appendEscaped(const std::string& text, std::string* line) {
   for (const char c : text) {
     switch (c) {
-      case '\t': *line += "\\t"; break;
-      case '\n': *line += "\\n"; break;
-      case '\r': *line += "\\r"; break;
-      case '\0': *line += "\\0"; break;
-      case '\\': *line += "\\\\"; break;
-      default: *line += c;
+      case '\t':
+        *line += "\\t";
+        break;
+      case '\n':
+        *line += "\\n";
+        break;
+      case '\r':
+        *line += "\\r";
+        break;
+      case '\0':
+        *line += "\\0";
+        break;
+      case '\\':
+        *line += "\\\\";
+        break;
+      default:
+        *line += c;
     }
   }
 }
@@ -36,12 +47,19 @@ void appendNumber(Number number, std::string* line) {
 void appendValue(const MDRVar& value, std::string* line) {
   if (value.type == MDX_NONE || value.isNull) return;
   switch (value.type) {
-    case MDX_BOOL: *line += value.flag ? '1' : '0'; return;
-    case MDX_INT32: return appendNumber(value.i32, line);
-    case MDX_INT64: return appendNumber(value.i64, line);
-    case MDX_FLOAT: return appendNumber(value.f32, line);
-    case MDX_DOUBLE: return appendNumber(value.f64, line);
-    default: break;
+    case MDX_BOOL:
+      *line += value.flag ? '1' : '0';
+      return;
+    case MDX_INT32:
+      return appendNumber(value.i32, line);
+    case MDX_INT64:
+      return appendNumber(value.i64, line);
+    case MDX_FLOAT:
+      return appendNumber(value.f32, line);
+    case MDX_DOUBLE:
+      return appendNumber(value.f64, line);
+    default:
+      break;
   }
   if (value.text.length == 0)
     *line += "\"\"";

@@ -1,9 +1,12 @@
 // store.commit: a durable block of three records against the bare append of the same bytes.
-// store.load: the tables of a million measurements against a SELECT of the same rows that keeps nothing.
+// store.load: the start of the server core on a million measurements against a SELECT of the same rows that keeps
+// nothing.
+#include <TlmServer/Core.h>
 #include <TlmServer/Generate.h>
 #include <TlmServer/SampleModel.h>
 #include <TlmServer/SqliteStore.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -116,8 +119,8 @@ std::vector<Result> commitBench() {
   options.measurements = 100'000;
   options.units = 1000;
   if (!generateModel(options, &tables, &error)) throw std::runtime_error(error);
-  const auto store = made(
-      createSqliteStore(folder.file("commit.tlm"), Catalogue::builtIn(), tablesToStore(tables), &error), error);
+  const auto store =
+      made(createSqliteStore(folder.file("commit.tlm"), Catalogue::builtIn(), tablesToStore(tables), &error), error);
   Blocks blocks(tables);
   blocks.next();
   const std::string bytes(blocks.bytes(), 'x');
@@ -157,16 +160,14 @@ void makeLarge(const std::string& path) {
 }
 
 double loadAll(const std::string& path, double* memory) {
+  malloc_trim(0);
   const double before = residentMegabytes();
-  double taken = 0;
-  std::unique_ptr<ModelTables> tables;
-  taken = seconds([&] {
+  std::unique_ptr<Core> core;
+  const double taken = seconds([&] {
     std::string error;
-    const auto store = made(openSqliteStore(path, Catalogue::builtIn(), &error), error);
-    tables = std::make_unique<ModelTables>(Catalogue::builtIn(), ModelTables::Keys::kLater);
-    for (const auto& [name, array] : tablesToStore(*tables))
-      if (!store->load(name, const_cast<MDArray*>(array), &error)) throw std::runtime_error(error);
-    tables->makeKeys();
+    auto store = made(openSqliteStore(path, Catalogue::builtIn(), &error), error);
+    core = Core::open(std::move(store), {}, &error);
+    if (!core) throw std::runtime_error(error);
   });
   *memory = residentMegabytes() - before;
   return taken;
@@ -182,10 +183,17 @@ int64_t readRows(sqlite3* db, const std::string& table) {
   while (sqlite3_step(rows) == SQLITE_ROW) {
     for (int i = 0; i < columns; ++i) {
       switch (sqlite3_column_type(rows, i)) {
-        case SQLITE_INTEGER: sum += sqlite3_column_int64(rows, i); break;
-        case SQLITE_FLOAT: sum += static_cast<int64_t>(sqlite3_column_double(rows, i)); break;
-        case SQLITE_TEXT: sum += sqlite3_column_text(rows, i)[0] + sqlite3_column_bytes(rows, i); break;
-        default: break;
+        case SQLITE_INTEGER:
+          sum += sqlite3_column_int64(rows, i);
+          break;
+        case SQLITE_FLOAT:
+          sum += static_cast<int64_t>(sqlite3_column_double(rows, i));
+          break;
+        case SQLITE_TEXT:
+          sum += sqlite3_column_text(rows, i)[0] + sqlite3_column_bytes(rows, i);
+          break;
+        default:
+          break;
       }
     }
   }

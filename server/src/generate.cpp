@@ -91,9 +91,7 @@ class Generator {
     lookUpReferences();
   }
 
-  bool run() {
-    return addFolders() && addUnits() && addMeasurements();
-  }
+  bool run() { return addFolders() && addUnits() && addMeasurements(); }
 
  private:
   enum Space : uint64_t { kFolder = 1, kUnit = 2, kMeasurement = 3, kChoice = 4 };
@@ -144,8 +142,8 @@ class Generator {
     for (int i = 0; i < options_.units; ++i) {
       const auto number = static_cast<uint64_t>(i);
       const Key unit = key(kUnit, number);
-      if (!addObject(view(unit), "RemoteUnit",
-                     toCodePage(kUnitNames[i % 5] + std::to_string(i + 1))) || !units_.start())
+      if (!addObject(view(unit), "RemoteUnit", toCodePage(kUnitNames[i % 5] + std::to_string(i + 1))) ||
+          !units_.start())
         return false;
       units_.text(0, view(unit));
       if (i % 97 != 96) units_.text(1, view(key(kFolder, number / kUnitsInFolder)));

@@ -320,9 +320,9 @@ bool loadBuiltInSample(ModelTables* tables, std::string* error) {
 }
 
 bool loadBuiltInReferences(ModelTables* tables, std::string* error) {
-  constexpr std::string_view kReferences[] = {"Archives.tsv",         "BaseVoltage.tsv",          "EventClass.tsv",
-                                              "MeasurementUnit.tsv",  "MeasurementArchGroup.tsv", "StateTexts.tsv",
-                                              "MeasurementCategory.tsv", "ServerGroups.tsv"};
+  constexpr std::string_view kReferences[] = {
+      "Archives.tsv",   "BaseVoltage.tsv",         "EventClass.tsv",  "MeasurementUnit.tsv", "MeasurementArchGroup.tsv",
+      "StateTexts.tsv", "MeasurementCategory.tsv", "ServerGroups.tsv"};
   std::vector<ModelFile> files = builtInFiles();
   std::erase_if(files, [&](const ModelFile& file) {
     return std::find(std::begin(kReferences), std::end(kReferences), file.name) == std::end(kReferences);

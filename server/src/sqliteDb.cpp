@@ -7,17 +7,26 @@ namespace tlm::server {
 StoreError reasonOf(int code, int systemCode) {
   if (systemCode == ENOSPC || systemCode == EDQUOT || systemCode == EFBIG) return StoreError::kDiskFull;
   switch (code & 0xff) {
-    case SQLITE_OK: return StoreError::kNone;
+    case SQLITE_OK:
+      return StoreError::kNone;
     case SQLITE_BUSY:
-    case SQLITE_LOCKED: return StoreError::kHeld;
-    case SQLITE_FULL: return StoreError::kDiskFull;
+    case SQLITE_LOCKED:
+      return StoreError::kHeld;
+    case SQLITE_FULL:
+      return StoreError::kDiskFull;
     case SQLITE_READONLY:
-    case SQLITE_PERM: return StoreError::kReadOnly;
-    case SQLITE_CORRUPT: return StoreError::kDamaged;
-    case SQLITE_NOTADB: return StoreError::kNoStore;
-    case SQLITE_CANTOPEN: return systemCode == ENOENT ? StoreError::kNotThere : StoreError::kReadOnly;
-    case SQLITE_IOERR: return code == SQLITE_IOERR_SHORT_READ ? StoreError::kDamaged : StoreError::kOther;
-    default: return StoreError::kOther;
+    case SQLITE_PERM:
+      return StoreError::kReadOnly;
+    case SQLITE_CORRUPT:
+      return StoreError::kDamaged;
+    case SQLITE_NOTADB:
+      return StoreError::kNoStore;
+    case SQLITE_CANTOPEN:
+      return systemCode == ENOENT ? StoreError::kNotThere : StoreError::kReadOnly;
+    case SQLITE_IOERR:
+      return code == SQLITE_IOERR_SHORT_READ ? StoreError::kDamaged : StoreError::kOther;
+    default:
+      return StoreError::kOther;
   }
 }
 

@@ -148,8 +148,7 @@ FileHold::~FileHold() {
 
 bool inspectFile(const std::string& path, Failure* failure) {
   const Descriptor file(path, O_RDONLY);
-  if (file.get() < 0)
-    return refuse(StoreError::kReadOnly, path + " cannot be read: " + std::strerror(errno), failure);
+  if (file.get() < 0) return refuse(StoreError::kReadOnly, path + " cannot be read: " + std::strerror(errno), failure);
   if (lockedElsewhere(file)) return refuse(StoreError::kHeld, path + " is in use by another server", failure);
   Header header;
   if (!readHeader(file, path, &header, failure)) return false;

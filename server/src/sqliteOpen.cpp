@@ -40,8 +40,8 @@ bool soundIfSmall(Db& db, const std::string& path, Failure* failure) {
 bool lookOver(Db& db, const std::string& path, Failure* failure) {
   int64_t tables = 0;
   if (!db.exec("PRAGMA locking_mode = EXCLUSIVE", failure) ||
-      !db.integer("SELECT count(*) FROM sqlite_schema WHERE name LIKE 'store!_%' ESCAPE '!' AND type = 'table'", &tables,
-                  failure))
+      !db.integer("SELECT count(*) FROM sqlite_schema WHERE name LIKE 'store!_%' ESCAPE '!' AND type = 'table'",
+                  &tables, failure))
     return false;
   if (tables < 4) {
     *failure = {StoreError::kDamaged, path + " is damaged: tables are missing"};
@@ -162,8 +162,8 @@ std::unique_ptr<Store> openSqliteStore(const std::string& path, const Catalogue&
   return store;
 }
 
-std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue,
-                                         const NamedTables& tables, std::string* error, StoreError* why) {
+std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue, const NamedTables& tables,
+                                         std::string* error, StoreError* why) {
   Failure failure;
   if (!nameIsFree(path, &failure)) return refused(failure, error, why);
   {

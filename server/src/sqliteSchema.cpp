@@ -20,10 +20,13 @@ const char* columnType(uint8_t type) {
   switch (type) {
     case MDX_BOOL:
     case MDX_INT32:
-    case MDX_INT64: return "INTEGER";
+    case MDX_INT64:
+      return "INTEGER";
     case MDX_FLOAT:
-    case MDX_DOUBLE: return "REAL";
-    default: return "TEXT";
+    case MDX_DOUBLE:
+      return "REAL";
+    default:
+      return "TEXT";
   }
 }
 

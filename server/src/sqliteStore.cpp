@@ -91,8 +91,7 @@ bool TableWriter::update(std::string_view key, const MDRData* record, Failure* f
 }
 
 bool TableWriter::erase(std::string_view key, Failure* failure) {
-  const std::string sql =
-      "DELETE FROM " + quoted(table_.name) + " WHERE " + quoted(table_.fields[0].name) + " = ?";
+  const std::string sql = "DELETE FROM " + quoted(table_.name) + " WHERE " + quoted(table_.fields[0].name) + " = ?";
   if (!erase_ && !erase_.prepare(db_, sql, failure)) return false;
   bindText(erase_.get(), 1, key);
   return erase_.run(db_, "cannot remove a row of " + table_.name, failure);
@@ -133,10 +132,15 @@ bool SqliteStore::writeChange(const StoredChange& change, Failure* failure) {
   TableWriter* to = writer(change.table, failure);
   if (!to) return false;
   switch (change.kind) {
-    case MDX_REC_INSERT: return to->insert(change.record, failure);
-    case MDX_REC_UPDATE: return to->update(change.key, change.record, failure);
-    case MDX_REC_DELETE: return to->erase(change.key, failure);
-    default: *failure = {StoreError::kOther, "a change of no kind for " + change.table}; return false;
+    case MDX_REC_INSERT:
+      return to->insert(change.record, failure);
+    case MDX_REC_UPDATE:
+      return to->update(change.key, change.record, failure);
+    case MDX_REC_DELETE:
+      return to->erase(change.key, failure);
+    default:
+      *failure = {StoreError::kOther, "a change of no kind for " + change.table};
+      return false;
   }
 }
 

@@ -19,12 +19,18 @@ int bindNumber(sqlite3_stmt* statement, int parameter, double number) {
 int bindValue(sqlite3_stmt* statement, int parameter, const MDRVar& value) {
   if (value.type == MDX_NONE || value.isNull) return sqlite3_bind_null(statement, parameter);
   switch (value.type) {
-    case MDX_BOOL: return sqlite3_bind_int(statement, parameter, value.flag ? 1 : 0);
-    case MDX_INT32: return sqlite3_bind_int(statement, parameter, value.i32);
-    case MDX_INT64: return sqlite3_bind_int64(statement, parameter, value.i64);
-    case MDX_FLOAT: return bindNumber(statement, parameter, static_cast<double>(value.f32));
-    case MDX_DOUBLE: return bindNumber(statement, parameter, value.f64);
-    default: return bindText(statement, parameter, {value.text.data, value.text.length});
+    case MDX_BOOL:
+      return sqlite3_bind_int(statement, parameter, value.flag ? 1 : 0);
+    case MDX_INT32:
+      return sqlite3_bind_int(statement, parameter, value.i32);
+    case MDX_INT64:
+      return sqlite3_bind_int64(statement, parameter, value.i64);
+    case MDX_FLOAT:
+      return bindNumber(statement, parameter, static_cast<double>(value.f32));
+    case MDX_DOUBLE:
+      return bindNumber(statement, parameter, value.f64);
+    default:
+      return bindText(statement, parameter, {value.text.data, value.text.length});
   }
 }
 

@@ -147,8 +147,9 @@ TEST_F(Tlmctl, DumpTellsNullFromTheEmptyText) {
 
 TEST_F(Tlmctl, DumpEscapesWhatWouldBreakALine) {
   make({"create", "--empty", file("a.tlm")});
-  alter(file("a.tlm"), "INSERT INTO StateTexts (KeyLink, name_) VALUES ('00000000000000000000000000000001',"
-                       " 'a' || char(9) || 'b' || char(10) || '\\')");
+  alter(file("a.tlm"),
+        "INSERT INTO StateTexts (KeyLink, name_) VALUES ('00000000000000000000000000000001',"
+        " 'a' || char(9) || 'b' || char(10) || '\\')");
   const auto rows = lines(run({"dump", "--table", "StateTexts", "--columns", "name_", file("a.tlm")}).out);
   ASSERT_EQ(rows.size(), 2u);
   EXPECT_EQ(rows[1], "a\\tb\\n\\\\");
@@ -169,9 +170,10 @@ TEST_F(Tlmctl, CheckFindsNothingInTheSample) {
 
 TEST_F(Tlmctl, CheckTellsWhatContradictsItself) {
   make({"create", file("a.tlm")});
-  alter(file("a.tlm"), "UPDATE Measurement SET RemoteUnitKey = 'GONE' WHERE locId = 1001;"
-                       "UPDATE Measurement SET locId = 1002 WHERE locId = 1003;"
-                       "DELETE FROM Analog WHERE KeyLink = (SELECT KeyLink FROM Measurement WHERE locId = 1004)");
+  alter(file("a.tlm"),
+        "UPDATE Measurement SET RemoteUnitKey = 'GONE' WHERE locId = 1001;"
+        "UPDATE Measurement SET locId = 1002 WHERE locId = 1003;"
+        "DELETE FROM Analog WHERE KeyLink = (SELECT KeyLink FROM Measurement WHERE locId = 1004)");
   const Result result = run({"check", file("a.tlm")});
   EXPECT_EQ(result.code, 1);
   for (const char* words : {"(number 1001): RemoteUnitKey points at no RemoteUnit (GONE)",
@@ -240,7 +242,8 @@ TEST_P(TlmctlMistake, IsToldWithExitCodeTwo) {
 INSTANTIATE_TEST_SUITE_P(
     CommandLine, TlmctlMistake,
     ::testing::Values(
-        Mistake{"NoCommand", {}, "a command is missing"}, Mistake{"UnknownCommand", {"make"}, "unknown command \"make\""},
+        Mistake{"NoCommand", {}, "a command is missing"},
+        Mistake{"UnknownCommand", {"make"}, "unknown command \"make\""},
         Mistake{"NoFile", {"create"}, "the file is missing"},
         Mistake{"EmptyFileName", {"create", ""}, "an empty file name"},
         Mistake{"TwoFiles", {"check", "a", "b"}, "more than one file: a and b"},
@@ -254,12 +257,16 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"UnknownColumn", {"dump", "--table", "Analog", "--columns", "KeyLink,x", "FILE"}, "no column \"x\""},
         Mistake{"NoColumn", {"dump", "--table", "Analog", "--columns", "KeyLink,", "FILE"}, "no column \"\""},
         Mistake{"NoSeed", {"generate", "--units", "1", "--measurements", "1", "FILE"}, "--seed is missing"},
-        Mistake{"NoUnits", {"generate", "--units", "0", "--measurements", "1", "--seed", "1", "FILE"}, "--units must be"},
-        Mistake{"TooMany", {"generate", "--units", "1", "--measurements", "99999999", "--seed", "1", "FILE"},
+        Mistake{
+            "NoUnits", {"generate", "--units", "0", "--measurements", "1", "--seed", "1", "FILE"}, "--units must be"},
+        Mistake{"TooMany",
+                {"generate", "--units", "1", "--measurements", "99999999", "--seed", "1", "FILE"},
                 "--measurements must be a number from 0 to 20000000"},
-        Mistake{"NoNumber", {"generate", "--units", "1x", "--measurements", "1", "--seed", "1", "FILE"},
+        Mistake{"NoNumber",
+                {"generate", "--units", "1x", "--measurements", "1", "--seed", "1", "FILE"},
                 "--units must be a number from 1 to 20000000, not \"1x\""},
-        Mistake{"NegativeNumber", {"generate", "--units=-3", "--measurements", "1", "--seed", "1", "FILE"}, "not \"-3\""},
+        Mistake{
+            "NegativeNumber", {"generate", "--units=-3", "--measurements", "1", "--seed", "1", "FILE"}, "not \"-3\""},
         Mistake{"NumberTooLong",
                 {"generate", "--units", "1", "--measurements", "1", "--seed", "99999999999999999999", "FILE"},
                 "--seed must be"}),

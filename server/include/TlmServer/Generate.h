@@ -10,10 +10,10 @@
 namespace tlm::server {
 
 struct GenerateOptions {
-  int units = 150;           // at least 1
-  int measurements = 8000;   // spread evenly over the units, in the order of the units
-  int withoutUnit = 0;       // how many of them have no unit (null and empty text in turn)
-  bool holes = true;         // in the numbers, about one for every 64 measurements
+  int units = 150;          // at least 1
+  int measurements = 8000;  // spread evenly over the units, in the order of the units
+  int withoutUnit = 0;      // how many of them have no unit (null and empty text in turn)
+  bool holes = true;        // in the numbers, about one for every 64 measurements
   uint64_t seed = 1;
 };
 

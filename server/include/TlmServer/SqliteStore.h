@@ -39,8 +39,8 @@ using NamedTables = std::vector<std::pair<std::string, const MDArray*>>;
 // stands under its name only when it is whole and on disk. Null with a message in *error (and the reason in
 // *why, which may be null) when the file exists, its folder cannot be written, or the rows cannot be stored
 // (no file is left then). `path` and, while it is made, `path` + ".new" are used.
-std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue,
-                                         const NamedTables& tables, std::string* error, StoreError* why = nullptr);
+std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue, const NamedTables& tables,
+                                         std::string* error, StoreError* why = nullptr);
 std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue, std::string* error);
 
 // Opens a store file. Null with a message in *error (and the reason in *why), the file left as it was, when

@@ -278,9 +278,7 @@ TEST_F(BadPlaceTest, AFileThatIsThereIsLeftAlone) {
   expectNotMade(folder_.file("model.tlm"), StoreError::kExists);
 }
 
-TEST_F(BadPlaceTest, AFolderThatIsNotThere) {
-  expectNotMade(folder_.file("nowhere/model.tlm"), StoreError::kNotThere);
-}
+TEST_F(BadPlaceTest, AFolderThatIsNotThere) { expectNotMade(folder_.file("nowhere/model.tlm"), StoreError::kNotThere); }
 
 TEST_F(BadPlaceTest, AReadOnlyFolder) {
   chmod(folder_.path().c_str(), 0555);
@@ -299,8 +297,7 @@ TEST_F(BadPlaceTest, RowsThatCannotBeStoredLeaveNoFile) {
   rows.thing(1, "one");
   rows.thing(1, "again");
   std::string error;
-  EXPECT_FALSE(
-      createSqliteStore(folder_.file("model.tlm"), smallCatalogue(), {{"Thing", rows.array().array}}, &error));
+  EXPECT_FALSE(createSqliteStore(folder_.file("model.tlm"), smallCatalogue(), {{"Thing", rows.array().array}}, &error));
   EXPECT_NE(error.find("UNIQUE"), std::string::npos) << error;
   EXPECT_TRUE(folder_.contents().empty());
 }

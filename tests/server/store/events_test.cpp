@@ -13,7 +13,8 @@ class EventsTest : public ::testing::Test {
   }
   std::vector<int64_t> after(int64_t sequence) {
     std::vector<int64_t> all;
-    EXPECT_TRUE(store_->events(sequence, [&](wire::Event&& event) { all.push_back(event.sequence); }, &error_));
+    EXPECT_TRUE(store_->events(
+        sequence, [&](wire::Event&& event) { all.push_back(event.sequence); }, &error_));
     return all;
   }
   void reopen() {
@@ -38,7 +39,8 @@ TEST_F(EventsTest, ComeBackWithEveryField) {
   commitEvents(1, 1);
   reopen();
   std::vector<wire::Event> all;
-  ASSERT_TRUE(store_->events(0, [&](wire::Event&& event) { all.push_back(std::move(event)); }, &error_));
+  ASSERT_TRUE(store_->events(
+      0, [&](wire::Event&& event) { all.push_back(std::move(event)); }, &error_));
   ASSERT_EQ(all.size(), 1u);
   const wire::Event wanted = eventOf(1);
   EXPECT_EQ(all[0].sequence, wanted.sequence);
@@ -57,7 +59,8 @@ TEST_F(EventsTest, AMissingImageIsNotAnEmptyOne) {
   block.events[1].image = "";
   ASSERT_TRUE(store_->commit(block, &error_));
   std::vector<std::optional<std::string>> images;
-  ASSERT_TRUE(store_->events(0, [&](wire::Event&& event) { images.push_back(event.image); }, &error_));
+  ASSERT_TRUE(store_->events(
+      0, [&](wire::Event&& event) { images.push_back(event.image); }, &error_));
   EXPECT_EQ(images, (std::vector<std::optional<std::string>>{std::nullopt, std::string()}));
 }
 

@@ -70,8 +70,8 @@ TEST(Sample, HasTheSizeOfARealNetwork) {
   EXPECT_EQ(MDARecCount(sample().table("RemoteUnitFolder")), 13);
   EXPECT_EQ(MDARecCount(sample().table("RemoteUnit")), 150);
   EXPECT_NEAR(MDARecCount(sample().table("Measurement")), 8000, 500);
-  for (const char* table : {"Analog", "Discrete", "Accumulator", "StringMeasurement", "PowerSystemResource",
-                            "Terminal", "Calculations", "Dublies", "ObjectForms", "ServerGroups", "BaseVoltage"})
+  for (const char* table : {"Analog", "Discrete", "Accumulator", "StringMeasurement", "PowerSystemResource", "Terminal",
+                            "Calculations", "Dublies", "ObjectForms", "ServerGroups", "BaseVoltage"})
     EXPECT_GT(MDARecCount(sample().table(table)), 0) << table;
 }
 
@@ -97,16 +97,14 @@ TEST(Sample, HasNestedFoldersAndAnEmptyOne) {
   EXPECT_EQ(empty, 1);
   const int third = countOf("RemoteUnitFolder", [](auto r) {
     const MDRVar parent = valueOf("RemoteUnitFolder", r, "ParentKey");
-    return !parent.isNull &&
-           !valueOf("RemoteUnitFolder", byKey("RemoteUnitFolder", parent), "ParentKey").isNull;
+    return !parent.isNull && !valueOf("RemoteUnitFolder", byKey("RemoteUnitFolder", parent), "ParentKey").isNull;
   });
   EXPECT_GE(third, 1);
 }
 
 TEST(Sample, HasUnitsOfEveryCase) {
   const auto folder = [](const char* wanted) {
-    return countOf("RemoteUnit",
-                   [&](auto r) { return textOf("RemoteUnit", r, "RemoteUnitFolderKey") == wanted; });
+    return countOf("RemoteUnit", [&](auto r) { return textOf("RemoteUnit", r, "RemoteUnitFolderKey") == wanted; });
   };
   EXPECT_GE(folder("null"), 1);
   EXPECT_GE(folder(""), 1);
@@ -131,22 +129,26 @@ TEST(Sample, HasAggregatedMeasurementsOfEveryClass) {
 }
 
 TEST(Sample, HasTheOddCasesOfAggregation) {
-  EXPECT_GE(countOf("Measurement", [](auto r) {
-              return isAggregated(r) && textOf("Measurement", r, "RemoteUnitKey") !=
-                                            textOf("Measurement", primaryOf(r), "RemoteUnitKey");
-            }), 1);
-  EXPECT_GE(countOf("Measurement", [](auto r) {
-              return numberOf("Measurement", r, "primaryLocId") != 0 && !isAggregated(r);
-            }), 1);
+  EXPECT_GE(countOf("Measurement",
+                    [](auto r) {
+                      return isAggregated(r) && textOf("Measurement", r, "RemoteUnitKey") !=
+                                                    textOf("Measurement", primaryOf(r), "RemoteUnitKey");
+                    }),
+            1);
+  EXPECT_GE(countOf("Measurement",
+                    [](auto r) { return numberOf("Measurement", r, "primaryLocId") != 0 && !isAggregated(r); }),
+            1);
 }
 
 TEST(Sample, HasMissingNamesAndSwitchedOffMeasurements) {
   for (const char* wanted : {"null", ""})
     EXPECT_GE(countOf("IdentifiedObject", [&](auto r) { return textOf("IdentifiedObject", r, "name_") == wanted; }), 1);
-  EXPECT_GE(countOf("Measurement", [](auto r) {
-              const MDRVar v = valueOf("Measurement", r, "work_");
-              return !v.isNull && !v.flag;
-            }), 20);
+  EXPECT_GE(countOf("Measurement",
+                    [](auto r) {
+                      const MDRVar v = valueOf("Measurement", r, "work_");
+                      return !v.isNull && !v.flag;
+                    }),
+            20);
 }
 
 TEST(Sample, HasHolesInTheNumbering) {
@@ -154,7 +156,8 @@ TEST(Sample, HasHolesInTheNumbering) {
   int holes = 0;
   for (int i = 1; i < MDARecCount(array); ++i)
     holes += numberOf("Measurement", MDARec(array, 1, i), "locId") -
-                         numberOf("Measurement", MDARec(array, 1, i - 1), "locId") > 1;
+                 numberOf("Measurement", MDARec(array, 1, i - 1), "locId") >
+             1;
   EXPECT_GT(holes, 50);
 }
 
@@ -163,7 +166,8 @@ TEST(Sample, HasEveryKindOfArchiveAndGroupsOfAggregatedData) {
   countOf("Archives", [&](auto r) { return types.insert(numberOf("Archives", r, "type_")).second; });
   EXPECT_EQ(types, (std::set<int64_t>{0, 1, 2, 3, 4, 5}));
   EXPECT_GE(countOf("MeasurementArchGroup",
-                    [](auto r) { return numberOf("MeasurementArchGroup", r, "aggregatedData") != 0; }), 5);
+                    [](auto r) { return numberOf("MeasurementArchGroup", r, "aggregatedData") != 0; }),
+            5);
 }
 
 TEST(Sample, CalculationsAreFoundByTheNumberOfTheirMeasurement) {
@@ -216,7 +220,8 @@ INSTANTIATE_TEST_SUITE_P(
               "a.tsv:3: type_: \"one\" is no number that it can hold"},
         Wrong{"NoBoolean", "table RemoteUnit\nKeyLink\tStateRtu\nx\t2\n",
               "a.tsv:3: StateRtu: \"2\" is no number that it can hold"},
-        Wrong{"TooLarge", "table Archives\nKeyLink\ttype_\nx\t5000000000\n", "a.tsv:3: type_ cannot hold \"5000000000\""},
+        Wrong{"TooLarge", "table Archives\nKeyLink\ttype_\nx\t5000000000\n",
+              "a.tsv:3: type_ cannot hold \"5000000000\""},
         Wrong{"NoDouble", "table BaseVoltage\nKeyLink\tnominal\nx\t1,5\n", "a.tsv:3: nominal: \"1,5\" is no number"},
         Wrong{"NoDate", "table RemoteUnit\nKeyLink\tinstalled\nx\t2020-13-01\n",
               "a.tsv:3: installed: \"2020-13-01\" is no date"},
@@ -233,8 +238,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(SampleReader, UndoesEscapesAndTellsEmptyFromNull) {
   ModelTables tables(Catalogue::builtIn());
   std::string error;
-  ASSERT_TRUE(readModelFiles({{"a.tsv", "table Archives\r\nKeyLink\tname_\tlocation\r\nx\ta\\tb\\n\\\\\t\"\"\r\ny\r\n"}},
-                             &tables, &error))
+  ASSERT_TRUE(readModelFiles(
+      {{"a.tsv", "table Archives\r\nKeyLink\tname_\tlocation\r\nx\ta\\tb\\n\\\\\t\"\"\r\ny\r\n"}}, &tables, &error))
       << error;
   const MDArray* array = tables.table("Archives");
   std::set<std::string> seen;
@@ -267,7 +272,8 @@ TEST(SampleReader, ARowsOwnCellsWinOverItsProfile) {
 TEST(SampleReader, ReadsDatesAsDays) {
   ModelTables tables(Catalogue::builtIn());
   std::string error;
-  ASSERT_TRUE(readModelFiles({{"a.tsv", "table RemoteUnit\nKeyLink\tinstalled\nx\t2000-01-01T12:00\n"}}, &tables, &error));
+  ASSERT_TRUE(
+      readModelFiles({{"a.tsv", "table RemoteUnit\nKeyLink\tinstalled\nx\t2000-01-01T12:00\n"}}, &tables, &error));
   MDRVar v{};
   MDRGetVal(MDRFldByName(tables.table("RemoteUnit"), "installed"), MDARec(tables.table("RemoteUnit"), 0, 0), &v);
   EXPECT_EQ(v.f64, 36526.5);

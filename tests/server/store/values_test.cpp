@@ -67,8 +67,7 @@ TEST_F(ValuesTest, Booleans) {
 }
 
 TEST_F(ValuesTest, Int32) {
-  for (const int64_t number : {INT32_MIN, -1, 0, 1, INT32_MAX})
-    EXPECT_EQ(through(kSmall, intVar(number)).i32, number);
+  for (const int64_t number : {INT32_MIN, -1, 0, 1, INT32_MAX}) EXPECT_EQ(through(kSmall, intVar(number)).i32, number);
 }
 
 TEST_F(ValuesTest, Int64) {

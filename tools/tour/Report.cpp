@@ -1,0 +1,43 @@
+#include "Report.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPixmap>
+#include <QWidget>
+
+#include <cstdio>
+
+namespace tlm::tour {
+
+Report::Report(const QDir& folder) : folder_(folder) {
+  const QStringList old = folder_.entryList({"[0-9][0-9]-*.png", "report.json", "*.txt"}, QDir::Files);
+  for (const QString& file : old) folder_.remove(file);
+}
+
+bool Report::step(const QString& step, const QString& expected, const QString& seen, QWidget* window) {
+  const bool ok = expected == seen;
+  allOk_ = allOk_ && ok;
+  steps_.append(QJsonObject{{"step", step}, {"expected", expected}, {"seen", seen}, {"ok", ok}});
+  const int number = steps_.size();
+  if (window) window->grab().save(folder_.filePath(QString("%1-%2.png").arg(number, 2, 10, QChar('0')).arg(step)));
+  std::printf("%2d %-6s %s\n", number, ok ? "ok" : "FAILED", qUtf8Printable(step));
+  if (!ok) std::printf("   expected: %s\n   seen:     %s\n", qUtf8Printable(expected), qUtf8Printable(seen));
+  return ok;
+}
+
+void Report::text(const QString& name, const QString& text) const {
+  QFile file(folder_.filePath(name));
+  if (file.open(QIODevice::WriteOnly)) file.write(text.toUtf8());
+}
+
+bool Report::finish() const {
+  QFile file(folder_.filePath("report.json"));
+  if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(steps_).toJson()) < 0) {
+    std::fprintf(stderr, "cannot write %s: %s\n", qUtf8Printable(file.fileName()), qUtf8Printable(file.errorString()));
+    return false;
+  }
+  return allOk_;
+}
+
+}  // namespace tlm::tour

@@ -1,0 +1,99 @@
+#include "Stage.h"
+
+#include <TlmClient/CTlmCliMod.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QtTest/QTest>
+
+#include <cstdio>
+
+namespace tlm::tour {
+
+std::unique_ptr<Stage> Stage::open(ModuleLibrary& library, const QString& storeFile, const QString& settings) {
+  std::unique_ptr<Stage> stage(new Stage);
+  QString problem;
+  stage->server_ = StationServer::open(storeFile, &problem);
+  if (stage->server_) {
+    StationSetup setup;
+    setup.user = "engineer";
+    setup.settingsFile = settings;
+    setup.factory = library.factory();
+    setup.library = library.library();
+    stage->station_ = std::make_unique<StationApp>(*stage->server_, setup);
+    stage->window_ = stage->station_->openWindow(&problem);
+  }
+  if (!stage->window_) {
+    std::fprintf(stderr, "%s\n", qUtf8Printable(problem));
+    return nullptr;
+  }
+  stage->window_->resize(1280, 800);
+  QApplication::processEvents();
+  return stage;
+}
+
+Stage::~Stage() {
+  station_.reset();
+  QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+QAction* Stage::action(const QString& text) const {
+  for (QAction* action : window_->module()->findChildren<QAction*>())
+    if (action->text().startsWith(text)) return action;
+  return nullptr;
+}
+
+QModelIndex Stage::row(const QTreeView* view, const QString& text) const {
+  const QAbstractItemModel* model = view->model();
+  const QModelIndexList hits = model->match(model->index(0, 0), Qt::DisplayRole, text, 1,
+                                            Qt::MatchFlags(Qt::MatchExactly | Qt::MatchRecursive));
+  return hits.value(0);
+}
+
+QModelIndex Stage::rowByKey(const QString& key) const {
+  const QAbstractItemModel* model = tree()->model();
+  const QModelIndexList hits =
+      model->match(model->index(0, 0), kKeyRole, key, 1, Qt::MatchFlags(Qt::MatchExactly | Qt::MatchRecursive));
+  return hits.value(0);
+}
+
+void Stage::click(QTreeView* view, const QModelIndex& index) const {
+  view->scrollTo(index);
+  QApplication::processEvents();
+  QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->visualRect(index).center());
+  QApplication::processEvents();
+}
+
+void Stage::doubleClick(QTreeView* view, const QModelIndex& index) const {
+  click(view, index);
+  QTest::mouseDClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->visualRect(index).center());
+  QApplication::processEvents();
+}
+
+void Stage::key(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers) const {
+  QTest::keyClick(widget, key, modifiers);
+  QApplication::processEvents();
+}
+
+bool Stage::until(const std::function<bool()>& condition) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!condition()) {
+    if (timer.elapsed() > 10'000) return false;
+    QApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
+  }
+  return true;
+}
+
+QString treeText(const QAbstractItemModel& model, int depth, const QModelIndex& parent, int level) {
+  QString text;
+  for (int i = 0; i < model.rowCount(parent) && level < depth; ++i) {
+    const QModelIndex index = model.index(i, 0, parent);
+    const QString number = model.index(i, 1, parent).data().toString();
+    text += QString(level * 2, ' ') + (number.isEmpty() ? QString() : number + ' ') + index.data().toString() + '\n';
+    text += treeText(model, depth, index, level + 1);
+  }
+  return text;
+}
+
+}  // namespace tlm::tour
