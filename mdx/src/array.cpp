@@ -217,6 +217,7 @@ void MDArray::insertInKeys(MDRData* record) {
   for (size_t from = 0; from < keys.size(); from += kTogether) {
     const size_t many = std::min(kTogether, keys.size() - from);
     for (size_t i = 0; i < many; ++i) keys[from + i]->planInsert(record, true, plans[i]);
+    for (size_t i = 0; i < many; ++i) keys[from + i]->locateInsert(plans[i]);
     for (size_t i = 0; i < many; ++i) keys[from + i]->finishInsert(record, plans[i]);
   }
 }

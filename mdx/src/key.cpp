@@ -54,14 +54,15 @@ size_t Key::memory() const {
 
 namespace {
 
-template <int W>
-Span spanOf(const Leaf<W>* leaf, int index, uint32_t position, bool nulls) {
+template <class Place>
+Span spanOf(const Place& place, uint32_t position, bool nulls) {
+  const auto* leaf = place.leaf;
   Span span;
   span.leaf = leaf;
   span.records = leaf->record.data();
-  if constexpr (W > 0) span.words = leaf->word[0].data();
-  span.index = index;
-  span.count = leaf->count;
+  if constexpr (std::tuple_size_v<decltype(leaf->word)> > 0) span.words = leaf->word[0].data();
+  span.index = place.index;
+  span.count = place.count;
   span.position = position;
   span.nulls = nulls;
   return span;
@@ -80,14 +81,14 @@ Span Key::at(uint32_t position) const {
   if (position >= size()) return pastEnd(size());
   if (position < nulls) {
     const auto place = nulls_.at(position);
-    return spanOf(place.leaf, place.index, position, form_ != Form::arrival);
+    return spanOf(place, position, form_ != Form::arrival);
   }
   if (form_ == Form::text32) {
     const auto place = four_.at(position - nulls);
-    return spanOf(place.leaf, place.index, position, false);
+    return spanOf(place, position, false);
   }
   const auto place = one_.at(position - nulls);
-  return spanOf(place.leaf, place.index, position, false);
+  return spanOf(place, position, false);
 }
 
 Span Key::after(const Span& span) const {
@@ -102,7 +103,7 @@ Span Key::landed(const Tree<W>& tree, const Probe<W>& probe, bool canMatch, bool
   if (!place.leaf) return pastEnd(position);
   if (canMatch && place.leaf->wordsAt(place.index) == probe.words)
     found = probe.wordsDecide || probe.tie.compare(place.leaf->record[place.index]) == 0;
-  return spanOf(place.leaf, place.index, position, false);
+  return spanOf(place, position, false);
 }
 
 Span Key::seekNumber(const SeekValue& value, bool& found) const {
@@ -182,6 +183,12 @@ void Key::planInsert(MDRData* record, bool last, Plan& plan) const {
   }
 }
 
+void Key::locateInsert(Plan& plan) const {
+  if (plan.tree == 0) return nulls_.locate(plan.none, plan.path);
+  if (plan.tree == 4) return four_.locate(plan.four, plan.path);
+  one_.locate(plan.one, plan.path);
+}
+
 void Key::finishInsert(MDRData* record, Plan& plan) {
   ++version;
   if (plan.tree == 0) return nulls_.insert(plan.path, plan.none, record);
@@ -192,6 +199,7 @@ void Key::finishInsert(MDRData* record, Plan& plan) {
 void Key::insert(MDRData* record, bool last) {
   Plan plan;
   planInsert(record, last, plan);
+  locateInsert(plan);
   finishInsert(record, plan);
 }
 
@@ -230,6 +238,8 @@ void Key::buildTree(Tree<W>& tree, const std::vector<MDRData*>& records) {
     entries[i].arrival = static_cast<uint32_t>(i);
   }
   const auto lower = [&](const SortEntry<W>& a, const SortEntry<W>& b) {
+    // Nearly all texts differ in the first word; comparing it inline saves two calls for each pair.
+    if (a.words[0] != b.words[0]) return a.words[0] < b.words[0];
     if (a.words != b.words) return a.words < b.words;
     bool decided = form_ == Form::number;
     if constexpr (W == 4) decided = decides(a.words);

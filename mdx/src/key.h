@@ -85,7 +85,7 @@ class Key {
   // The run behind the one of `span`, from its first entry on.
   Span after(const Span& span) const;
 
-  // An insert in two halves, so that all keys of a table wait for memory together.
+  // An insert in three steps, so that all keys of a table wait for memory together.
   struct Plan {
     Path path;
     Probe<0> none;
@@ -95,6 +95,7 @@ class Key {
   };
   // `last`: no record arrived later.
   void planInsert(MDRData* record, bool last, Plan& plan) const;
+  void locateInsert(Plan& plan) const;
   void finishInsert(MDRData* record, Plan& plan);
   void insert(MDRData* record, bool last);
   void erase(MDRData* record);

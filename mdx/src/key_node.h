@@ -8,6 +8,7 @@
 
 #include <TlmMdx/mdx.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -63,11 +64,39 @@ inline int upperWord(const uint64_t* words, int low, int high, uint64_t wanted) 
   return wanted == UINT64_MAX ? high : lowerWord(words, low, high, wanted + 1);
 }
 
+constexpr size_t kLine = 64;
+
+// Asks for a run of cache lines ahead of their use.
+inline void fetch(const void* from, size_t bytes) {
+  const char* at = static_cast<const char*>(from);
+  for (size_t offset = 0; offset < bytes; offset += kLine) __builtin_prefetch(at + offset);
+}
+
+// The columns begin at cache lines. The unused places of the first one hold the largest word, so that it
+// is searched whole, in a fixed number of steps.
 template <int W>
 struct Entries {
-  int count = 0;
-  std::array<std::array<uint64_t, kFan>, W> word;
+  static constexpr uint64_t kUnused = UINT64_MAX;
+
+  alignas(kLine) std::array<std::array<uint64_t, kFan>, W> word;
   std::array<MDRData*, kFan> record;
+  int count = 0;
+
+  Entries() {
+    if constexpr (W > 0) word[0].fill(kUnused);
+  }
+
+  // What a search needs first.
+  void fetchSearched() const {
+    if constexpr (W > 0) fetch(word[0].data(), sizeof word[0]);
+    fetch(&count, 1);
+  }
+  // What an insert at a place moves.
+  void fetchMoved(int at) const {
+    const size_t bytes = static_cast<size_t>(count - at + 1) * 8;
+    for (int w = 1; w < W; ++w) fetch(word[w].data() + at, bytes);
+    fetch(record.data() + at, bytes);
+  }
 
   Words<W> wordsAt(int at) const {
     Words<W> words;
@@ -89,6 +118,7 @@ struct Entries {
     const size_t tail = static_cast<size_t>(--count - at) * 8;
     for (int w = 0; w < W; ++w) std::memmove(&word[w][at], &word[w][at] + 1, tail);
     std::memmove(record.data() + at, record.data() + at + 1, tail);
+    if constexpr (W > 0) word[0][count] = kUnused;
   }
   // Moves the entries from `from` on to the end of `target`.
   void moveTail(int from, Entries& target) {
@@ -96,9 +126,17 @@ struct Entries {
     for (int w = 0; w < W; ++w) std::memcpy(target.word[w].data() + target.count, word[w].data() + from, bytes);
     std::memcpy(target.record.data() + target.count, record.data() + from, bytes);
     target.count += count - from;
+    if constexpr (W > 0) std::fill(word[0].begin() + from, word[0].begin() + count, kUnused);
     count = from;
   }
 };
+
+// The same in a whole first column.
+inline int lowerInColumn(const uint64_t* words, uint64_t wanted) {
+  const uint64_t* base = words;
+  for (int half = kFan / 2; half > 0; half /= 2) base += (base[half - 1] < wanted) * half;
+  return static_cast<int>(base - words) + (*base < wanted);
+}
 
 // The range of entries whose words equal those of the probe.
 template <int W>
@@ -108,8 +146,10 @@ void equalRange(const Entries<W>& node, const Words<W>& words, int& low, int& hi
   for (int w = 0; w < W && low < high; ++w) {
     const uint64_t* column = node.word[w].data();
     const int end = high;
-    low = lowerWord(column, low, end, words[w]);
-    if (low == end || column[low] != words[w]) {
+    // One entry left, as a rule an equal one: no arithmetic that the next column would have to wait for.
+    if (low + 1 == high && column[low] == words[w]) continue;
+    low = w == 0 ? lowerInColumn(column, words[w]) : lowerWord(column, low, end, words[w]);
+    if (low >= end || column[low] != words[w]) {
       high = low;
     } else {
       high = low + 1 == end || column[low + 1] != words[w] ? low + 1 : upperWord(column, low, end, words[w]);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "key_node.h"
+#include "store.h"
 
 namespace mdx {
 
@@ -33,15 +34,18 @@ class Tree {
     const LeafNode* leaf = nullptr;  // null: past the end
     int index = 0;
     uint32_t position = 0;
+    int count = 0;  // entries of the leaf
   };
 
-  Tree() = default;
-  ~Tree() { clear(); }
+  Tree() {
+    leaves_.setSlotSize(sizeof(LeafNode));
+    inners_.setSlotSize(sizeof(InnerNode));
+  }
   Tree(const Tree&) = delete;
   Tree& operator=(const Tree&) = delete;
 
   uint32_t size() const { return size_; }
-  size_t memory() const { return leaves_ * nodeBytes(sizeof(LeafNode)) + inners_ * nodeBytes(sizeof(InnerNode)); }
+  size_t memory() const { return leaves_.memory() + inners_.memory(); }
 
   // The first entry that does not stand in front of the probe.
   Place find(const Probe<W>& probe) const {
@@ -52,7 +56,7 @@ class Tree {
       const auto* inner = static_cast<const InnerNode*>(node);
       const int at = childFor(*inner, probe);
       place.position += inner->before[at];
-      node = inner->child[at];
+      node = fetched(inner->child[at], level);
     }
     const auto* leaf = static_cast<const LeafNode*>(node);
     const int index = countBefore(*leaf, probe);
@@ -61,19 +65,22 @@ class Tree {
   }
 
   Place at(uint32_t position) const {
-    if (position >= size_) return {nullptr, 0, size_};
+    if (position >= size_) return {nullptr, 0, size_, 0};
     const void* node = root_;
-    uint32_t rest = position;
+    uint32_t rest = position, count = size_;
     for (int level = 0; level < height_; ++level) {
       const auto* inner = static_cast<const InnerNode*>(node);
       const int at = childAt(*inner, rest);
       rest -= inner->before[at];
+      count = inner->sizeOf(at);
       node = inner->child[at];
+      if (level + 1 < height_) fetch(static_cast<const InnerNode*>(node)->before.data(), sizeof InnerNode::before);
     }
-    return {static_cast<const LeafNode*>(node), static_cast<int>(rest), position};
+    return {static_cast<const LeafNode*>(node), static_cast<int>(rest), position, static_cast<int>(count)};
   }
 
-  // First half of an insert: finds the place and asks for its memory, so that several trees wait at once.
+  // An insert in three steps, each of which asks for the memory of the next one: so several trees wait for
+  // memory at once. First: the way to the leaf.
   void descend(const Probe<W>& probe, Path& path) const {
     path.leaf = nullptr;
     if (!root_) return;
@@ -82,20 +89,27 @@ class Tree {
       auto* inner = static_cast<InnerNode*>(node);
       const int at = childFor(*inner, probe);
       path.step[level] = {inner, at};
-      node = inner->child[at];
+      node = fetched(inner->child[at], level);
     }
     path.leaf = node;
-    const char* bytes = static_cast<const char*>(node);
-    for (size_t offset = 0; offset < sizeof(LeafNode); offset += 64) __builtin_prefetch(bytes + offset, 1);
   }
 
-  // Second half: `path` comes from descend with the same probe and no change in between.
+  // Second: the place in the leaf.
+  void locate(const Probe<W>& probe, Path& path) const {
+    if (!path.leaf) return;
+    const auto* leaf = static_cast<const LeafNode*>(path.leaf);
+    path.index = countBefore(*leaf, probe);
+    leaf->fetchMoved(path.index);
+  }
+
+  // Third: `path` comes from the other two, with the same probe and no change in between.
   void insert(Path& path, const Probe<W>& probe, MDRData* record) {
     if (!root_) {
       root_ = path.leaf = makeLeaf();
+      path.index = 0;
     }
+    moveToNext(path);
     auto* leaf = static_cast<LeafNode*>(path.leaf);
-    path.index = countBefore(*leaf, probe);
     LeafNode* right = leaf->count == kFan ? makeLeaf() : nullptr;
     ++size_;
     for (int level = 0; level < height_; ++level) innerAt(path, level)->change(path.step[level].index, 1);
@@ -107,7 +121,7 @@ class Tree {
     if (path.index <= leaf->count && leaf->count < kFan)
       insertInLeaf(path, leaf, path.index, probe.words, record);
     else
-      right->insert(path.index - leaf->count, probe.words, record);
+      insertHere(right, path.index - leaf->count, probe.words, record);
     addSibling(path, height_ - 1, static_cast<uint32_t>(leaf->count), right->wordsAt(0), right->record[0], right);
   }
 
@@ -157,11 +171,11 @@ class Tree {
   }
 
   void clear() {
-    if (root_) release(root_, height_);
+    leaves_.clear();
+    inners_.clear();
     root_ = nullptr;
     height_ = 0;
     size_ = 0;
-    leaves_ = inners_ = 0;
   }
 
  private:
@@ -170,33 +184,12 @@ class Tree {
     uint32_t total;
   };
 
-  static constexpr size_t nodeBytes(size_t size) { return ((size + 63) & ~size_t{63}) + 16; }
   static InnerNode* innerAt(const Path& path, int level) { return static_cast<InnerNode*>(path.step[level].node); }
 
-  LeafNode* makeLeaf() {
-    auto* leaf = new (std::align_val_t{64}) LeafNode;
-    ++leaves_;
-    return leaf;
-  }
-  InnerNode* makeInner() {
-    auto* inner = new (std::align_val_t{64}) InnerNode;
-    ++inners_;
-    return inner;
-  }
-  void drop(LeafNode* leaf) {
-    --leaves_;
-    ::operator delete(leaf, std::align_val_t{64});
-  }
-  void drop(InnerNode* inner) {
-    --inners_;
-    ::operator delete(inner, std::align_val_t{64});
-  }
-  void release(void* node, int level) {
-    if (level == 0) return drop(static_cast<LeafNode*>(node));
-    auto* inner = static_cast<InnerNode*>(node);
-    for (int i = 0; i < inner->count; ++i) release(inner->child[i], level - 1);
-    drop(inner);
-  }
+  LeafNode* makeLeaf() { return new (leaves_.take()) LeafNode; }
+  InnerNode* makeInner() { return new (inners_.take()) InnerNode; }
+  void drop(LeafNode* leaf) { leaves_.give(leaf); }
+  void drop(InnerNode* inner) { inners_.give(inner); }
 
   static int childFor(const InnerNode& inner, const Probe<W>& probe) {
     const int before = countBefore(inner, probe);
@@ -213,8 +206,18 @@ class Tree {
     return static_cast<int>(base - inner.before.data());
   }
   static Place settle(const LeafNode* leaf, int index, uint32_t position) {
-    if (index < leaf->count) return {leaf, index, position};
-    return {leaf->next, 0, position};
+    if (index < leaf->count) return {leaf, index, position, leaf->count};
+    leaf = leaf->next;
+    return {leaf, 0, position, leaf ? leaf->count : 0};
+  }
+  // A child of a node at `level`, its memory asked for.
+  template <class Pointer>
+  Pointer fetched(Pointer child, int level) const {
+    if (level + 1 < height_)
+      static_cast<const InnerNode*>(child)->fetchSearched();
+    else
+      static_cast<const LeafNode*>(child)->fetchSearched();
+    return child;
   }
 
   static void link(LeafNode* left, LeafNode* leaf) {
@@ -230,8 +233,23 @@ class Tree {
     drop(leaf);
   }
 
-  void insertInLeaf(const Path& path, LeafNode* leaf, int index, const Words<W>& words, MDRData* record) {
+  // Behind a full leaf is also in front of the next one: a run goes on there instead of in a new leaf.
+  void moveToNext(Path& path) const {
+    const auto* leaf = static_cast<const LeafNode*>(path.leaf);
+    if (path.index < kFan || height_ == 0) return;
+    auto& [node, at] = path.step[height_ - 1];
+    if (at + 1 == static_cast<InnerNode*>(node)->count || leaf->next->count == kFan) return;
+    ++at;
+    path.leaf = leaf->next;
+    path.index = 0;
+  }
+  void insertHere(LeafNode* leaf, int index, const Words<W>& words, MDRData* record) {
     leaf->insert(index, words, record);
+    runLeaf_ = leaf;
+    runNext_ = index + 1;
+  }
+  void insertInLeaf(const Path& path, LeafNode* leaf, int index, const Words<W>& words, MDRData* record) {
+    insertHere(leaf, index, words, record);
     if (index == 0) renameFirst(path, height_ - 1, words, record);
   }
   // The inner nodes repeat the first entry below them.
@@ -242,9 +260,10 @@ class Tree {
     }
   }
 
-  // Records that come in order leave full leaves behind: a split at the end moves nothing.
-  static void splitLeaf(LeafNode* leaf, LeafNode* right, int index) {
-    leaf->moveTail(index == kFan ? kFan : kFan / 2, *right);
+  // Records that come in order leave full leaves behind: the split goes where they arrive.
+  void splitLeaf(LeafNode* leaf, LeafNode* right, int index) const {
+    const bool inOrder = index == kFan || (leaf == runLeaf_ && index == runNext_);
+    leaf->moveTail(inOrder ? index : kFan / 2, *right);
     link(leaf, right);
   }
 
@@ -373,7 +392,10 @@ class Tree {
   void* root_ = nullptr;
   int height_ = 0;
   uint32_t size_ = 0;
-  size_t leaves_ = 0, inners_ = 0;
+  Slab leaves_, inners_;
+  // Where the last insert went: one behind it is the next of a run.
+  const LeafNode* runLeaf_ = nullptr;
+  int runNext_ = 0;
 };
 
 }  // namespace mdx

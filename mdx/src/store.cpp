@@ -1,5 +1,7 @@
 #include "store.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <new>
@@ -7,16 +9,27 @@
 namespace mdx {
 namespace {
 
-constexpr size_t kFirstChunk = 512;
-constexpr size_t kLargestChunk = 64 * 1024;
+constexpr size_t kLine = 64, kFirstChunk = 512, kUsualChunk = 64 * 1024, kLargePage = 2 * 1024 * 1024;
+
+// Doubles up to 64 KiB; large pages once what one of them leaves unused does not count.
+size_t nextChunk(size_t sum) {
+  if (sum < kUsualChunk) return std::max(sum, kFirstChunk);
+  return sum < 16 * kLargePage ? kUsualChunk : kLargePage;
+}
+
+void* takeChunk(size_t bytes) {
+  if (bytes % kLargePage) return std::aligned_alloc(kLine, bytes);
+  void* chunk = std::aligned_alloc(kLargePage, bytes);
+  if (chunk) madvise(chunk, bytes, MADV_HUGEPAGE);  // a wish: without large pages all goes on, slower
+  return chunk;
+}
 
 }  // namespace
 
 void Chunks::grow(size_t size) {
-  const size_t wanted = kFirstChunk << std::min<size_t>(chunks_.size(), 7);
-  const size_t bytes = std::max(size, std::min(wanted, kLargestChunk));
+  const size_t bytes = (std::max(size, nextChunk(bytes_)) + kLine - 1) & ~(kLine - 1);
   chunks_.reserve(chunks_.size() < chunks_.capacity() ? chunks_.capacity() : chunks_.size() * 2 + 4);
-  auto* chunk = static_cast<char*>(std::malloc(bytes));
+  auto* chunk = static_cast<char*>(takeChunk(bytes));
   if (!chunk) throw std::bad_alloc();
   chunks_.push_back(chunk);
   bytes_ += bytes + 16;

@@ -12,7 +12,8 @@
 
 namespace mdx {
 
-// Chunks of memory that grow from small to 64 KiB, so that a table of one record stays small.
+// Chunks of memory that grow with their sum, so that a table of one record stays small and a large one
+// lies in large pages. They begin at cache lines.
 class Chunks {
  public:
   Chunks() = default;
@@ -20,7 +21,7 @@ class Chunks {
   Chunks(const Chunks&) = delete;
   Chunks& operator=(const Chunks&) = delete;
 
-  // `size` is a multiple of 8 of at most 64 KiB, or anything larger, which gets a chunk of its own.
+  // `size` is a multiple of 8.
   void* take(size_t size) {
     if (size > static_cast<size_t>(end_ - next_)) grow(size);
     char* place = next_;

@@ -51,7 +51,7 @@ TEST_F(ByValue, ReadingAnUnknownFieldGivesType0AndLeavesTheRest) {
   table.GetVal(record, "nothing", out);
   EXPECT_EQ(out.type, MDX_NONE);
   EXPECT_EQ(out.isNull, 42);
-  EXPECT_EQ(out.i32, 17);
+  EXPECT_EQ(+out.i32, 17);
   out.type = MDX_INT32;
   table.GetVal(record, 9, out);
   EXPECT_EQ(out.type, MDX_NONE);
@@ -71,7 +71,7 @@ TEST_F(ByValue, FieldNumbersCountTheirLow8Bits) {
   table.SetVal(record, 0x100, test::int32(5));
   MDRVar out{};
   table.GetVal(record, 0x300, out);
-  EXPECT_EQ(out.i32, 5);
+  EXPECT_EQ(+out.i32, 5);
 }
 
 TEST_F(ByValue, SetValFMarksTheField) {

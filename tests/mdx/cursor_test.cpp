@@ -45,12 +45,12 @@ TEST_F(Cursors, ReadNumbersAndNullsOutOfTheKey) {
     const MDRVar value = table.value(cursor.record(), 0);
     ASSERT_EQ(cursor.form(), value.isNull ? MDX_CURSOR_NULL : MDX_CURSOR_INT);
     if (!value.isNull) {
-      ASSERT_EQ(cursor.integer(), value.i32);
+      ASSERT_EQ(cursor.integer(), +value.i32);
     }
   }
   for (cursor.place(table.array, 2, 0); cursor.valid(); cursor.next()) {
     ASSERT_EQ(cursor.form(), MDX_CURSOR_DOUBLE);
-    ASSERT_EQ(cursor.number(), table.value(cursor.record(), 2).f64);
+    ASSERT_EQ(cursor.number(), +table.value(cursor.record(), 2).f64);
   }
 }
 

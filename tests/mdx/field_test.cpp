@@ -37,11 +37,11 @@ TEST_F(Fields, EveryTypeHoldsItsValue) {
   EXPECT_EQ(set(kMemo, text("long", MDX_MEMO)), MDX_OK);
   EXPECT_EQ(get(kBool).flag, 1);
   EXPECT_EQ(get(kBool).type, MDX_BOOL);
-  EXPECT_EQ(get(kInt32).i32, -7);
+  EXPECT_EQ(+get(kInt32).i32, -7);
   EXPECT_EQ(get(kInt32).type, MDX_INT32);
-  EXPECT_EQ(get(kInt64).i64, INT64_MIN);
-  EXPECT_EQ(get(kFloat).f32, 1.5f);
-  EXPECT_EQ(get(kDouble).f64, -0.1);
+  EXPECT_EQ(+get(kInt64).i64, INT64_MIN);
+  EXPECT_EQ(+get(kFloat).f32, 1.5f);
+  EXPECT_EQ(+get(kDouble).f64, -0.1);
   EXPECT_EQ(table.textOf(record, kText), "fixed");
   EXPECT_EQ(get(kText).type, MDX_TEXT);
   EXPECT_EQ(table.textOf(record, kMemo), "long");
@@ -118,11 +118,11 @@ TEST_F(Fields, ATextMayBeSetFromItself) {
 
 TEST_F(Fields, NumbersConvertWhereTheyFit) {
   EXPECT_EQ(set(kInt64, int32(-5)), MDX_OK);
-  EXPECT_EQ(get(kInt64).i64, -5);
+  EXPECT_EQ(+get(kInt64).i64, -5);
   EXPECT_EQ(set(kInt32, int64(INT32_MAX)), MDX_OK);
-  EXPECT_EQ(get(kInt32).i32, INT32_MAX);
+  EXPECT_EQ(+get(kInt32).i32, INT32_MAX);
   EXPECT_EQ(set(kInt32, boolean(true)), MDX_OK);
-  EXPECT_EQ(get(kInt32).i32, 1);
+  EXPECT_EQ(+get(kInt32).i32, 1);
   EXPECT_EQ(set(kBool, int32(2)), MDX_OK);
   EXPECT_EQ(get(kBool).flag, 1);
   EXPECT_EQ(set(kBool, int64(0)), MDX_OK);
@@ -130,13 +130,13 @@ TEST_F(Fields, NumbersConvertWhereTheyFit) {
   EXPECT_EQ(set(kBool, real(0.5)), MDX_OK);
   EXPECT_EQ(get(kBool).flag, 1);
   EXPECT_EQ(set(kDouble, int64(1) /* */), MDX_OK);
-  EXPECT_EQ(get(kDouble).f64, 1.0);
+  EXPECT_EQ(+get(kDouble).f64, 1.0);
   EXPECT_EQ(set(kInt32, real(4.0)), MDX_OK);
-  EXPECT_EQ(get(kInt32).i32, 4);
+  EXPECT_EQ(+get(kInt32).i32, 4);
   EXPECT_EQ(set(kFloat, real(0.25)), MDX_OK);
-  EXPECT_EQ(get(kFloat).f32, 0.25f);
+  EXPECT_EQ(+get(kFloat).f32, 0.25f);
   EXPECT_EQ(set(kDouble, single(0.25f)), MDX_OK);
-  EXPECT_EQ(get(kDouble).f64, 0.25);
+  EXPECT_EQ(+get(kDouble).f64, 0.25);
 }
 
 TEST_F(Fields, NumbersThatDoNotFitAreRefused) {
@@ -151,7 +151,7 @@ TEST_F(Fields, NumbersThatDoNotFitAreRefused) {
   EXPECT_EQ(set(kFloat, real(1e300)), MDX_E_TYPE);
   EXPECT_EQ(set(kFloat, real(infinity)), MDX_OK);
   EXPECT_EQ(set(kInt64, real(-0x1p63)), MDX_OK);
-  EXPECT_EQ(get(kInt64).i64, INT64_MIN);
+  EXPECT_EQ(+get(kInt64).i64, INT64_MIN);
   EXPECT_NE(get(kInt32).isNull, 0);
 }
 

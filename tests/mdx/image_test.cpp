@@ -76,7 +76,7 @@ TEST_F(Image, ValuesNullsAndMarksAreRead) {
   EXPECT_EQ(boundText(7), "");
   MDRVar value{};
   EXPECT_EQ(MDRGetVal(type.fields + 1, &bound, &value), MDX_OK);
-  EXPECT_EQ(value.i64, 1LL << 40);
+  EXPECT_EQ(+value.i64, 1LL << 40);
   MDRGetVal(type.fields + 4, &bound, &value);
   EXPECT_EQ(value.flag, 1);
   double number = 0;

@@ -40,7 +40,7 @@ void expectSameRecords(const Table& a, const Table& b) {
       if (v.type == MDX_TEXT || v.type == MDX_MEMO) {
         ASSERT_EQ(a.textOf(x, f), b.textOf(y, f));
       } else {
-        ASSERT_EQ(int64_t{v.i64}, int64_t{w.i64});
+        ASSERT_EQ(int64_t{+v.i64}, int64_t{+w.i64});
       }
     }
   }

@@ -46,11 +46,11 @@ TEST_F(ScriptValue, HoldsANumber) {
   EXPECT_EQ(CVarSetInt(&var, INT64_MIN), MDX_OK);
   trip();
   EXPECT_EQ(read.type, CVAR_INT);
-  EXPECT_EQ(read.i64, INT64_MIN);
+  EXPECT_EQ(+read.i64, INT64_MIN);
   EXPECT_EQ(CVarSetDouble(&var, 0.25), MDX_OK);
   trip();
   EXPECT_EQ(read.type, CVAR_DOUBLE);
-  EXPECT_EQ(read.f64, 0.25);
+  EXPECT_EQ(+read.f64, 0.25);
 }
 
 TEST_F(ScriptValue, HoldsACopyOfAText) {
