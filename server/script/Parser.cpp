@@ -19,8 +19,8 @@ class Parser::Nesting {
 };
 
 struct Parser::Operator {
-  Token token;
   int rank;  // what binds tighter has the higher rank
+  Token token;
   NodeKind kind;
 
   static const Operator* of(Token token);
@@ -28,12 +28,12 @@ struct Parser::Operator {
 
 const Parser::Operator* Parser::Operator::of(Token token) {
   static constexpr Operator kOperators[] = {
-      {Token::kOr, 1, NodeKind::kOr},           {Token::kAnd, 2, NodeKind::kAnd},
-      {Token::kEqual, 3, NodeKind::kEqual},     {Token::kNotEqual, 3, NodeKind::kNotEqual},
-      {Token::kLess, 4, NodeKind::kLess},       {Token::kLessEqual, 4, NodeKind::kLessEqual},
-      {Token::kGreater, 4, NodeKind::kGreater}, {Token::kGreaterEqual, 4, NodeKind::kGreaterEqual},
-      {Token::kPlus, 5, NodeKind::kAdd},        {Token::kMinus, 5, NodeKind::kSubtract},
-      {Token::kStar, 6, NodeKind::kMultiply},   {Token::kSlash, 6, NodeKind::kDivide},
+      {1, Token::kOr, NodeKind::kOr},           {2, Token::kAnd, NodeKind::kAnd},
+      {3, Token::kEqual, NodeKind::kEqual},     {3, Token::kNotEqual, NodeKind::kNotEqual},
+      {4, Token::kLess, NodeKind::kLess},       {4, Token::kLessEqual, NodeKind::kLessEqual},
+      {4, Token::kGreater, NodeKind::kGreater}, {4, Token::kGreaterEqual, NodeKind::kGreaterEqual},
+      {5, Token::kPlus, NodeKind::kAdd},        {5, Token::kMinus, NodeKind::kSubtract},
+      {6, Token::kStar, NodeKind::kMultiply},   {6, Token::kSlash, NodeKind::kDivide},
   };
   if (token < Token::kEqual) return nullptr;
   for (const Operator& op : kOperators)
