@@ -71,9 +71,15 @@ void readScriptValue(const uint8_t* data, size_t size) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
   switch (data[0] % 3) {
-    case 0: readTable(data + 1, size - 1); break;
-    case 1: readRecord(data + 1, size - 1); break;
-    default: readScriptValue(data + 1, size - 1); break;
+    case 0:
+      readTable(data + 1, size - 1);
+      break;
+    case 1:
+      readRecord(data + 1, size - 1);
+      break;
+    default:
+      readScriptValue(data + 1, size - 1);
+      break;
   }
   return 0;
 }

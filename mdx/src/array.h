@@ -71,8 +71,8 @@ struct MDArray {
   int addKey(std::string_view expression, uint32_t flags, uint32_t kind);
   void addArrivalKey();
   int deleteKey(int position);
-  void reset();    // no fields, keys, records
-  void clear();    // no records
+  void reset();  // no fields, keys, records
+  void clear();  // no records
   int findField(std::string_view name) const;
   // The number of a field of this table, or -1. Does not look into a field of another one.
   int numberOf(const MDRField* field) const {
@@ -114,9 +114,7 @@ struct MDArray {
   bool isMarked(const MDRData* record, int number) const {
     return record->body[markOffset + (number >> 3)] >> (number & 7) & 1;
   }
-  void setMark(MDRData* record, int number, bool on) {
-    setBit(record->body + markOffset, number, on);
-  }
+  void setMark(MDRData* record, int number, bool on) { setBit(record->body + markOffset, number, on); }
   static void setBit(unsigned char* bits, int number, bool on) {
     const auto mask = static_cast<unsigned char>(1u << (number & 7));
     bits[number >> 3] = static_cast<unsigned char>(on ? bits[number >> 3] | mask : bits[number >> 3] & ~mask);

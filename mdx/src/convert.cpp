@@ -91,12 +91,16 @@ CodeBound boundInDoubles(const MDRVar& value) {
 
 int numberSize(int type) {
   switch (type) {
-    case MDX_BOOL: return 1;
+    case MDX_BOOL:
+      return 1;
     case MDX_INT32:
-    case MDX_FLOAT: return 4;
+    case MDX_FLOAT:
+      return 4;
     case MDX_INT64:
-    case MDX_DOUBLE: return 8;
-    default: return 0;
+    case MDX_DOUBLE:
+      return 8;
+    default:
+      return 0;
   }
 }
 
@@ -106,22 +110,22 @@ uint64_t codeOfDouble(double value) {
   return bits >> 63 ? ~bits : bits | (uint64_t{1} << 63);
 }
 
-double doubleOfCode(uint64_t code) {
-  return std::bit_cast<double>(code >> 63 ? code & ~(uint64_t{1} << 63) : ~code);
-}
+double doubleOfCode(uint64_t code) { return std::bit_cast<double>(code >> 63 ? code & ~(uint64_t{1} << 63) : ~code); }
 
 int storeNumber(int type, const MDRVar& value, void* out) {
   if (!isNumber(value.type)) return MDX_E_TYPE;
   const bool floating = isFloating(value.type);
   switch (type) {
-    case MDX_BOOL: return storeBool(value, out);
+    case MDX_BOOL:
+      return storeBool(value, out);
     case MDX_INT32:
     case MDX_INT64:
       return floating ? storeWhole(type, floatingOf(value), out) : storeInteger(type, integerOf(value), out);
     case MDX_FLOAT:
       if (value.type == MDX_FLOAT) return put(out, +value.f32);
       return storeFloat(floating ? floatingOf(value) : static_cast<double>(integerOf(value)), out);
-    default: return put(out, floating ? floatingOf(value) : static_cast<double>(integerOf(value)));
+    default:
+      return put(out, floating ? floatingOf(value) : static_cast<double>(integerOf(value)));
   }
 }
 

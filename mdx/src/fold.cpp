@@ -42,9 +42,7 @@ int compareText(std::string_view a, std::string_view b, bool ignoreCase) {
   return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
 }
 
-bool equalNames(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && compareText(a, b, true) == 0;
-}
+bool equalNames(std::string_view a, std::string_view b) { return a.size() == b.size() && compareText(a, b, true) == 0; }
 
 uint32_t hashName(std::string_view name) {
   uint32_t hash = 2166136261u;

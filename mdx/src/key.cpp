@@ -60,7 +60,7 @@ Span spanOf(const Place& place, uint32_t position, bool nulls) {
   Span span;
   span.leaf = leaf;
   span.records = leaf->record.data();
-  if constexpr (std::tuple_size_v<decltype(leaf->word)> > 0) span.words = leaf->word[0].data();
+  if constexpr (std::tuple_size_v < decltype(leaf->word) >> 0) span.words = leaf->word[0].data();
   span.index = place.index;
   span.count = place.count;
   span.position = position;
@@ -91,9 +91,7 @@ Span Key::at(uint32_t position) const {
   return spanOf(place, position, false);
 }
 
-Span Key::after(const Span& span) const {
-  return at(span.position + static_cast<uint32_t>(span.count - span.index));
-}
+Span Key::after(const Span& span) const { return at(span.position + static_cast<uint32_t>(span.count - span.index)); }
 
 template <int W>
 Span Key::landed(const Tree<W>& tree, const Probe<W>& probe, bool canMatch, bool& found) const {
@@ -247,9 +245,8 @@ void Key::buildTree(Tree<W>& tree, const std::vector<MDRData*>& records) {
     return order ? order < 0 : a.arrival < b.arrival;
   };
   if (!std::is_sorted(entries.begin(), entries.end(), lower)) std::sort(entries.begin(), entries.end(), lower);
-  tree.build(static_cast<uint32_t>(entries.size()), [&](uint32_t i) {
-    return std::pair(entries[i].words, records[entries[i].arrival]);
-  });
+  tree.build(static_cast<uint32_t>(entries.size()),
+             [&](uint32_t i) { return std::pair(entries[i].words, records[entries[i].arrival]); });
 }
 
 void Key::build(const std::vector<MDRData*>& inArrivalOrder) {

@@ -26,8 +26,8 @@ struct SeekValue;
 // Compares an entry's record with what is looked for, beyond the words of the key.
 struct Tie {
   const Key* key = nullptr;
-  const MDRData* record = nullptr;     // either a record ...
-  const SeekValue* values = nullptr;   // ... or the values of a seek
+  const MDRData* record = nullptr;          // either a record ...
+  const SeekValue* values = nullptr;        // ... or the values of a seek
   int compare(const MDRData* entry) const;  // below 0: the entry is lower
 };
 
@@ -193,8 +193,8 @@ struct Leaf : Entries<W> {
 // An entry of an inner node repeats the first entry below its child.
 template <int W>
 struct Inner : Entries<W> {
-  uint32_t total = 0;                  // records below this node
-  std::array<uint32_t, kFan> before;   // records below the children in front of each child
+  uint32_t total = 0;                 // records below this node
+  std::array<uint32_t, kFan> before;  // records below the children in front of each child
   std::array<void*, kFan> child;
 
   uint32_t sizeOf(int at) const { return (at + 1 < this->count ? before[at + 1] : total) - before[at]; }

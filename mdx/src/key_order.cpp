@@ -24,11 +24,16 @@ uint64_t Part::code(const MDRData* record) const {
   MDRVar value;
   loadNumber(type, record->body + offset, value);
   switch (type) {
-    case MDX_BOOL: return codeOfInt(value.flag);
-    case MDX_INT32: return codeOfInt(value.i32);
-    case MDX_INT64: return codeOfInt(value.i64);
-    case MDX_FLOAT: return codeOfDouble(value.f32);
-    default: return codeOfDouble(value.f64);
+    case MDX_BOOL:
+      return codeOfInt(value.flag);
+    case MDX_INT32:
+      return codeOfInt(value.i32);
+    case MDX_INT64:
+      return codeOfInt(value.i64);
+    case MDX_FLOAT:
+      return codeOfDouble(value.f32);
+    default:
+      return codeOfDouble(value.f64);
   }
 }
 
@@ -95,8 +100,8 @@ int Key::compare(const MDRData* a, const MDRData* b) const {
     const bool aNull = part.isNull(a), bNull = part.isNull(b);
     if (aNull != bNull) return aNull ? -1 : 1;
     if (aNull) continue;
-    const int order = isText(part.type) ? compareText(part.text(a), part.text(b), ignoreCase_)
-                                        : sign(part.code(a), part.code(b));
+    const int order =
+        isText(part.type) ? compareText(part.text(a), part.text(b), ignoreCase_) : sign(part.code(a), part.code(b));
     if (order) return order;
   }
   return 0;

@@ -90,6 +90,7 @@ class Tree {
       const int at = childFor(*inner, probe);
       path.step[level] = {inner, at};
       node = fetched(inner->child[at], level);
+      if (level + 1 < height_) fetch(static_cast<const InnerNode*>(node)->before.data(), sizeof InnerNode::before);
     }
     path.leaf = node;
   }

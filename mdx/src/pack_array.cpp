@@ -24,8 +24,7 @@ int finishPacked(ByteWriter& writer, size_t start) {
 int readHead(const void* bytes, size_t limit, char letter, PackedHead& head) {
   const auto* text = static_cast<const unsigned char*>(bytes);
   if (!text) return MDX_E_ARG;
-  if (limit < 3 || text[0] != 'M' || text[1] != static_cast<unsigned char>(letter) || text[2] == 0)
-    return MDX_E_FORMAT;
+  if (limit < 3 || text[0] != 'M' || text[1] != static_cast<unsigned char>(letter) || text[2] == 0) return MDX_E_FORMAT;
   if (text[2] > kPackVersion) return MDX_E_VERSION;
   if (limit < kHeadBytes) return MDX_E_FORMAT;
   head.flags = text[3];

@@ -9,7 +9,9 @@ namespace {
 
 void release(CVar& var) {
   switch (var.type) {
-    case CVAR_TEXT: std::free(var.text); break;
+    case CVAR_TEXT:
+      std::free(var.text);
+      break;
     case CVAR_ARRAY:
       CVarClear(var.items, static_cast<int>(var.length));
       std::free(var.items);
@@ -18,7 +20,8 @@ void release(CVar& var) {
       if (var.table) MDADestroy(*var.table);
       std::free(var.table);
       break;
-    default: break;
+    default:
+      break;
   }
 }
 

@@ -31,16 +31,24 @@ int writeValue(ByteWriter& writer, const CVar& var, int depth) {
   if (depth > kDeepest) return MDX_E_SIZE;
   writer.put(static_cast<uint8_t>(var.type));
   switch (var.type) {
-    case CVAR_NULL: return MDX_OK;
-    case CVAR_INT: writer.put(var.i64); return MDX_OK;
-    case CVAR_DOUBLE: writer.put(var.f64); return MDX_OK;
+    case CVAR_NULL:
+      return MDX_OK;
+    case CVAR_INT:
+      writer.put(var.i64);
+      return MDX_OK;
+    case CVAR_DOUBLE:
+      writer.put(var.f64);
+      return MDX_OK;
     case CVAR_TEXT:
       writer.put(var.length);
       writer.bytes(var.text, var.length);
       return MDX_OK;
-    case CVAR_ARRAY: return writeItems(writer, var, depth);
-    case CVAR_TABLE: return writeTable(writer, var.table ? *var.table : nullptr);
-    default: return MDX_E_TYPE;
+    case CVAR_ARRAY:
+      return writeItems(writer, var, depth);
+    case CVAR_TABLE:
+      return writeTable(writer, var.table ? *var.table : nullptr);
+    default:
+      return MDX_E_TYPE;
   }
 }
 
@@ -76,13 +84,22 @@ int readValue(ByteReader& reader, CVar& var, int depth) {
   const int type = reader.get<uint8_t>();
   if (!reader.good()) return MDX_E_FORMAT;
   switch (type) {
-    case CVAR_NULL: return MDX_OK;
-    case CVAR_INT: CVarSetInt(&var, reader.get<int64_t>()); break;
-    case CVAR_DOUBLE: CVarSetDouble(&var, reader.get<double>()); break;
-    case CVAR_TEXT: return readText(reader, var);
-    case CVAR_ARRAY: return readItems(reader, var, depth);
-    case CVAR_TABLE: return readTable(reader, var);
-    default: return MDX_E_FORMAT;
+    case CVAR_NULL:
+      return MDX_OK;
+    case CVAR_INT:
+      CVarSetInt(&var, reader.get<int64_t>());
+      break;
+    case CVAR_DOUBLE:
+      CVarSetDouble(&var, reader.get<double>());
+      break;
+    case CVAR_TEXT:
+      return readText(reader, var);
+    case CVAR_ARRAY:
+      return readItems(reader, var, depth);
+    case CVAR_TABLE:
+      return readTable(reader, var);
+    default:
+      return MDX_E_FORMAT;
   }
   return reader.good() ? MDX_OK : MDX_E_FORMAT;
 }

@@ -11,8 +11,8 @@ using namespace test;
 
 namespace {
 
-const std::initializer_list<Field> kEveryType = {{"bool", MDX_BOOL},     {"int32", MDX_INT32},   {"int64", MDX_INT64},
-                                                 {"float", MDX_FLOAT},   {"double", MDX_DOUBLE}, {"text", MDX_TEXT, 32},
+const std::initializer_list<Field> kEveryType = {{"bool", MDX_BOOL},   {"int32", MDX_INT32},   {"int64", MDX_INT64},
+                                                 {"float", MDX_FLOAT}, {"double", MDX_DOUBLE}, {"text", MDX_TEXT, 32},
                                                  {"memo", MDX_MEMO}};
 enum { kBool, kInt32, kInt64, kFloat, kDouble, kText, kMemo };
 

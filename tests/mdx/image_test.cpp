@@ -37,8 +37,14 @@ class Image : public testing::Test {
     return value.isNull ? "<null>" : std::string(value.text.data, value.text.length);
   }
 
-  Table table{{{"KeyLink", MDX_TEXT, 32}, {"locId", MDX_INT64}, {"empty", MDX_MEMO}, {"name_", MDX_MEMO},
-               {"flag", MDX_BOOL}, {"f", MDX_FLOAT}, {"d", MDX_DOUBLE}, {"t", MDX_TEXT, 8}},
+  Table table{{{"KeyLink", MDX_TEXT, 32},
+               {"locId", MDX_INT64},
+               {"empty", MDX_MEMO},
+               {"name_", MDX_MEMO},
+               {"flag", MDX_BOOL},
+               {"f", MDX_FLOAT},
+               {"d", MDX_DOUBLE},
+               {"t", MDX_TEXT, 8}},
               {"KeyLink"}};
   MDRData* record = nullptr;
   std::vector<unsigned char> image;

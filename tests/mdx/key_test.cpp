@@ -142,7 +142,8 @@ TEST(Seek, TextsCompareAsUnsignedBytes) {
 TEST(Seek, KeysOf32CharactersDifferInAnyOfThem) {
   Table table({{"t", MDX_TEXT, 32}}, {"t"});
   std::vector<std::string> keys;
-  for (int i = 0; i < 32; ++i) keys.push_back(std::string(static_cast<size_t>(i), '5') + "7" + std::string(static_cast<size_t>(31 - i), '5'));
+  for (int i = 0; i < 32; ++i)
+    keys.push_back(std::string(static_cast<size_t>(i), '5') + "7" + std::string(static_cast<size_t>(31 - i), '5'));
   for (const std::string& key : keys) table.add({text(key)});
   for (int i = 0; i < 32; ++i) EXPECT_EQ(land(table, 0, {text(keys[static_cast<size_t>(31 - i)])}), std::to_string(i));
   EXPECT_EQ(land(table, 0, {text(std::string(32, '5'))}), "0?");

@@ -20,8 +20,13 @@ class Packed : public testing::Test {
     }
     bytes = packed(table.array);
   }
-  Table table{{{"n", MDX_INT32}, {"w", MDX_INT64}, {"b", MDX_BOOL}, {"f", MDX_FLOAT}, {"d", MDX_DOUBLE},
-               {"k", MDX_TEXT, 32}, {"m", MDX_MEMO}},
+  Table table{{{"n", MDX_INT32},
+               {"w", MDX_INT64},
+               {"b", MDX_BOOL},
+               {"f", MDX_FLOAT},
+               {"d", MDX_DOUBLE},
+               {"k", MDX_TEXT, 32},
+               {"m", MDX_MEMO}},
               {"n", "k", "m;n"}};
   Table target{{{"old", MDX_MEMO}}};
   std::vector<unsigned char> bytes;
@@ -120,7 +125,8 @@ TEST_F(Packed, AnOrderThatIgnoresCaseComesBack) {
 
 TEST_F(Packed, RowsMayArriveLater) {
   ASSERT_EQ(MDXArrayUnPackN(target.array, bytes.data(), bytes.size(), 1), MDX_OK);
-  for (int i = 0; i < 200; ++i) target.add({int32(i), null(), null(), null(), null(), text("key " + std::to_string(i))});
+  for (int i = 0; i < 200; ++i)
+    target.add({int32(i), null(), null(), null(), null(), text("key " + std::to_string(i))});
   EXPECT_EQ(MDARecCount(target.array), 400);
   for (int i = 1; i < 400; ++i)
     ASSERT_LE(target.integer(MDARec(target.array, 0, i - 1), 0), target.integer(MDARec(target.array, 0, i), 0));

@@ -54,12 +54,13 @@ struct KeySpec {
   bool ignoreCase = false;
 };
 
-const std::vector<Field> kFields = {{"number", MDX_INT64},    {"small", MDX_INT32},   {"real", MDX_DOUBLE},
-                                    {"flag", MDX_BOOL},       {"key", MDX_TEXT, 32},  {"name", MDX_TEXT, 60},
-                                    {"long", MDX_MEMO},       {"folded", MDX_TEXT, 32}, {"foldedLong", MDX_MEMO},
+const std::vector<Field> kFields = {{"number", MDX_INT64}, {"small", MDX_INT32},     {"real", MDX_DOUBLE},
+                                    {"flag", MDX_BOOL},    {"key", MDX_TEXT, 32},    {"name", MDX_TEXT, 60},
+                                    {"long", MDX_MEMO},    {"folded", MDX_TEXT, 32}, {"foldedLong", MDX_MEMO},
                                     {"single", MDX_FLOAT}};
-const std::vector<KeySpec> kKeys = {{{0}}, {{1}}, {{2}}, {{3}}, {{4}}, {{5}}, {{6}}, {{7}, true}, {{8}, true},
-                                    {{9}}, {{4, 0}}, {{3, 6, 1}}, {{1, 8}, true}, {{6, 4}, true}};
+const std::vector<KeySpec> kKeys = {{{0}},    {{1}},       {{2}},          {{3}},         {{4}},
+                                    {{5}},    {{6}},       {{7}, true},    {{8}, true},   {{9}},
+                                    {{4, 0}}, {{3, 6, 1}}, {{1, 8}, true}, {{6, 4}, true}};
 
 std::string expression(const KeySpec& key) {
   std::string text;
@@ -95,10 +96,14 @@ class Model {
     if (pick(8) == 0) return value;
     value.isNull = false;
     const int type = kFields[field].type;
-    if (type == MDX_BOOL) value.number = pick(2);
-    else if (type == MDX_INT64 || type == MDX_INT32) value.number = pick(60) - 30;
-    else if (type == MDX_DOUBLE || type == MDX_FLOAT) value.number = (pick(60) - 30) / 4.0;
-    else value.text = randomText(kFields[field].size ? kFields[field].size : 64);
+    if (type == MDX_BOOL)
+      value.number = pick(2);
+    else if (type == MDX_INT64 || type == MDX_INT32)
+      value.number = pick(60) - 30;
+    else if (type == MDX_DOUBLE || type == MDX_FLOAT)
+      value.number = (pick(60) - 30) / 4.0;
+    else
+      value.text = randomText(kFields[field].size ? kFields[field].size : 64);
     return value;
   }
 
@@ -106,12 +111,18 @@ class Model {
     const int type = kFields[field].type;
     if (value.isNull) return null(type);
     switch (type) {
-      case MDX_BOOL: return boolean(value.number != 0);
-      case MDX_INT32: return int32(static_cast<int32_t>(value.number));
-      case MDX_INT64: return int64(static_cast<int64_t>(value.number));
-      case MDX_FLOAT: return single(static_cast<float>(value.number));
-      case MDX_DOUBLE: return real(value.number);
-      default: return text(value.text, type);
+      case MDX_BOOL:
+        return boolean(value.number != 0);
+      case MDX_INT32:
+        return int32(static_cast<int32_t>(value.number));
+      case MDX_INT64:
+        return int64(static_cast<int64_t>(value.number));
+      case MDX_FLOAT:
+        return single(static_cast<float>(value.number));
+      case MDX_DOUBLE:
+        return real(value.number);
+      default:
+        return text(value.text, type);
     }
   }
 
@@ -145,9 +156,12 @@ class Model {
   }
   void step(int addWeight, int removeWeight) {
     const int choice = pick(addWeight + removeWeight + 4);
-    if (choice < addWeight) add();
-    else if (choice < addWeight + removeWeight) remove();
-    else change();
+    if (choice < addWeight)
+      add();
+    else if (choice < addWeight + removeWeight)
+      remove();
+    else
+      change();
   }
 
   int compareRows(const KeySpec& key, const std::vector<Value>& a, const std::vector<Value>& b) const {
@@ -159,9 +173,8 @@ class Model {
   std::vector<const Row*> sorted(const KeySpec& key) const {
     std::vector<const Row*> order;
     for (const Row& row : rows_) order.push_back(&row);
-    std::stable_sort(order.begin(), order.end(), [&](const Row* a, const Row* b) {
-      return compareRows(key, a->values, b->values) < 0;
-    });
+    std::stable_sort(order.begin(), order.end(),
+                     [&](const Row* a, const Row* b) { return compareRows(key, a->values, b->values) < 0; });
     return order;
   }
 

@@ -23,7 +23,8 @@ void run(int threads, const std::function<void(int)>& work) {
 
 TEST(Threads, ReadOneTableAtOnce) {
   Table table({{"n", MDX_INT32}, {"k", MDX_TEXT, 32}, {"m", MDX_MEMO}}, {"n", "k", "m"});
-  for (int i = 0; i < 3000; ++i) table.add({int32(i), text("key " + std::to_string(i)), text("memo " + std::to_string(i))});
+  for (int i = 0; i < 3000; ++i)
+    table.add({int32(i), text("key " + std::to_string(i)), text("memo " + std::to_string(i))});
   std::atomic<int> wrong{0};
   run(4, [&](int seed) {
     mdx::Cursor cursor;

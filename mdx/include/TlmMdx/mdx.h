@@ -66,6 +66,7 @@ enum {
  *   MDX_FLOAT        `f32`
  *   MDX_DOUBLE       `f64`, which starts at offset 2
  *   MDX_TEXT, _MEMO  `text.length` bytes at `text.data`, owned by the record or by the caller
+ * The members are not aligned: copy them, bind no C++ reference to one.
  */
 #pragma pack(push, 1)
 typedef struct MDRVar {
@@ -158,20 +159,27 @@ MDX_API void MDADestroy(MDArray* array);
  */
 MDX_API int MDACopy(MDArray* destination, const MDArray* source, int mode);
 
-/* Removes all records; fields and keys stay. */
+/* Removes all records, those never posted too; fields and keys stay. */
 MDX_API int MDAClearAll(MDArray* array);
 
-/* Adds a field at the end; `count` is 1. Rows that exist hold null there. Returns the field's number. */
+/*
+ * Adds a field at the end; `count` is 1. Rows that exist hold null there. Returns the field's number. An
+ * unknown type is MDX_E_TYPE, no name or a fixed text without a size MDX_E_ARG, a 256th field MDX_E_SIZE.
+ */
 MDX_API int MDAFldAdd(MDArray* array, int count, const MDRFldDesc* description);
 
 /*
  * Adds a key at the end and brings the records there into its order; `count` is 1. Returns its number.
  * A table that holds data always has at least one key: the first record posted to a table without
- * keys makes a default key, the order of arrival.
+ * keys makes a default key, the order of arrival. A key has at most 16 fields (MDX_E_KEY), a table at most
+ * 64 keys (MDX_E_SIZE).
  */
 MDX_API int MDAKeyAdd(MDArray* array, int count, const MDRKeyDesc* description);
 
-/* Removes the key at a position; those behind it move up. */
+/*
+ * Removes the key at a position; those behind it move up. A table with records whose last key goes is
+ * left with the default key.
+ */
 MDX_API int MDAKeyDel(MDArray* array, int position);
 
 /* Rebuilds a key's order, honouring its flags word. */
@@ -185,8 +193,8 @@ MDX_API MDRData* MDARec(const MDArray* array, int key, int position);
 
 /*
  * The first record with that value in that key, or null. `values` holds one MDRVar for each field of
- * the key, one after another; a value with type MDX_NONE or with isNull set seeks null. The integer
- * types stand for one another. *position (may be null) is where the record stands, or where a record
+ * the key, one after another; a value with type MDX_NONE or with isNull set seeks null. The number
+ * types stand for one another; a number is below all texts of a text key, a text above all numbers. *position (may be null) is where the record stands, or where a record
  * with that value would be put first: the number of records that are lower.
  * Order: null before every value, texts by bytes, equal keys in order of arrival.
  */
@@ -264,7 +272,10 @@ MDX_API int MDRGetVal(const MDRField* field, const MDRData* record, MDRVar* out)
 
 /*
  * Writes a value, copying texts. Integers, booleans and floating numbers are converted into one
- * another where the value fits, else MDX_E_TYPE. MDX_TEXT takes at most its size (MDX_E_SIZE).
+ * another where the value fits (a fraction does not fit an integer, any number but 0 is a true boolean),
+ * else MDX_E_TYPE; so is a text for a number and the reverse. MDX_TEXT takes at most its size (MDX_E_SIZE).
+ * A value with type MDX_NONE or with isNull set writes null. `field` must be one of the record's own table,
+ * else MDX_E_FIELD; a bound record is read only, MDX_E_STATE.
  */
 MDX_API int MDRSetVal(const MDRField* field, MDRData* record, const MDRVar* value);
 
@@ -274,7 +285,10 @@ MDX_API int MDRGetTextPtr(const MDRField* field, const MDRData* record, char** o
 /* Length and bytes of a text or block; 0 and null when the value is null. */
 MDX_API int MDRGetTextRef(const MDRField* field, const MDRData* record, int* length, void** data);
 
-/* The value converted; a text is parsed as decimal. Null or no number: a negative code, *out = 0. */
+/*
+ * The value converted, a fraction cut off; a text is parsed as decimal. Null, no number or out of range: a
+ * negative code, *out = 0.
+ */
 MDX_API int MDRGetAsInt32(const MDRField* field, const MDRData* record, int32_t* out);
 MDX_API int MDRGetAsDouble(const MDRField* field, const MDRData* record, double* out);
 
