@@ -15,7 +15,7 @@ int generate(MDRType* type, const char* name, MDRData* record) {
   if (const int code = readImage(record->packed, record->packedLength, bound->image)) return code;
   for (const ImageField& field : bound->image.fields) {
     MDRField described{};
-    std::memcpy(described.name, field.name.data(), field.name.size());
+    if (!field.name.empty()) std::memcpy(described.name, field.name.data(), field.name.size());
     described.type = field.type;
     described.size = field.type == MDX_TEXT ? field.size : 0;
     described.number = static_cast<uint8_t>(bound->fields.size());
