@@ -1,5 +1,5 @@
 #include "CTlmMeasConfig.h"
-#include "TreeAccess.h"
+#include "IndexFacts.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ QModelIndex previousRow(const QModelIndex& index) {
   if (index.row() < 1) return index.parent();
   QModelIndex previous = index.sibling(index.row() - 1, 0);
   while (previous.isValid() && firstChild(previous).isValid()) {
-    const int last = static_cast<int>(nodeAt(previous)->children.size()) - 1;
+    const int last = static_cast<int>(nodeOf(previous)->children.size()) - 1;
     previous = previous.model()->index(last, 0, previous);
   }
   return previous;
@@ -27,7 +27,7 @@ QModelIndex previousRow(const QModelIndex& index) {
 
 // The unit or folder that an index is or lies in; invalid in the default unit.
 QModelIndex unitLevel(QModelIndex index) {
-  while (index.isValid() && !isRemoteUnit(index) && !nodeAt(index)->isFolder) index = index.parent();
+  while (index.isValid() && !isRemoteUnit(index) && !nodeOf(index)->isFolder) index = index.parent();
   return index;
 }
 
@@ -60,7 +60,7 @@ QModelIndex CTlmMeasConfig::GetPrevRTUIndex(QModelIndex index) {
 bool CTlmMeasConfig::GetIndexParent(QModelIndex index, QModelIndex& parent) {
   if (!index.isValid()) return false;
   parent = index.parent();
-  if (parent.isValid() && isGroupCaption(nodeAt(parent)->text)) parent = parent.parent();
+  if (parent.isValid() && isGroupCaption(nodeOf(parent)->text)) parent = parent.parent();
   return true;
 }
 
@@ -72,7 +72,7 @@ QString CTlmMeasConfig::GetKeyLinkRTU(QModelIndex index) {
   if (!index.isValid()) return QString();
   if (isRemoteUnit(index)) return GetKeyLinkByModelIndex(index);
   const QModelIndex parent = index.parent();
-  if (isGroupCaption(nodeAt(index)->text)) return isRemoteUnit(parent) ? GetKeyLinkByModelIndex(parent) : QString();
+  if (isGroupCaption(nodeOf(index)->text)) return isRemoteUnit(parent) ? GetKeyLinkByModelIndex(parent) : QString();
   if (!measClassByName(index.data(kClassRole).toString(), Qt::CaseInsensitive)) return QString();
   return GetKeyLinkByModelIndex(parent.parent());
 }

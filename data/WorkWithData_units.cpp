@@ -1,7 +1,7 @@
 #include "CTlmMeasConfig.h"
+#include "IndexFacts.h"
 #include "KeyWalk.h"
 #include "MeasRows.h"
-#include "TreeAccess.h"
 #include "WorkWithData.h"
 
 #include <algorithm>
@@ -62,7 +62,7 @@ bool tellNoRows(MeasConfTreeModel& model, const QModelIndex& unit) {
 }  // namespace
 
 bool CTlmMeasConfig::AddMeasForRTU(QModelIndex unit, QString rtuKey, bool skipOne, QString skipKey) {
-  myConfNode* node = unit.isValid() ? nodeAt(unit) : nullptr;
+  myConfNode* node = unit.isValid() ? nodeOf(unit) : nullptr;
   if (!node) return false;
   if (node->isLoaded) return true;
   if (rtuKey.isEmpty()) rtuKey = unit.data(kKeyRole).toString();
@@ -88,7 +88,7 @@ bool CTlmMeasConfig::AddMeasForRTU(QModelIndex unit, QString rtuKey, bool skipOn
 }
 
 void CTlmMeasConfig::slotExpandedTVMeas(QModelIndex index) {
-  myConfNode* node = index.isValid() ? nodeAt(index) : nullptr;
+  myConfNode* node = index.isValid() ? nodeOf(index) : nullptr;
   if (!node) return;
   node->isExpanded = true;
   if (!node->isLoaded && isRemoteUnit(index)) AddMeasForRTU(index, QString(), false, QString());
@@ -96,6 +96,6 @@ void CTlmMeasConfig::slotExpandedTVMeas(QModelIndex index) {
 }
 
 void CTlmMeasConfig::slotCollapsedTVMeas(QModelIndex index) {
-  myConfNode* node = index.isValid() ? nodeAt(index) : nullptr;
+  myConfNode* node = index.isValid() ? nodeOf(index) : nullptr;
   if (node) node->isExpanded = false;
 }

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QSignalSpy>
-
 #include <algorithm>
 #include <random>
 
@@ -12,6 +10,21 @@ namespace {
 
 const QString kAnalogs = QString::fromUtf8(kMeasClasses[0].caption);
 const QString kDiscretes = QString::fromUtf8(kMeasClasses[1].caption);
+
+// Counts what a model tells of its layout.
+struct LayoutSignals {
+  explicit LayoutSignals(const QAbstractItemModel& model) {
+    QObject::connect(&model, &QAbstractItemModel::layoutAboutToBeChanged,
+                     [this](const QList<QPersistentModelIndex>& p) {
+                       ++about;
+                       parents += p.size();
+                     });
+    QObject::connect(&model, &QAbstractItemModel::layoutChanged, [this] { ++done; });
+  }
+  int about = 0;
+  int done = 0;
+  int parents = 0;
+};
 
 TEST(Order, NamesAreThoseOfTheTextThenOfTheRow) {
   SmallTree tree;
@@ -149,14 +162,13 @@ TEST(Sort, OfAnUnknownColumnKeepsTheColumnAndSortsNothing) {
   SmallTree tree;
   tree.unit(tree.root, "Б");
   tree.unit(tree.root, "А");
-  QSignalSpy about(&tree.model, &QAbstractItemModel::layoutAboutToBeChanged);
-  QSignalSpy done(&tree.model, &QAbstractItemModel::layoutChanged);
+  const LayoutSignals told(tree.model);
   tree.model.sort(2, Qt::DescendingOrder);
   EXPECT_EQ(tree.order(tree.root), "Б | А");
   EXPECT_EQ(tree.model.sortColumn, 2);
   EXPECT_EQ(tree.model.sortOrder, Qt::DescendingOrder);
-  EXPECT_EQ(about.count(), 3);
-  EXPECT_EQ(done.count(), 3);
+  EXPECT_EQ(told.about, 3);
+  EXPECT_EQ(told.done, 3);
 }
 
 TEST(Sort, TellsTheViewsOnceForEachNodeVisited) {
@@ -164,12 +176,11 @@ TEST(Sort, TellsTheViewsOnceForEachNodeVisited) {
   myConfNode* unit = tree.unit(tree.root, "КП");
   tree.group(unit, kDiscretes);
   tree.group(unit, kAnalogs);
-  QSignalSpy about(&tree.model, &QAbstractItemModel::layoutAboutToBeChanged);
-  QSignalSpy done(&tree.model, &QAbstractItemModel::layoutChanged);
+  const LayoutSignals told(tree.model);
   tree.model.sort(0, Qt::AscendingOrder);
-  EXPECT_EQ(about.count(), 4);
-  EXPECT_EQ(done.count(), 4);
-  EXPECT_TRUE(about.first().at(0).value<QList<QPersistentModelIndex>>().isEmpty());
+  EXPECT_EQ(told.about, 4);
+  EXPECT_EQ(told.done, 4);
+  EXPECT_EQ(told.parents, 0);
 }
 
 TEST(Sort, OfOneLevelLeavesWhatIsBelow) {
@@ -179,23 +190,22 @@ TEST(Sort, OfOneLevelLeavesWhatIsBelow) {
   tree.group(unit, kAnalogs);
   tree.measurement(discretes, "Discrete", 2, "б");
   tree.measurement(discretes, "Discrete", 1, "а");
-  QSignalSpy done(&tree.model, &QAbstractItemModel::layoutChanged);
+  const LayoutSignals told(tree.model);
   tree.model.SortChildren(unit, 0, Qt::AscendingOrder, true);
   EXPECT_EQ(tree.order(unit), kAnalogs + " | " + kDiscretes);
   EXPECT_EQ(tree.order(discretes), "б | а");
-  EXPECT_EQ(done.count(), 1);
+  EXPECT_EQ(told.done, 1);
   tree.model.SortChildren(unit, 0, Qt::AscendingOrder, false);
   EXPECT_EQ(tree.order(discretes), "а | б");
 }
 
 TEST(Sort, TellsTheViewsWhenNothingWasSorted) {
   SmallTree tree;
-  QSignalSpy about(&tree.model, &QAbstractItemModel::layoutAboutToBeChanged);
-  QSignalSpy done(&tree.model, &QAbstractItemModel::layoutChanged);
+  const LayoutSignals told(tree.model);
   tree.model.SortChildren(nullptr, 0, Qt::AscendingOrder, false);
   tree.model.SortChildren(tree.root, 0, Qt::AscendingOrder, true);
-  EXPECT_EQ(about.count(), 2);
-  EXPECT_EQ(done.count(), 2);
+  EXPECT_EQ(told.about, 2);
+  EXPECT_EQ(told.done, 2);
 }
 
 TEST(Sort, DoesNotRemapPersistentIndexes) {
@@ -216,7 +226,7 @@ TEST(Sort, AgreesWithTheTestsOnManyNodes) {
   for (int round = 0; round < 40; ++round) {
     SmallTree tree;
     for (int i = 0; i < 60; ++i) {
-      const QString name = QString(QChar(u'А' + random() % 6)) + QString::number(random() % 4);
+      const QString name = QString(QChar(static_cast<ushort>(u'А' + random() % 6))) + QString::number(random() % 4);
       if (round % 2 == 0 && random() % 4 == 0)
         tree.folder(tree.root, name);
       else
