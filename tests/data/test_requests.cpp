@@ -4,7 +4,6 @@
 
 #include <QApplication>
 #include <QMessageBox>
-#include <QRegularExpression>
 #include <QTimer>
 
 #include <cstring>
@@ -179,10 +178,10 @@ TEST(ServerGroups, ATextWithoutSectionsIsNone) {
 }
 
 TEST_F(RequestsTest, TheServersOwnGroupsAreRead) {
+  serve("table ServerGroups Первая {number=1}\ntable ServerGroups Вторая {number=2;current_=1}");
   QStringList groups;
   EXPECT_TRUE(GetSrvGroup(session(), &groups));
-  EXPECT_FALSE(groups.isEmpty());
-  EXPECT_TRUE(groups.filter(QRegularExpression("^[0-9]+=")).size() == groups.size());
+  EXPECT_EQ(groups, (QStringList{"0=Текущая группа сервера", "1=Первая", "2=Вторая"}));
 }
 
 // ---- FillCmdArray ---------------------------------------------------------------------------------------
