@@ -35,6 +35,11 @@ QString captionOf(const QString& className) {
   return found ? QString::fromUtf8(found->caption) : QString();
 }
 
+// The bytes of a text, not copied.
+QByteArray rawText(const MDRVar& value) {
+  return isText(value) ? QByteArray::fromRawData(value.text.data, static_cast<int>(value.text.length)) : QByteArray();
+}
+
 // Makes the group nodes of one unit as classes turn up.
 class Groups {
  public:
@@ -43,8 +48,7 @@ class Groups {
 
   // Rows of one class come in runs, so the class of the row before is remembered undecoded.
   myConfNode* of(const MDRVar& className) {
-    const QByteArray bytes =
-        isText(className) ? QByteArray::fromRawData(className.text.data, className.text.length) : QByteArray();
+    const QByteArray bytes = rawText(className);
     if (last_ && bytes == lastClass_) return last_;
     lastClass_ = bytes;
     lastClass_.detach();
@@ -97,11 +101,16 @@ void makeNodes(const MDRVar& rtuKey, myConfNode* unit, CTlmMeasConfig* module, Q
 template <typename Key>
 using Places = QHash<Key, myConfNode*>;
 
-template <typename Key>
-Places<Key> placesOf(const QList<Key>& entries) {
-  Places<Key> places;
-  places.reserve(entries.size());
-  for (const Key& entry : entries) places.insert(entry, nullptr);
+// Keys stand as they stand in the rows, so that a row's key is looked up undecoded.
+Places<QByteArray> placesOf(const QStringList& keys, const QTextCodec* codec) {
+  Places<QByteArray> places;
+  for (const QString& key : keys) places.insert(codec->fromUnicode(key), nullptr);
+  return places;
+}
+
+Places<int> placesOf(const QList<int>& numbers) {
+  Places<int> places;
+  for (const int number : numbers) places.insert(number, nullptr);
   return places;
 }
 
@@ -114,11 +123,11 @@ void hangUnderPrimary(myConfNode* child, myConfNode* primary) {
 
 // Goes through the pairs of an aggregated measurement's key and its primary's number.
 void hangAggregated(const QStringList& pairs, const QStringList& classes, const QStringList& groupClasses,
-                    const Places<QString>& aggregated, const Places<int>& primaries) {
+                    const Places<QByteArray>& aggregated, const Places<int>& primaries, const QTextCodec* codec) {
   for (int i = 0; i < pairs.size(); ++i) {
     const QStringList parts = pairs[i].split(',');
     if (parts.size() < 2) continue;
-    myConfNode* child = aggregated.value(parts[0]);
+    myConfNode* child = aggregated.value(codec->fromUnicode(parts[0]));
     myConfNode* primary = primaries.value(parts[1].toInt());
     if (!child || !primary || child->isAggregated || !groupClasses.contains(classes[i])) continue;
     hangUnderPrimary(child, primary);
@@ -175,10 +184,10 @@ int GetMeasurementsWithAgreg(MDRVar& rtuKey, myConfNode* unit, CTlmMeasConfig* m
   if (aggPairs->size() < primaryLocIds->size() || aggKeys->size() > aggPairs->size())
     return GetMeasurementsWithoutAgreg(rtuKey, unit, module, groupClasses, groupNodes, false, QString());
   if (!unit || !module || MDARecCount(module->measRecords.array) == 0) return 0;
-  Places<QString> aggregated = placesOf<QString>(*aggKeys);
-  Places<int> primaries = placesOf<int>(*primaryLocIds);
+  Places<QByteArray> aggregated = placesOf(*aggKeys, module->moduleCodec);
+  Places<int> primaries = placesOf(*primaryLocIds);
   makeNodes(rtuKey, unit, module, groupClasses, groupNodes, nullptr, [&](myConfNode* node, const MDRVar& key) {
-    const auto own = aggregated.find(decodeVar(key, module->moduleCodec));
+    const auto own = aggregated.find(rawText(key));
     if (own != aggregated.end()) {
       *own = node;
       return;
@@ -186,7 +195,7 @@ int GetMeasurementsWithAgreg(MDRVar& rtuKey, myConfNode* unit, CTlmMeasConfig* m
     const auto primary = primaries.find(GetLocId(node));
     if (primary != primaries.end()) *primary = node;
   });
-  hangAggregated(*aggPairs, *aggClasses, *groupClasses, aggregated, primaries);
+  hangAggregated(*aggPairs, *aggClasses, *groupClasses, aggregated, primaries, module->moduleCodec);
   for (myConfNode* group : qAsConst(*groupNodes)) {
     auto& children = group->children;
     std::erase_if(children, [group](const myConfNode* child) { return child->parent != group; });
