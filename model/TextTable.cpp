@@ -9,7 +9,12 @@ namespace {
 constexpr unsigned kHashStart = 2166136261u;  // FNV-1a
 constexpr unsigned mix(unsigned hash, ushort unit) { return (hash ^ unit) * 16777619u; }
 
-ushort fold(QChar c) { return c.toCaseFolded().unicode(); }
+// Keys are ASCII, where folding needs no table.
+inline ushort fold(QChar c) {
+  const ushort unit = c.unicode();
+  if (unit < 128) return unit >= 'A' && unit <= 'Z' ? unit | 0x20 : unit;
+  return c.toCaseFolded().unicode();
+}
 
 }  // namespace
 

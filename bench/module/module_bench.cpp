@@ -128,21 +128,18 @@ struct Opened {
   double bytesEach;
 };
 
-Opened& opened() {
-  static Opened all;
-  return all;
-}
-
 std::vector<Result> expandAllBench() {
-  const std::vector<double>& times = opened().times;
+  const Opened all;
+  const std::vector<double>& times = all.times;
   const double first = median({times.begin(), times.begin() + 100});
   const double last = median({times.end() - 100, times.end()});
   return {atMost("expand.all", last * 1e3, first * 1e3, "ms", 1.5),
-          atMost("expand.all.memory", opened().bytesEach, 600, "bytes", 1)};
+          atMost("expand.all.memory", all.bytesEach, 600, "bytes", 1)};
 }
 
 std::vector<Result> findKeyBench() {
-  Station& station = opened().station;
+  Opened all;
+  Station& station = all.station;
   const CMDArray& rows = station.module().measRecords;
   QHash<QString, const MDRData*> hash;
   std::vector<QString> keys;
