@@ -336,5 +336,54 @@ TEST_F(Edit, TakesAnOpenEditorOverWhenTheValuesAreAskedFor) {
   EXPECT_EQ(handOver().marked("IdentifiedObject"), "shortName=ab");
 }
 
+TEST_F(Edit, StepsFromFieldToFieldWithTabWithoutAnEditor) {
+  show("P Т-1");
+  tree_->setFocus();
+  tree_->setCurrentIndex(cell("IdentifiedObject.created"));
+  press(Qt::Key_Tab);
+  EXPECT_EQ(tree_->currentIndex(), cell("Measurement.locId"));  // over the heading of the next group
+  EXPECT_EQ(editor(), nullptr);
+  press(Qt::Key_Backtab);
+  EXPECT_EQ(tree_->currentIndex(), cell("IdentifiedObject.created"));
+}
+
+TEST_F(Edit, TellsOfWhatCannotBeEdited) {
+  show("P Т-1");
+  EXPECT_EQ(cell("IdentifiedObject.KeyLink").data(Qt::ToolTipRole).toString(), u8("Ключ объекта не изменяется"));
+  EXPECT_EQ(openEditor("IdentifiedObject.KeyLink"), nullptr);
+}
+
+TEST_F(Edit, RefusesAWholePasteThatHoldsAForeignCharacter) {
+  show("P Т-1");
+  auto* field = qobject_cast<QLineEdit*>(openEditor("IdentifiedObject.shortName"));
+  ASSERT_TRUE(field);
+  QApplication::clipboard()->setText(u8("a→b"));
+  field->paste();
+  EXPECT_EQ(field->text(), "");
+  EXPECT_EQ(messages_->count(), 1);
+}
+
+TEST_F(Edit, ReachesTheServer) {
+  show("P Т-1");
+  type("IdentifiedObject.name_", u8("Новое"));
+  type("Measurement.UnitKey", u8("Мвар"));
+  const ChangeSet set = handOver();
+  MDXCliParam* reply = nullptr;
+  session()->BlockBeg();
+  for (int i = 0; i < set.tables.size(); ++i)
+    ASSERT_TRUE(session()->SqlUpdate(set.tables[i].toLatin1().constData(), set.arrays[i]->array, true, nullptr));
+  ASSERT_TRUE(session()->BlockEnd(true, &reply));
+  ASSERT_TRUE(session()->WaitResult(&reply, -1));
+  int32_t status = -1;
+  MDRGetAsInt32(MDXParamFld(reply, MDX_REPLY_STATUS), reply, &status);
+  session()->PrmFree(reply);
+  EXPECT_EQ(status, 0);
+  passport_->ClearChanges();
+  show("P Т-1");
+  EXPECT_EQ(text("IdentifiedObject.name_"), u8("Новое"));
+  EXPECT_EQ(text("Measurement.UnitKey"), u8("Мвар"));
+  EXPECT_EQ(text("Measurement.comment"), u8("Проверено"));
+}
+
 }  // namespace
 }  // namespace tlm::test

@@ -62,6 +62,12 @@ const TableInfo* Catalogue::table(const QString& name) const {
   return key == keysByName_.end() ? nullptr : &*tables_.find(*key);
 }
 
+QHash<QString, QString> Catalogue::titles() const {
+  QHash<QString, QString> out;
+  for (const TableInfo& info : tables_) out.insert(info.name.toLower(), info.title);
+  return out;
+}
+
 const TableInfo* Catalogue::parent(const TableInfo& table) const {
   const auto found = tables_.find(table.parentKey);
   return table.parentKey.isEmpty() || found == tables_.end() ? nullptr : &*found;

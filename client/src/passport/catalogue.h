@@ -26,6 +26,7 @@ class Catalogue {
   bool isEmpty() const { return tables_.isEmpty(); }
 
   const TableInfo* table(const QString& name) const;  // case ignored; null when unknown
+  QHash<QString, QString> titles() const;  // by lower-case name
   const TableInfo* parent(const TableInfo& table) const;
 
   // From the root of the chain down to the table itself; empty when it is unknown.

@@ -25,7 +25,8 @@ QString rangeFault(const FieldMeta& meta) {
 Parsed parseWhole(const FieldMeta& meta, const QString& text) {
   bool read = false;
   const qlonglong value = QString(text).remove(' ').toLongLong(&read);
-  if (!read || double(value) < meta.min || double(value) > meta.max) return {{}, rangeFault(meta)};
+  if (!read) return {{}, u8("«%1» не является целым числом или слишком велико.").arg(text)};
+  if (double(value) < meta.min || double(value) > meta.max) return {{}, rangeFault(meta)};
   return {value, {}};
 }
 

@@ -17,7 +17,10 @@ PassportSheet::PassportSheet(TlmPassport* owner)
 }
 
 PassportSheet::~PassportSheet() {
-  leaveEditor(true);
+  // The owner's listeners may be half gone by now: an open edit is dropped without a word.
+  const QSignalBlocker quiet(owner_);
+  for (SheetDelegate* delegate : {&delegate_, &pageDelegate_})
+    if (QWidget* editor = delegate->openEditor()) delegate->cancel(editor);
   bind(nullptr);
 }
 
@@ -31,9 +34,7 @@ void PassportSheet::bind(QTabWidget* tabs) {
 void PassportSheet::setEditable(bool editable) {
   editable_ = editable;
   pageModel_.setEditable(editable);
-  for (SheetGroup& group : const_cast<SheetContent&>(model_.content()).groups)
-    for (SheetField& field : group.fields) field.locked = lockOf(*field.meta);
-  model_.allChanged();
+  model_.changeFields([this](SheetField& field) { field.locked = lockOf(*field.meta); });
 }
 
 void PassportSheet::refuse(const QString& why) { emit owner_->TlmPasspMessage(why); }

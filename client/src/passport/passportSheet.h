@@ -69,6 +69,7 @@ class PassportSheet : public QObject, public EditorHost {
   void show(ObjectFormPtr form, SheetContent content);
   void adoptPending(const ObjectFormPtr& form);
   SheetGroup makeGroup(const FormTable& table, const Filling& filling, bool isFirst);
+  QString storedText(const FieldMeta& meta, const QVariant& value, const Filling& filling);
   SheetField makeField(const FieldMetaPtr& meta, const Filling& filling);
   void mergeField(SheetField* field, multiPasp* merged) const;
   void showEdit(SheetField* field) const;
@@ -80,7 +81,7 @@ class PassportSheet : public QObject, public EditorHost {
 
   bool onEdit(SheetField& field, Edit edit);
   bool onPageEdit(const PageRow& row, const FieldMeta& meta, Edit edit);
-  void keepEdit(const QString& tableId, const FieldMeta& meta, const Edit& edit);
+  void noteEdit();
   bool isPending(const ObjectFormPtr& form) const;
   bool otherIsNew() const;
 

@@ -18,8 +18,8 @@ bool PassportSheet::otherIsNew() const {
                      [this](const ObjectFormPtr& form) { return form->isNew && form != shown_; });
 }
 
-void PassportSheet::keepEdit(const QString& tableId, const FieldMeta& meta, const Edit& edit) {
-  shown_->setEdit(tableId, meta, edit, shown_->isMerged);
+// After each edit of the object that is shown.
+void PassportSheet::noteEdit() {
   shown_->handedOver = false;
   if (!isPending(shown_)) pending_.push_back(shown_);
   if (!shown_->isNew && !shown_->hasEdits())
@@ -37,10 +37,9 @@ bool PassportSheet::onEdit(SheetField& field, Edit edit) {
   field.check = edit.value.toBool() ? Qt::Checked : Qt::Unchecked;
   field.unseen = QString();
   const FieldMetaPtr meta = field.meta;
-  field.edited = true;
   shown_->setEdit(meta->table, *meta, edit, shown_->isMerged);
   field.edited = shown_->edit(meta->id) != nullptr;
-  keepEdit(meta->table, *meta, edit);
+  noteEdit();
   return true;
 }
 
@@ -49,8 +48,8 @@ bool PassportSheet::onPageEdit(const PageRow& row, const FieldMeta& meta, Edit e
   const Edit* held = shown_->edit(row.tableId + "." + meta.name);
   if (sameValue(edit.value, held ? held->value : shown_->value(row.tableId, meta))) return true;
   if (edit.text.isNull()) edit.text = texts_.text(meta, edit.value);
-  const FieldMeta described = meta;
-  keepEdit(row.tableId, described, edit);
+  shown_->setEdit(row.tableId, meta, edit, false);
+  noteEdit();
   fillPage();
   return true;
 }
@@ -70,17 +69,17 @@ void PassportSheet::clearChanges() {
   for (const ObjectFormPtr& form : cleared) form->handedOver ? form->acceptEdits() : form->dropEdits();
   const bool accepted = shown_ && shown_->handedOver;
   if (shown_) shown_->handedOver = false;
-  for (SheetGroup& group : const_cast<SheetContent&>(model_.content()).groups)
-    for (SheetField& field : group.fields) {
-      if (field.edited && accepted && field.unseen.isNull()) field.stored = {field.value, field.text};
-      if (field.edited && accepted && field.unseen.isNull()) field.storedCheck = field.check;
-      field.value = field.stored.value;
-      field.text = field.stored.text;
-      field.check = field.storedCheck;
-      field.edited = false;
-      field.unseen = QString();
+  model_.changeFields([accepted](SheetField& field) {
+    if (field.edited && accepted && field.unseen.isNull()) {
+      field.stored = {field.value, field.text};
+      field.storedCheck = field.check;
     }
-  model_.allChanged();
+    field.value = field.stored.value;
+    field.text = field.stored.text;
+    field.check = field.storedCheck;
+    field.edited = false;
+    field.unseen = QString();
+  });
   fillPage();
 }
 

@@ -98,20 +98,21 @@ QString PassportSheet::referenceText(const FieldMeta& meta, const QString& key) 
   return text.isEmpty() ? key : text;
 }
 
+QString PassportSheet::storedText(const FieldMeta& meta, const QVariant& value, const Filling& filling) {
+  if (filling.model) return texts_.text(meta, value, *filling.model, filling.record);
+  if (meta.kind == FieldKind::kReference && !sameValue(value, {})) return referenceText(meta, value.toString());
+  return texts_.text(meta, value);
+}
+
 SheetField PassportSheet::makeField(const FieldMetaPtr& meta, const Filling& filling) {
   SheetField out;
   out.meta = meta;
   out.value = filling.form->value(*meta);
-  if (filling.merged)
-    ;  // the callback tells
-  else if (filling.model)
-    out.text = texts_.text(*meta, out.value, *filling.model, filling.record);
-  else if (meta->kind == FieldKind::kReference && !sameValue(out.value, {}))
-    out.text = referenceText(*meta, out.value.toString());
-  else
-    out.text = texts_.text(*meta, out.value);
   out.check = checkOf(out.value);
-  if (filling.merged) mergeField(&out, filling.merged);
+  if (filling.merged)
+    mergeField(&out, filling.merged);
+  else
+    out.text = storedText(*meta, out.value, filling);
   if (isClassName(*meta)) out.text = filling.titles.value(out.text.toLower(), out.text);
   out.stored = {out.value, out.text};
   out.storedCheck = out.check;
@@ -226,10 +227,7 @@ void PassportSheet::showNew(const QString& key, const QString& className, CTlmCl
   ensureCatalogue();
   Filling filling;
   filling.form = std::make_shared<ObjectForm>(key, true);
-  for (const char* name : {"IdentifiedObject", "Measurement", "Analog", "Discrete", "Accumulator", "StringMeasurement",
-                           "RemoteUnit", "RemoteUnitFolder"})
-    if (const TableInfo* info = catalogue_.table(QString::fromLatin1(name)))
-      filling.titles.insert(info->name.toLower(), info->title);
+  filling.titles = catalogue_.titles();
   QStringList chain = catalogue_.chain(className);
   if (chain.isEmpty() && tables) chain = *tables;
   for (const QString& name : chain) {

@@ -118,6 +118,12 @@ QModelIndex SheetModel::nextField(const QModelIndex& from, int step, bool editab
 
 void SheetModel::fieldChanged(const QString& id) { emit dataChanged(indexOf(id, kName), indexOf(id, kValue)); }
 
+void SheetModel::changeFields(const std::function<void(SheetField&)>& change) {
+  for (SheetGroup& group : content_.groups)
+    for (SheetField& field : group.fields) change(field);
+  allChanged();
+}
+
 void SheetModel::allChanged() {
   if (rowCount() > 0) emit dataChanged(index(0, 0), index(rowCount() - 1, 1));
   for (size_t g = 0; g < content_.groups.size(); ++g)

@@ -69,7 +69,8 @@ class SheetModel : public QAbstractItemModel {
   QModelIndex nextField(const QModelIndex& from, int step, bool editableOnly) const;
 
   void fieldChanged(const QString& id);
-  void allChanged();
+  // Changes every field, then tells of it.
+  void changeFields(const std::function<void(SheetField&)>& change);
 
   QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
   QModelIndex parent(const QModelIndex& child) const override;
@@ -82,6 +83,7 @@ class SheetModel : public QAbstractItemModel {
 
  private:
   int leading() const;  // rows above the groups
+  void allChanged();
   bool sameRows(const SheetContent& other) const;
   QVariant leadingData(int row, int column, int role) const;
   QVariant fieldData(const SheetField& field, int column, int role) const;

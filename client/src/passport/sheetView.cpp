@@ -110,10 +110,7 @@ QModelIndex SheetView::valueIndex() const {
 void SheetView::copyValue() {
   const QModelIndex at = valueIndex();
   const SheetField* field = model_->field(at);
-  QString text = field ? field->text : at.data(Qt::DisplayRole).toString();
-  if (field && field->meta->kind == FieldKind::kFlag)
-    text = QString::fromUtf8(field->check == Qt::Checked ? "Да" : "Нет");
-  QApplication::clipboard()->setText(text);
+  QApplication::clipboard()->setText(field ? field->text : at.data(Qt::DisplayRole).toString());
 }
 
 // A click on a value opens its editor. A check box was switched by the click itself.

@@ -111,6 +111,7 @@ QString ValueTexts::text(const FieldMeta& meta, const QVariant& value) {
   switch (meta.kind) {
     case FieldKind::kReference: return sameValue(value, {}) ? QString::fromUtf8(kNothing) : value.toString();
     case FieldKind::kMeasNumber: return measText(value, {});
+    case FieldKind::kFlag: return QString::fromUtf8(value.toBool() ? "Да" : "Нет");
     default: break;
   }
   if (!value.isValid()) return {};
