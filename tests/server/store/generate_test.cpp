@@ -79,9 +79,9 @@ TEST(GeneratedModel, SpreadsMeasurementsEvenly) {
 
 TEST(GeneratedModel, HasHolesInTheNumbersOnlyWhenAsked) {
   GenerateOptions options = small();
-  EXPECT_GT(measurement(*made(options), 1, 2399, "locId").i64, 2400);
+  EXPECT_GT(int64_t{measurement(*made(options), 1, 2399, "locId").i64}, 2400);
   options.holes = false;
-  EXPECT_EQ(measurement(*made(options), 1, 2399, "locId").i64, 2400);
+  EXPECT_EQ(int64_t{measurement(*made(options), 1, 2399, "locId").i64}, 2400);
 }
 
 TEST(GeneratedModel, TakesTheSmallestAndRefusesWhatIsNoSize) {

@@ -264,7 +264,7 @@ TEST(SampleReader, ARowsOwnCellsWinOverItsProfile) {
   for (int i = 0; i < 2; ++i) {
     MDRVar v{};
     MDRGetVal(MDRFldByName(array, "decimals"), MDARec(array, 0, i), &v);
-    decimals.insert(v.i32);
+    decimals.insert(int32_t{v.i32});
   }
   EXPECT_EQ(decimals, (std::multiset<int>{3, 5}));
 }
@@ -276,7 +276,7 @@ TEST(SampleReader, ReadsDatesAsDays) {
       readModelFiles({{"a.tsv", "table RemoteUnit\nKeyLink\tinstalled\nx\t2000-01-01T12:00\n"}}, &tables, &error));
   MDRVar v{};
   MDRGetVal(MDRFldByName(tables.table("RemoteUnit"), "installed"), MDARec(tables.table("RemoteUnit"), 0, 0), &v);
-  EXPECT_EQ(v.f64, 36526.5);
+  EXPECT_EQ(double{v.f64}, 36526.5);
 }
 
 TEST(SampleReader, AFolderWithoutFilesIsAnError) {

@@ -67,23 +67,24 @@ TEST_F(ValuesTest, Booleans) {
 }
 
 TEST_F(ValuesTest, Int32) {
-  for (const int64_t number : {INT32_MIN, -1, 0, 1, INT32_MAX}) EXPECT_EQ(through(kSmall, intVar(number)).i32, number);
+  for (const int64_t number : {INT32_MIN, -1, 0, 1, INT32_MAX})
+    EXPECT_EQ(int32_t{through(kSmall, intVar(number)).i32}, number);
 }
 
 TEST_F(ValuesTest, Int64) {
   for (const int64_t number : {INT64_MIN, int64_t{-1}, int64_t{0}, int64_t{1} << 53 | 1, INT64_MAX})
-    EXPECT_EQ(through(kLarge, intVar(number)).i64, number);
+    EXPECT_EQ(int64_t{through(kLarge, intVar(number)).i64}, number);
 }
 
 TEST_F(ValuesTest, Doubles) {
   for (const double number : {0.1, -1e308, 5e-324, 1e15, 3.0, HUGE_VAL, -HUGE_VAL})
-    EXPECT_EQ(through(kReal, realVar(number)).f64, number);
+    EXPECT_EQ(double{through(kReal, realVar(number)).f64}, number);
   EXPECT_TRUE(std::isnan(through(kReal, realVar(std::nan(""))).f64));
 }
 
 TEST_F(ValuesTest, Floats) {
   for (const float number : {0.1f, -3.4e38f, 1e-45f, 16777217.0f})
-    EXPECT_EQ(through(kSingle, realVar(static_cast<double>(number))).f32, number);
+    EXPECT_EQ(float{through(kSingle, realVar(static_cast<double>(number))).f32}, number);
 }
 
 TEST_F(ValuesTest, NullIsNotZeroAndNotTheEmptyText) {
