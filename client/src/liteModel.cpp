@@ -22,8 +22,8 @@ constexpr size_t kKeptCatalogues = 32;
 using CatalogueBytes = std::string;
 
 // The catalogue part is the same for all objects of a class, and reading it costs more than all the rest.
-std::shared_ptr<const Catalogue> catalogueOf(const CatalogueBytes& bytes, const MDArray* tables,
-                                             const MDArray* fields, const MDArray* types) {
+std::shared_ptr<const Catalogue> catalogueOf(const CatalogueBytes& bytes, const MDArray* tables, const MDArray* fields,
+                                             const MDArray* types) {
   static std::map<CatalogueBytes, std::shared_ptr<const Catalogue>> kept;
   auto found = kept.find(bytes);
   if (found != kept.end()) return found->second;

@@ -17,11 +17,16 @@ std::optional<QString> textOf(const MDRField* field, const MDRData* record) {
   MDRGetVal(field, record, &value);
   if (value.isNull) return std::nullopt;
   switch (value.type) {
-    case MDX_BOOL: return value.flag ? "true" : "false";
-    case MDX_INT32: return QString::number(value.i32);
-    case MDX_INT64: return QString::number(qlonglong(value.i64));
-    case MDX_DOUBLE: return QString::number(value.f64, 'g', 15);
-    default: return codec()->toUnicode(value.text.data, int(value.text.length));
+    case MDX_BOOL:
+      return value.flag ? "true" : "false";
+    case MDX_INT32:
+      return QString::number(value.i32);
+    case MDX_INT64:
+      return QString::number(qlonglong(value.i64));
+    case MDX_DOUBLE:
+      return QString::number(value.f64, 'g', 15);
+    default:
+      return codec()->toUnicode(value.text.data, int(value.text.length));
   }
 }
 
@@ -36,7 +41,8 @@ void setText(CMDArray* array, MDRData* record, const char* field, const QByteArr
 bool structure(CTlmCliSes* session, const QByteArray& table, CMDArray* out) {
   MDXCliParam* reply = nullptr;
   const auto* body = reinterpret_cast<const unsigned char*>(table.constData());
-  if (!session->PacketExec("TableStructure", body, table.size(), &reply) || !session->WaitResult(&reply, -1)) return false;
+  if (!session->PacketExec("TableStructure", body, table.size(), &reply) || !session->WaitResult(&reply, -1))
+    return false;
   int length = 0;
   void* data = nullptr;
   MDRGetTextRef(MDXParamFld(reply, MDX_REPLY_PAYLOAD), reply, &length, &data);
@@ -134,7 +140,8 @@ bool PassportTest::load(CLiteModel* model, const QString& objectKey) {
   model->Clear();
   const QByteArray body = "obj=" + objectKey.toUtf8() + '\0';
   MDXCliParam* reply = nullptr;
-  if (!session()->PacketExec("LiteModel", reinterpret_cast<const unsigned char*>(body.constData()), body.size(), &reply) ||
+  if (!session()->PacketExec("LiteModel", reinterpret_cast<const unsigned char*>(body.constData()), body.size(),
+                             &reply) ||
       !session()->WaitResult(&reply, -1))
     return false;
   int length = 0;

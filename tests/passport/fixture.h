@@ -66,10 +66,12 @@ class PassportTest : public testing::Test {
   QModelIndex cell(const QString& id, int column = 1) const;  // "Table.field", or "live"
   QString text(const QString& id) const { return cell(id).data().toString(); }
   bool isMarked(const QString& id) const;
-  bool isLocked(const QString& id) const { return !(cell(id).flags() & (Qt::ItemIsEditable | Qt::ItemIsUserCheckable)); }
+  bool isLocked(const QString& id) const {
+    return !(cell(id).flags() & (Qt::ItemIsEditable | Qt::ItemIsUserCheckable));
+  }
   void click(const QString& id, int column = 1);
-  QWidget* openEditor(const QString& id);  // by a click; null when none opened
-  QWidget* editor() const;                 // the one that is open
+  QWidget* openEditor(const QString& id);                                          // by a click; null when none opened
+  QWidget* editor() const;                                                         // the one that is open
   void type(const QString& id, const QString& text, Qt::Key end = Qt::Key_Enter);  // into a text editor
   void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);       // on what has the focus
   ChangeSet handOver();

@@ -216,9 +216,7 @@ TEST_F(Pending, ShowsTheCalculationOfAMeasurementInATab) {
   EXPECT_EQ(tabs_->count(), 1);
 }
 
-TEST_F(Pending, FailsToFillFromATableThatDoesNotExist) {
-  EXPECT_FALSE(passport_->FillCMDArray(session(), "Nothing"));
-}
+TEST_F(Pending, FailsToFillFromATableThatDoesNotExist) { EXPECT_FALSE(passport_->FillCMDArray(session(), "Nothing")); }
 
 TEST_F(Pending, WritesAnEditOfATabWithTheKeyOfItsRow) {
   passport_->FillCMDArray(session(), "Calculations");

@@ -29,8 +29,8 @@ TEST_F(Show, NamesFieldsInCatalogueOrderAndTheKeyOnce) {
   show("P Т-1");
   QStringList fields;
   passport_->GetPassportFields(fields);
-  EXPECT_EQ(fields.mid(0, 3), QStringList({"IdentifiedObject.KeyLink", "IdentifiedObject.ClassName",
-                                           "IdentifiedObject.name_"}));
+  EXPECT_EQ(fields.mid(0, 3),
+            QStringList({"IdentifiedObject.KeyLink", "IdentifiedObject.ClassName", "IdentifiedObject.name_"}));
   EXPECT_EQ(fields.filter("KeyLink").size(), 1);
   EXPECT_LT(fields.indexOf("Measurement.comment"), fields.indexOf("Analog.scale_"));
   EXPECT_EQ(cell("Measurement.locId", 0).data().toString(), u8("Номер"));
@@ -181,10 +181,10 @@ TEST_F(Show, TogglesAGroupByAClickOnItsArrow) {
 TEST_F(Show, MergesThroughTheCallback) {
   ASSERT_TRUE(load(&model_, key("P Т-1")));
   Merged merged;
-  merged.texts = {{"IdentifiedObject.name_", ""},          {"Measurement.staleTime", "0"},
-                  {"Measurement.CheckArch", "true"},       {"Measurement.work_", "PartiallyChecked"},
-                  {"Measurement.UnitKey", u8("МВт")},      {"Measurement.primaryLocId", u8("1001,P Т-1")},
-                  {"Analog.smoothing", u8("Нет")},         {"IdentifiedObject.KeyLink", ""}};
+  merged.texts = {{"IdentifiedObject.name_", ""},     {"Measurement.staleTime", "0"},
+                  {"Measurement.CheckArch", "true"},  {"Measurement.work_", "PartiallyChecked"},
+                  {"Measurement.UnitKey", u8("МВт")}, {"Measurement.primaryLocId", u8("1001,P Т-1")},
+                  {"Analog.smoothing", u8("Нет")},    {"IdentifiedObject.KeyLink", ""}};
   passport_->SetObject(key("P Т-1"), &model_, session(), nullptr, &merged, true, false);
   EXPECT_EQ(text("IdentifiedObject.name_"), "");
   EXPECT_EQ(text("IdentifiedObject.KeyLink"), "");

@@ -43,8 +43,8 @@ class TLMCLIENT_API TlmPassport : public QObject {
   void SetDeclare(QString title, int count, QString label);
 
   // Shows a form for an object that the server does not know, filled from one-record arrays (null: none).
-  void SetObjectNew(QString key, QString className, CTlmCliSes* session, QStringList* tables,
-                    QList<CMDArray*>* arrays, QString className2, bool notFolder, bool flag);
+  void SetObjectNew(QString key, QString className, CTlmCliSes* session, QStringList* tables, QList<CMDArray*>* arrays,
+                    QString className2, bool notFolder, bool flag);
 
   // Shows an object out of its model, with its live value (zero-terminated, Windows-1251, or null), or the
   // merged values of the callback (null for one object). The callback is used during the call only.
@@ -83,8 +83,8 @@ class TLMCLIENT_API TlmPassport : public QObject {
   QString currentKey;  // of the object shown; empty without one. Read by others, written here only
 
  signals:
-  void TlmPasspChanged();               // on each edit by the user
-  void TlmPasspMessage(QString text);   // a warning, Russian
+  void TlmPasspChanged();              // on each edit by the user
+  void TlmPasspMessage(QString text);  // a warning, Russian
   // The table behind the list, the field's and the table's parameter texts, the field, and an empty text.
   void SelectValuesVisible(QString tablRefName, QString paramFld, QString paramTbl, QString name,
                            QString baseVoltageKey);

@@ -18,9 +18,7 @@ void TlmPassport::SetStretchLastSection(QTreeView* view, bool stretch) {
 
 bool TlmPassport::FillCMDArray(CTlmCliSes* session, QString table) { return sheet_->loadTable(session, table); }
 
-void TlmPassport::SetDeclare(QString title, int count, QString label) {
-  sheet_->showDeclaration(title, count, label);
-}
+void TlmPassport::SetDeclare(QString title, int count, QString label) { sheet_->showDeclaration(title, count, label); }
 
 void TlmPassport::SetObjectNew(QString key, QString className, CTlmCliSes* session, QStringList* tables,
                                QList<CMDArray*>* arrays, QString, bool, bool) {

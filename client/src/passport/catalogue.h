@@ -26,7 +26,7 @@ class Catalogue {
   bool isEmpty() const { return tables_.isEmpty(); }
 
   const TableInfo* table(const QString& name) const;  // case ignored; null when unknown
-  QHash<QString, QString> titles() const;  // by lower-case name
+  QHash<QString, QString> titles() const;             // by lower-case name
   const TableInfo* parent(const TableInfo& table) const;
 
   // From the root of the chain down to the table itself; empty when it is unknown.
@@ -38,9 +38,9 @@ class Catalogue {
  private:
   void readFields(const MDArray* fields, const MDArray* types);
 
-  QHash<QString, TableInfo> tables_;      // by key
-  QHash<QString, QString> keysByName_;    // lower-case name
-  QHash<QString, FieldSource> fields_;    // lower-case "table.field"
+  QHash<QString, TableInfo> tables_;    // by key
+  QHash<QString, QString> keysByName_;  // lower-case name
+  QHash<QString, FieldSource> fields_;  // lower-case "table.field"
 };
 
 }  // namespace tlm::passport

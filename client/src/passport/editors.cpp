@@ -18,8 +18,7 @@ namespace {
 QString u8(const char* text) { return QString::fromUtf8(text); }
 
 QString rangeFault(const FieldMeta& meta) {
-  return u8("Значение поля «%1» должно быть от %2 до %3.")
-      .arg(meta.title, numberText(meta.min), numberText(meta.max));
+  return u8("Значение поля «%1» должно быть от %2 до %3.").arg(meta.title, numberText(meta.min), numberText(meta.max));
 }
 
 Parsed parseWhole(const FieldMeta& meta, const QString& text) {
@@ -47,8 +46,7 @@ Parsed parseTime(const QString& text, const ValueTexts& texts) {
 
 QString textFault(const QString& text, int size) {
   for (const QChar c : text)
-    if (!codePage()->canEncode(c))
-      return u8("Символ «%1» нельзя сохранить: его нет в кодировке Windows-1251.").arg(c);
+    if (!codePage()->canEncode(c)) return u8("Символ «%1» нельзя сохранить: его нет в кодировке Windows-1251.").arg(c);
   if (size > 0 && text.size() > size) return u8("Текст не может быть длиннее %1 символов.").arg(size);
   return {};
 }
@@ -152,9 +150,12 @@ Parsed parseTyped(const FieldMeta& meta, const QString& text, const ValueTexts& 
   if (isText) return {text, textFault(text, meta.size)};
   if (text.trimmed().isEmpty()) return {};
   switch (meta.kind) {
-    case FieldKind::kDouble: return parseDouble(meta, text);
-    case FieldKind::kDateTime: return parseTime(text, texts);
-    default: return parseWhole(meta, text);
+    case FieldKind::kDouble:
+      return parseDouble(meta, text);
+    case FieldKind::kDateTime:
+      return parseTime(text, texts);
+    default:
+      return parseWhole(meta, text);
   }
 }
 

@@ -8,12 +8,16 @@ namespace {
 
 FieldKind kindByStorage(int type) {
   switch (type) {
-    case MDX_BOOL: return FieldKind::kFlag;
+    case MDX_BOOL:
+      return FieldKind::kFlag;
     case MDX_INT32:
-    case MDX_INT64: return FieldKind::kInteger;
+    case MDX_INT64:
+      return FieldKind::kInteger;
     case MDX_FLOAT:
-    case MDX_DOUBLE: return FieldKind::kDouble;
-    default: return FieldKind::kText;
+    case MDX_DOUBLE:
+      return FieldKind::kDouble;
+    default:
+      return FieldKind::kText;
   }
 }
 

@@ -12,7 +12,19 @@
 
 namespace tlm::passport {
 
-enum class FieldKind { kText, kMemo, kInteger, kDouble, kFlag, kChoice, kServerGroup, kDateTime, kReference, kMeasNumber, kKey };
+enum class FieldKind {
+  kText,
+  kMemo,
+  kInteger,
+  kDouble,
+  kFlag,
+  kChoice,
+  kServerGroup,
+  kDateTime,
+  kReference,
+  kMeasNumber,
+  kKey
+};
 
 // A field as the catalogue or a table's structure describes it.
 struct FieldSource {

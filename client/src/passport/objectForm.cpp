@@ -125,8 +125,7 @@ void ObjectForm::fillRecord(const FormTable& from, CMDArray* into) const {
 
 void ObjectForm::appendTo(QStringList* tables, QList<CMDArray*>* arrays) const {
   for (const FormTable& entry : tables_)
-    if (!entry.isPage || isEdited(entry.id))
-      fillRecord(entry, entryOf(entry.name, entry.array->array, tables, arrays));
+    if (!entry.isPage || isEdited(entry.id)) fillRecord(entry, entryOf(entry.name, entry.array->array, tables, arrays));
 }
 
 }  // namespace tlm::passport

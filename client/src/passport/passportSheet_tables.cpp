@@ -39,9 +39,8 @@ ReferenceRows readRows(const MDArray* array, const QString& column) {
     row.folded = row.text.toCaseFolded();
     out->push_back(std::move(row));
   }
-  std::stable_sort(out->begin(), out->end(), [](const ReferenceRow& a, const ReferenceRow& b) {
-    return compareTexts(a.folded, b.folded) < 0;
-  });
+  std::stable_sort(out->begin(), out->end(),
+                   [](const ReferenceRow& a, const ReferenceRow& b) { return compareTexts(a.folded, b.folded) < 0; });
   return out;
 }
 
@@ -118,7 +117,8 @@ std::vector<PageRow> PassportSheet::pageRows(const std::vector<FieldMetaPtr>& co
     for (const FieldMetaPtr& meta : columns) {
       const Edit* edit = shown_->edit(table.id + "." + meta->name);
       const QVariant value = edit ? edit->value : shown_->value(table.id, *meta);
-      row.cells.push_back({value, edit ? edit->text : const_cast<ValueTexts&>(texts_).text(*meta, value), edit != nullptr});
+      row.cells.push_back(
+          {value, edit ? edit->text : const_cast<ValueTexts&>(texts_).text(*meta, value), edit != nullptr});
     }
     out.push_back(std::move(row));
   }

@@ -74,8 +74,7 @@ QVariant ReferenceModel::data(const QModelIndex& at, int role) const {
   return role == Qt::DisplayRole ? QVariant(text(at.row())) : QVariant();
 }
 
-ReferenceEditor::ReferenceEditor(QWidget* parentWidget)
-    : QLineEdit(parentWidget), model_(new ReferenceModel(this)) {
+ReferenceEditor::ReferenceEditor(QWidget* parentWidget) : QLineEdit(parentWidget), model_(new ReferenceModel(this)) {
   setFrame(false);
   QAction* open = addAction(arrowIcon(this), TrailingPosition);
   open->setToolTip(QString::fromUtf8("Список"));
@@ -188,12 +187,23 @@ bool ReferenceEditor::handleKey(int pressed) {
   const int page = qMax(1, kListRows - 1);
   int step = 0;
   switch (pressed) {
-    case Qt::Key_Down: step = 1; break;
-    case Qt::Key_Up: step = -1; break;
-    case Qt::Key_PageDown: step = page; break;
-    case Qt::Key_PageUp: step = -page; break;
-    case Qt::Key_F4: isListOpen() ? closeList() : openList(); return true;
-    default: return false;
+    case Qt::Key_Down:
+      step = 1;
+      break;
+    case Qt::Key_Up:
+      step = -1;
+      break;
+    case Qt::Key_PageDown:
+      step = page;
+      break;
+    case Qt::Key_PageUp:
+      step = -page;
+      break;
+    case Qt::Key_F4:
+      isListOpen() ? closeList() : openList();
+      return true;
+    default:
+      return false;
   }
   if (!isListOpen()) {
     openList();

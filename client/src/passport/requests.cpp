@@ -16,8 +16,8 @@ class Request {
  public:
   Request(CTlmCliSes* session, const char* name, const QByteArray& body) : session_(session) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(body.constData());
-    answered_ = session && session->PacketExec(name, bytes, body.size(), &reply_) &&
-                session->WaitResult(&reply_, -1) && reply_ && status() == 0;
+    answered_ = session && session->PacketExec(name, bytes, body.size(), &reply_) && session->WaitResult(&reply_, -1) &&
+                reply_ && status() == 0;
   }
   ~Request() {
     if (reply_) session_->PrmFree(reply_);
@@ -105,8 +105,7 @@ bool requestCatalogue(CTlmCliSes* session, Catalogue* out) {
 QVector<Choice> parseServerGroups(const QString& text) {
   QVector<Choice> out;
   const QString current = section(text, "[CurSrvGroup]");
-  if (current.section('=', 1).trimmed().toInt() != 0)
-    out.push_back({0, QString::fromUtf8("Текущая группа сервера")});
+  if (current.section('=', 1).trimmed().toInt() != 0) out.push_back({0, QString::fromUtf8("Текущая группа сервера")});
   for (const QString& piece : section(text, "[Groups]").split("Group ", Qt::SkipEmptyParts)) {
     const int equal = piece.indexOf('=');
     if (equal > 0) out.push_back({piece.left(equal).trimmed().toLongLong(), piece.mid(equal + 1).trimmed()});
@@ -128,8 +127,7 @@ bool requestMeasName(CTlmCliSes* session, qint64 locId, QString* name) {
   const QByteArray body = keySearch("Measurement", kMeasKeyLocId, locId);
   if (!requestArray(session, "RecByKey", body, &measurements) || MDARecCount(measurements.array) == 0) return false;
   const QString key = readText(measurements.array, MDARec(measurements.array, 0, 0), "KeyLink");
-  if (!requestArray(session, "RecByKeyLink", codePage()->fromUnicode(key), &objects) ||
-      MDARecCount(objects.array) == 0)
+  if (!requestArray(session, "RecByKeyLink", codePage()->fromUnicode(key), &objects) || MDARecCount(objects.array) == 0)
     return false;
   *name = readText(objects.array, MDARec(objects.array, 0, 0), "name_");
   return true;

@@ -110,7 +110,8 @@ void paintArrow(QPainter* painter, const QRect& cell, bool open, const QColor& c
 
 void SheetDelegate::endLater(QWidget* editor) const {
   auto* self = const_cast<SheetDelegate*>(this);
-  QMetaObject::invokeMethod(editor, [self, editor] { self->finish(editor); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      editor, [self, editor] { self->finish(editor); }, Qt::QueuedConnection);
 }
 
 QWidget* SheetDelegate::makeReferenceEditor(const FieldMeta& meta, QWidget* parent) const {
@@ -126,14 +127,21 @@ QWidget* SheetDelegate::makeReferenceEditor(const FieldMeta& meta, QWidget* pare
 QWidget* SheetDelegate::makeEditor(const FieldMeta& meta, QWidget* parent) const {
   EditorHost* host = host_;
   switch (meta.kind) {
-    case FieldKind::kReference: return makeReferenceEditor(meta, parent);
+    case FieldKind::kReference:
+      return makeReferenceEditor(meta, parent);
     case FieldKind::kInteger:
-    case FieldKind::kMeasNumber: return makeNumberEditor(true, parent);
-    case FieldKind::kDouble: return makeNumberEditor(false, parent);
-    case FieldKind::kDateTime: return new DateTimeEditor(parent);
-    case FieldKind::kChoice: return makeChoiceEditor(meta.choices, parent);
-    case FieldKind::kServerGroup: return makeChoiceEditor(host->texts().serverGroups(), parent);
-    default: return makeTextEditor(meta, parent, [host](const QString& why) { host->refuse(why); });
+    case FieldKind::kMeasNumber:
+      return makeNumberEditor(true, parent);
+    case FieldKind::kDouble:
+      return makeNumberEditor(false, parent);
+    case FieldKind::kDateTime:
+      return new DateTimeEditor(parent);
+    case FieldKind::kChoice:
+      return makeChoiceEditor(meta.choices, parent);
+    case FieldKind::kServerGroup:
+      return makeChoiceEditor(host->texts().serverGroups(), parent);
+    default:
+      return makeTextEditor(meta, parent, [host](const QString& why) { host->refuse(why); });
   }
 }
 
@@ -217,8 +225,9 @@ void SheetDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     shifted.rect.setLeft(option.rect.left() + kArrowWidth);
     QStyledItemDelegate::paint(painter, shifted, index);
     const bool selected = option.state & QStyle::State_Selected;
-    if (selected) painter->fillRect(option.rect.adjusted(0, 0, shifted.rect.left() - option.rect.right() - 1, 0),
-                                    option.palette.highlight());
+    if (selected)
+      painter->fillRect(option.rect.adjusted(0, 0, shifted.rect.left() - option.rect.right() - 1, 0),
+                        option.palette.highlight());
     paintArrow(painter, option.rect, view && view->isExpanded(index), selected ? Qt::white : QColor(80, 80, 80));
     return;
   }
@@ -272,7 +281,8 @@ void SheetDelegate::tab(QWidget* editor, int step) {
 bool SheetDelegate::handleBoxKey(QWidget* editor, QKeyEvent* event) {
   auto* box = qobject_cast<QComboBox*>(editor);
   if (!box) return false;
-  const bool opens = event->key() == Qt::Key_Space || event->key() == Qt::Key_F4 || event->modifiers() & Qt::AltModifier;
+  const bool opens =
+      event->key() == Qt::Key_Space || event->key() == Qt::Key_F4 || event->modifiers() & Qt::AltModifier;
   editor->setProperty(kByKey, !opens);
   return false;
 }
@@ -281,15 +291,22 @@ bool SheetDelegate::handleKey(QWidget* editor, QKeyEvent* event) {
   auto* reference = qobject_cast<ReferenceEditor*>(editor);
   const bool inMemo = qobject_cast<MemoEditor*>(editor) != nullptr;
   switch (event->key()) {
-    case Qt::Key_Tab: tab(editor, 1); return true;
-    case Qt::Key_Backtab: tab(editor, -1); return true;
-    case Qt::Key_Escape: cancel(editor); return true;
+    case Qt::Key_Tab:
+      tab(editor, 1);
+      return true;
+    case Qt::Key_Backtab:
+      tab(editor, -1);
+      return true;
+    case Qt::Key_Escape:
+      cancel(editor);
+      return true;
     case Qt::Key_Return:
     case Qt::Key_Enter:
       if (inMemo && event->modifiers() & Qt::ShiftModifier) return false;
       finish(editor);
       return true;
-    default: return reference ? reference->handleKey(event->key()) : handleBoxKey(editor, event);
+    default:
+      return reference ? reference->handleKey(event->key()) : handleBoxKey(editor, event);
   }
 }
 

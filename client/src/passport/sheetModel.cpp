@@ -166,19 +166,27 @@ QVariant SheetModel::leadingData(int row, int column, int role) const {
 
 QVariant SheetModel::fieldData(const SheetField& at, int column, int role) const {
   switch (role) {
-    case Qt::DisplayRole: return column == kName ? at.meta->title : shownText(at);
-    case Qt::EditRole: return column == kName ? QVariant(at.meta->title) : at.value;
-    case Qt::ToolTipRole: return tip(at);
-    case Qt::FontRole: return at.edited ? QVariant(boldFont()) : QVariant();
+    case Qt::DisplayRole:
+      return column == kName ? at.meta->title : shownText(at);
+    case Qt::EditRole:
+      return column == kName ? QVariant(at.meta->title) : at.value;
+    case Qt::ToolTipRole:
+      return tip(at);
+    case Qt::FontRole:
+      return at.edited ? QVariant(boldFont()) : QVariant();
     case Qt::ForegroundRole:
       if (at.edited) return kEditedColor;
       return at.locked.isEmpty() || column == kName ? QVariant() : QVariant(kLockedColor);
     case Qt::CheckStateRole:
       return column == kValue && at.meta->kind == FieldKind::kFlag ? QVariant(at.check) : QVariant();
-    case kMetaRole: return QVariant::fromValue(static_cast<void*>(const_cast<FieldMeta*>(at.meta.get())));
-    case kTypedRole: return typedText(at);
-    case kLockedRole: return !at.locked.isEmpty();
-    default: return {};
+    case kMetaRole:
+      return QVariant::fromValue(static_cast<void*>(const_cast<FieldMeta*>(at.meta.get())));
+    case kTypedRole:
+      return typedText(at);
+    case kLockedRole:
+      return !at.locked.isEmpty();
+    default:
+      return {};
   }
 }
 

@@ -41,7 +41,7 @@ class SheetModel : public QAbstractItemModel {
 
  public:
   // kMetaRole: the const FieldMeta* as void*; kTypedRole: what stands in an opened editor
-  enum Role { kMetaRole = Qt::UserRole + 1, kLockedRole, kGroupRole, kLiveRole, kTypedRole };  
+  enum Role { kMetaRole = Qt::UserRole + 1, kLockedRole, kGroupRole, kLiveRole, kTypedRole };
   enum Column { kName = 0, kValue = 1 };
 
   // Carries an edit of the user out; false refuses it.

@@ -162,16 +162,21 @@ bool SheetView::handleKey(QKeyEvent* event) {
     return true;
   }
   switch (event->key()) {
-    case Qt::Key_Tab: return stepField(1);
-    case Qt::Key_Backtab: return stepField(-1);
+    case Qt::Key_Tab:
+      return stepField(1);
+    case Qt::Key_Backtab:
+      return stepField(-1);
     case Qt::Key_Space:
       if (!(valueIndex().flags() & Qt::ItemIsUserCheckable)) break;
       [[fallthrough]];
     case Qt::Key_F2:
     case Qt::Key_F4:
     case Qt::Key_Return:
-    case Qt::Key_Enter: editCurrent(); return true;
-    default: break;
+    case Qt::Key_Enter:
+      editCurrent();
+      return true;
+    default:
+      break;
   }
   // A letter typed on a field begins an edit, wherever the row was clicked.
   const bool types = !event->text().isEmpty() && event->text()[0].isPrint();

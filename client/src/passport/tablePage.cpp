@@ -43,16 +43,22 @@ QVariant TablePageModel::data(const QModelIndex& at, int role) const {
   const FieldMetaPtr& meta = columns_[size_t(at.column())];
   const bool isFlag = meta->kind == FieldKind::kFlag;
   switch (role) {
-    case Qt::DisplayRole: return isFlag ? QString() : cell.text;
+    case Qt::DisplayRole:
+      return isFlag ? QString() : cell.text;
     case Qt::ToolTipRole:
-    case SheetModel::kTypedRole: return cell.text;
-    case Qt::EditRole: return cell.value;
+    case SheetModel::kTypedRole:
+      return cell.text;
+    case Qt::EditRole:
+      return cell.value;
     case Qt::CheckStateRole:
       return isFlag ? QVariant(cell.value.toBool() ? Qt::Checked : Qt::Unchecked) : QVariant();
     case Qt::FontRole:
-    case Qt::ForegroundRole: return lookOf(cell, role);
-    case SheetModel::kMetaRole: return QVariant::fromValue(static_cast<void*>(const_cast<FieldMeta*>(meta.get())));
-    default: return {};
+    case Qt::ForegroundRole:
+      return lookOf(cell, role);
+    case SheetModel::kMetaRole:
+      return QVariant::fromValue(static_cast<void*>(const_cast<FieldMeta*>(meta.get())));
+    default:
+      return {};
   }
 }
 
@@ -84,8 +90,7 @@ QVariant TablePageModel::headerData(int number, Qt::Orientation orientation, int
   return meta.unit.isEmpty() ? meta.title : meta.title + ", " + meta.unit;
 }
 
-TablePage::TablePage(TablePageModel* model, SheetDelegate* delegate, const QFont& font)
-    : view_(new QTableView(this)) {
+TablePage::TablePage(TablePageModel* model, SheetDelegate* delegate, const QFont& font) : view_(new QTableView(this)) {
   setFont(font);
   view_->setFont(font);
   view_->horizontalHeader()->setFont(font);

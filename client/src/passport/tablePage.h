@@ -38,9 +38,7 @@ class TablePageModel : public QAbstractTableModel {
   const std::vector<PageRow>& rows() const { return rows_; }
 
   int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : int(rows_.size()); }
-  int columnCount(const QModelIndex& parent = {}) const override {
-    return parent.isValid() ? 0 : int(columns_.size());
-  }
+  int columnCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : int(columns_.size()); }
   QVariant data(const QModelIndex& index, int role) const override;
   bool setData(const QModelIndex& index, const QVariant& value, int role) override;
   Qt::ItemFlags flags(const QModelIndex& index) const override;

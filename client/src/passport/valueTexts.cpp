@@ -109,19 +109,30 @@ QString ValueTexts::measText(const QVariant& locId, const QString& name) {
 
 QString ValueTexts::text(const FieldMeta& meta, const QVariant& value) {
   switch (meta.kind) {
-    case FieldKind::kReference: return sameValue(value, {}) ? QString::fromUtf8(kNothing) : value.toString();
-    case FieldKind::kMeasNumber: return measText(value, {});
-    case FieldKind::kFlag: return QString::fromUtf8(value.toBool() ? "Да" : "Нет");
-    default: break;
+    case FieldKind::kReference:
+      return sameValue(value, {}) ? QString::fromUtf8(kNothing) : value.toString();
+    case FieldKind::kMeasNumber:
+      return measText(value, {});
+    case FieldKind::kFlag:
+      return QString::fromUtf8(value.toBool() ? "Да" : "Нет");
+    default:
+      break;
   }
   if (!value.isValid()) return {};
   QString known;
   switch (meta.kind) {
-    case FieldKind::kChoice: known = choiceText(meta.choices, value.toLongLong()); break;
-    case FieldKind::kServerGroup: known = choiceText(serverGroups(), value.toLongLong()); break;
-    case FieldKind::kDateTime: return dateTimeText(fromServerTime(value.toDouble()));
-    case FieldKind::kDouble: return numberText(value.toDouble());
-    default: break;
+    case FieldKind::kChoice:
+      known = choiceText(meta.choices, value.toLongLong());
+      break;
+    case FieldKind::kServerGroup:
+      known = choiceText(serverGroups(), value.toLongLong());
+      break;
+    case FieldKind::kDateTime:
+      return dateTimeText(fromServerTime(value.toDouble()));
+    case FieldKind::kDouble:
+      return numberText(value.toDouble());
+    default:
+      break;
   }
   return known.isEmpty() ? plainText(value) : known;
 }

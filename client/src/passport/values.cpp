@@ -12,12 +12,18 @@ bool isText(int type) { return type == MDX_TEXT || type == MDX_MEMO; }
 QVariant variantOf(const MDRVar& value) {
   if (value.type == MDX_NONE || value.isNull) return {};
   switch (value.type) {
-    case MDX_BOOL: return value.flag != 0;
-    case MDX_INT32: return qlonglong(value.i32);
-    case MDX_INT64: return qlonglong(value.i64);
-    case MDX_FLOAT: return double(value.f32);
-    case MDX_DOUBLE: return double(value.f64);
-    default: return decode(value);
+    case MDX_BOOL:
+      return value.flag != 0;
+    case MDX_INT32:
+      return qlonglong(value.i32);
+    case MDX_INT64:
+      return qlonglong(value.i64);
+    case MDX_FLOAT:
+      return double(value.f32);
+    case MDX_DOUBLE:
+      return double(value.f64);
+    default:
+      return decode(value);
   }
 }
 
