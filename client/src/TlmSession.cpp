@@ -66,6 +66,7 @@ struct TlmSession::Private : TransportListener {
   // GUI thread
   bool submit(wire::Request request, MDXCliParam** reply);
   bool send(std::vector<wire::Request> requests, ReplyDesk::Sent sent);
+  void carryOut(MDXCliParam** reply);
   void onWake();
   void deliver();
   bool messagesWait() const;
@@ -117,8 +118,8 @@ void TlmSession::Private::onLine(bool alive, const std::string& why) {
 }
 
 bool TlmSession::Private::submit(wire::Request request, MDXCliParam** reply) {
-  if (reply) desk.letGo(reply);
   if (blockOpen) {
+    if (reply) desk.letGo(reply);
     blockRequests.push_back(std::move(request));
     blockReplies.push_back(reply);
     return true;
@@ -142,6 +143,13 @@ bool TlmSession::Private::send(std::vector<wire::Request> requests, ReplyDesk::S
   if (transport->send(id, std::move(block))) return true;
   desk.unsent(id);
   return false;
+}
+
+// Saves the hand-over to a thread and back where the transport can.
+void TlmSession::Private::carryOut(MDXCliParam** reply) {
+  const uint64_t id = desk.openId(reply);
+  if (id == 0) return;
+  if (auto answer = transport->carryOut(id)) desk.arrive(id, std::move(*answer));
 }
 
 void TlmSession::Private::hand(MDXCliParam** pointer, const wire::Reply& reply) {
@@ -232,6 +240,7 @@ bool TlmSession::BlockEnd(bool send, MDXCliParam** reply) {
 
 bool TlmSession::WaitResult(MDXCliParam** reply, int timeoutMs) {
   if (!reply) return false;
+  if (timeoutMs < 0) d_->carryOut(reply);
   auto collected = d_->desk.collect(reply, timeoutMs);
   if (!collected) return *reply != nullptr;
   for (const auto& [pointer, answer] : collected->replies) d_->hand(pointer, answer);

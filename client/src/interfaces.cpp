@@ -13,5 +13,6 @@ namespace tlm {
 
 TransportListener::~TransportListener() = default;
 ITransport::~ITransport() = default;
+std::optional<wire::BlockReply> ITransport::carryOut(uint64_t) { return std::nullopt; }
 
 }  // namespace tlm

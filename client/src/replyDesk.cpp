@@ -65,6 +65,12 @@ std::optional<ReplyDesk::Collected> ReplyDesk::collect(Pointer pointer, int time
   return collected;
 }
 
+uint64_t ReplyDesk::openId(Pointer pointer) const {
+  const std::lock_guard lock(mutex_);
+  const auto place = places_.find(pointer);
+  return place == places_.end() || done(place->second.id) ? 0 : place->second.id;
+}
+
 bool ReplyDesk::done(uint64_t id) const {
   const Entry& entry = entries_.at(id);
   return entry.answer || entry.lost;

@@ -54,6 +54,9 @@ class ReplyDesk {
   // nothing, the time is over or the line died; the pointer then waits no longer.
   std::optional<Collected> collect(Pointer pointer, int timeoutMs);
 
+  // The id whose answer the pointer still waits for, or 0.
+  uint64_t openId(Pointer pointer) const;
+
   void arrive(uint64_t id, wire::BlockReply reply);
   void loseAll(const std::string& why);  // no answer will come for what is under way
   std::vector<Refusal> takeRefusals();

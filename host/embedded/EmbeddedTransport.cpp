@@ -45,6 +45,17 @@ bool EmbeddedTransport::send(uint64_t id, wire::Block block) {
   return true;
 }
 
+std::optional<wire::BlockReply> EmbeddedTransport::carryOut(uint64_t id) {
+  wire::Block block;
+  {
+    const std::lock_guard lock(mutex_);
+    if (busy_ || jobs_.empty() || jobs_.front().id != id) return std::nullopt;
+    block = std::move(jobs_.front().block);
+    jobs_.pop_front();
+  }
+  return execute(block);
+}
+
 void EmbeddedTransport::subscribeEvents(const std::vector<int>& kinds) {
   if (listener_) core_.subscribe(this, kinds, -1);
 }
@@ -55,10 +66,12 @@ void EmbeddedTransport::subscribeValues(const std::vector<int>& locIds) {
 
 bool EmbeddedTransport::next(Job* job) {
   std::unique_lock lock(mutex_);
+  busy_ = false;
   wake_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
   if (jobs_.empty()) return false;
   *job = std::move(jobs_.front());
   jobs_.pop_front();
+  busy_ = true;
   return true;
 }
 

@@ -13,7 +13,8 @@
 namespace tlm {
 
 // Carries out the blocks of one session in order, on a thread of its own, so that a wait can end while a
-// long script still runs. The core must outlive it.
+// long script still runs; or on the caller's, when it waits without limit anyway and nothing else is under
+// way. The core must outlive it.
 //
 // The destructor waits for the block under way, and carries out what was sent before and writes; what only
 // reads is dropped.
@@ -24,6 +25,7 @@ class EmbeddedTransport : public ITransport, private server::Subscriber {
 
   void setListener(TransportListener* listener) override;
   bool send(uint64_t id, wire::Block block) override;
+  std::optional<wire::BlockReply> carryOut(uint64_t id) override;
   void subscribeEvents(const std::vector<int>& kinds) override;
   void subscribeValues(const std::vector<int>& locIds) override;
   bool alive() const override { return true; }
@@ -49,6 +51,7 @@ class EmbeddedTransport : public ITransport, private server::Subscriber {
   std::mutex mutex_;
   std::condition_variable wake_;
   std::deque<Job> jobs_;
+  bool busy_ = false;  // the worker has a block in hand
   bool stopping_ = false;
   std::thread worker_;
 };

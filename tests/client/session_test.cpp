@@ -180,6 +180,32 @@ TEST_F(Session, WakesUpWhenTheAnswerComesFromAnotherThread) {
   session.PrmFree(reply);
 }
 
+TEST_F(Session, LetsTheLineCarryOutWhatIsWaitedForWithoutLimit) {
+  line->carries = true;
+  MDXCliParam* reply = nullptr;
+  packet("ObjectHint", &reply);
+  EXPECT_TRUE(session.WaitResult(&reply, -1));
+  EXPECT_EQ(payload(reply), "reply to ObjectHint");
+  session.PrmFree(reply);
+}
+
+TEST_F(Session, DoesNotLetTheLineCarryOutWhatMayTimeOut) {
+  line->carries = true;
+  MDXCliParam* reply = nullptr;
+  packet("ObjectHint", &reply);
+  EXPECT_FALSE(session.WaitResult(&reply, 0));
+  EXPECT_EQ(line->carried, 0);
+}
+
+TEST_F(Session, DoesNotLetTheLineCarryOutWhatIsAnswered) {
+  line->handler = echo;
+  MDXCliParam* reply = nullptr;
+  packet("ObjectHint", &reply);
+  EXPECT_TRUE(session.WaitResult(&reply, -1));
+  EXPECT_EQ(line->carried, 0);
+  session.PrmFree(reply);
+}
+
 TEST_F(Session, EndsAWaitWithoutLimitWhenTheLineDies) {
   MDXCliParam* reply = nullptr;
   packet("ObjectHint", &reply);

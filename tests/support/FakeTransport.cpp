@@ -9,6 +9,14 @@ bool FakeTransport::send(uint64_t id, wire::Block block) {
   return true;
 }
 
+std::optional<wire::BlockReply> FakeTransport::carryOut(uint64_t id) {
+  ++carried;
+  for (const Sent& one : sent) {
+    if (carries && one.id == id) return echo(one.block);
+  }
+  return std::nullopt;
+}
+
 wire::BlockReply echo(const wire::Block& block) {
   wire::BlockReply reply;
   for (const wire::Request& request : block.requests) {

@@ -27,6 +27,7 @@ class FakeTransport : public ITransport {
 
   void setListener(TransportListener* listener) override { listener_ = listener; }
   bool send(uint64_t id, wire::Block block) override;
+  std::optional<wire::BlockReply> carryOut(uint64_t id) override;
   void subscribeEvents(const std::vector<int>& kinds) override { eventKinds = kinds; }
   void subscribeValues(const std::vector<int>& locIds) override { valueIds = locIds; }
   bool alive() const override { return !refuses; }
@@ -41,6 +42,8 @@ class FakeTransport : public ITransport {
   std::vector<int> eventKinds;
   std::vector<int> valueIds;
   Handler handler;       // answers each block as it is sent
+  bool carries = false;  // carryOut answers with an echo
+  int carried = 0;       // how often it was asked
   bool refuses = false;  // send gives false
 
  private:

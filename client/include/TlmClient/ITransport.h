@@ -6,6 +6,8 @@
 #include <TlmWire/messages.h>
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace tlm {
@@ -30,6 +32,11 @@ class TLMCLIENT_API ITransport {
   // Sends a block (a request outside a block is a block of one); the answer comes under `id`. False when
   // the line is dead or the block is over the size limit.
   virtual bool send(uint64_t id, wire::Block block) = 0;
+
+  // The caller is about to wait for that answer without limit. A transport whose server is in the same process
+  // may carry the block out at once, on the calling thread, when nothing that was sent before is still to be
+  // done: its answer is returned, and onReply is not called for it. Empty otherwise.
+  virtual std::optional<wire::BlockReply> carryOut(uint64_t id);
 
   // Each replaces the whole list.
   virtual void subscribeEvents(const std::vector<int>& kinds) = 0;
