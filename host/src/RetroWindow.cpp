@@ -32,6 +32,7 @@ RetroWindow::RetroWindow(server::Core& core, QWidget* parent)
   heading_->setFont(bold);
   table_->setHorizontalHeaderLabels({"Время", "Значение", "Качество"});
   table_->verticalHeader()->hide();
+  table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 8);
   table_->horizontalHeader()->setStretchLastSection(true);
   table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
