@@ -405,6 +405,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   void rememberSheet(const QStringList& keys, const QString& number);
   // _saving
   bool checkedForSave(const QStringList& tables, const QList<CMDArray*>& arrays, bool single);
+  bool keepsNumber(const CMDArray& array, int locId) const;
   QString refusal(const QString& table, CMDArray* array, bool single);
   void queueRecords(const QString& table, CMDArray& source, bool insert, bool calculationsMayInsert);
   bool endBlock(bool wait);

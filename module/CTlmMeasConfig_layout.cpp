@@ -191,8 +191,10 @@ void CTlmMeasConfig::ChangeToolBarCfg() {
 void CTlmMeasConfig::ExecTlBarCfgAction() {
   const auto* action = qobject_cast<QAction*>(sender());
   if (!action) return;
+  const QString key = action->data().toString();
   QModelIndex index;
-  if (!FindKeyLink(action->data().toString(), index)) return;
+  if (!FindKeyLink(key, index)) return;
   ui->tV_MeasConfig->scrollTo(index);
-  ui->tV_MeasConfig->setCurrentIndex(index);
+  // Opening what is above the row may have sorted its level.
+  ui->tV_MeasConfig->setCurrentIndex(treeModel->findByKey(key));
 }

@@ -25,6 +25,7 @@ constexpr int kHintPeriodMs = 3000;
 
 constexpr int kPathBarHeight = 16;
 constexpr int kFindBarHeight = 24;
+constexpr int kSmallIcon = 16;
 constexpr int kNameSectionSize = 600;
 
 // The four rules of the path bar, in their order.
@@ -90,6 +91,7 @@ void CTlmMeasConfig::makePathBar() {
   toolBarCfg = new QToolBar(this);
   toolBarCfg->setParent(ui->frame);
   toolBarCfg->setObjectName(QStringLiteral("toolBarCfg"));
+  toolBarCfg->setIconSize(QSize(kSmallIcon, kSmallIcon));
   toolBarCfg->setGeometry(0, 1, ui->tV_MeasConfig->width(), kPathBarHeight);
   ui->verticalLayout_2->insertWidget(0, toolBarCfg);
   QString style;
@@ -111,6 +113,7 @@ void CTlmMeasConfig::makeFindBar() {
   toolBarFind->setParent(ui->frame);
   toolBarFind->setToolButtonStyle(Qt::ToolButtonIconOnly);
   toolBarFind->setObjectName(QStringLiteral("toolBarFind"));
+  toolBarFind->setIconSize(QSize(kSmallIcon, kSmallIcon));
   const int left = ui->tV_MeasConfig->height() + toolBarCfg->height() - kFindBarHeight;
   toolBarFind->setGeometry(left, 1, ui->tV_MeasConfig->width(), kFindBarHeight);
   ui->verticalLayout_2->addWidget(toolBarFind);

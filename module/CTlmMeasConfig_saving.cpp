@@ -127,10 +127,20 @@ bool CTlmMeasConfig::CheckLocId(QString table, CMDArray* array, bool isNew) {
   if (!isFilled(table, "Measurement", array)) return false;
   int locId = 0;
   if (!asInt(*array, "locId", locId)) return false;
-  if (!isNew && QString::number(locId) == currentRowName) return false;
+  if (!isNew && keepsNumber(*array, locId)) return false;
   bool busy = false;
   LocIdIsBusy(locId, busy);
   return busy;
+}
+
+// The number is that of the selected row, or the one that the record's own object has: an edit can wait while
+// another object is shown.
+bool CTlmMeasConfig::keepsNumber(const CMDArray& array, int locId) const {
+  if (QString::number(locId) == currentRowName) return true;
+  const QString key = fieldText(array, MDARec(array.array, 0, 0), 0, moduleCodec);
+  const MDRData* row = key.isEmpty() ? nullptr : seekText(measRecords, 0, key, moduleCodec);
+  int32_t held = 0;
+  return row && MDRGetAsInt32(MDRFldByName(measRecords.array, "locId"), row, &held) >= 0 && held == locId;
 }
 
 bool CTlmMeasConfig::CheckNullLocId(QString table, CMDArray* array) {

@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <QApplication>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QTest>
 
@@ -36,7 +38,10 @@ unit Без папки
 class ModuleWindow : public testing::Test {
  protected:
   explicit ModuleWindow(const char* model = kSmallModel)
-      : server(model), app(*server.core()), module(std::make_unique<CTlmMeasConfig>(&app)) {}
+      : server(model),
+        host(std::make_unique<TestApp>(*server.core())),
+        app(*host),
+        module(std::make_unique<CTlmMeasConfig>(&app)) {}
 
   void start() {
     module->show();
@@ -55,9 +60,18 @@ class ModuleWindow : public testing::Test {
     return index;
   }
 
+  // Brings a row into sight. Opening what is above it may sort the rows, so the index is looked up again.
+  QModelIndex reveal(const QModelIndex& index) {
+    const QString rowKey = index.data(kKeyRole).toString();
+    tree()->scrollTo(index.sibling(index.row(), 0));
+    if (rowKey.isEmpty()) return index;
+    const QModelIndex row = module->treeModel->findByKey(rowKey);
+    return row.sibling(row.row(), index.column());
+  }
+
   // What a click of the left button on the row does.
-  void click(const QModelIndex& index, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    tree()->scrollTo(index);
+  void click(const QModelIndex& at, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    const QModelIndex index = reveal(at);
     QTest::mouseClick(tree()->viewport(), Qt::LeftButton, modifiers, tree()->visualRect(index).center());
     settle();
   }
@@ -78,14 +92,19 @@ class ModuleWindow : public testing::Test {
     QTreeView* sheet = module->ui->tV_Prop;
     const QModelIndex cell = field(title);
     ASSERT_TRUE(cell.isValid()) << title;
+    module->activateWindow();
+    sheet->setFocus();
     sheet->scrollTo(cell);
     sheet->setCurrentIndex(cell);
     sheet->edit(cell);
-    auto* editor = sheet->viewport()->findChild<QLineEdit*>();
+    auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
     ASSERT_NE(editor, nullptr) << title;
     editor->selectAll();
     QTest::keyClick(editor, Qt::Key_Delete);
-    QTest::keyClicks(editor, text);
+    for (const QChar& letter : text) {  // QTest's own keys know Latin letters alone
+      QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, letter);
+      QCoreApplication::sendEvent(editor, &press);
+    }
     QTest::keyClick(editor, Qt::Key_Return);
     settle();
   }
@@ -93,7 +112,8 @@ class ModuleWindow : public testing::Test {
   QString shownName(const char* name) { return find(name).data().toString(); }
 
   EmbeddedServer server;
-  TestApp app;
+  std::unique_ptr<TestApp> host;
+  TestApp& app;
   std::unique_ptr<CTlmMeasConfig> module;
 };
 

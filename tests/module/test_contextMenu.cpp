@@ -13,10 +13,7 @@ class ContextMenu : public ModuleWindow {
     emit tree()->customContextMenuRequested(pos);
     settle();
   }
-  void request(const QModelIndex& index) {
-    tree()->scrollTo(index);
-    request(tree()->visualRect(index).center());
-  }
+  void request(const QModelIndex& index) { request(tree()->visualRect(reveal(index)).center()); }
   // The operator's entries that are there: M D T R, small ones when they are disabled.
   QString tools() {
     const std::pair<QAction*, QChar> all[] = {
@@ -84,8 +81,7 @@ TEST_F(ContextMenu, StaysAwayFromTheHeader) {
 
 TEST_F(ContextMenu, ComesOfARightClick) {
   start();
-  const QModelIndex row = find("P Т-1");
-  tree()->scrollTo(row);
+  const QModelIndex row = reveal(find("P Т-1"));
   const QPoint at = tree()->visualRect(row).center();
   QContextMenuEvent event(QContextMenuEvent::Mouse, at, tree()->viewport()->mapToGlobal(at));
   QCoreApplication::sendEvent(tree()->viewport(), &event);

@@ -26,7 +26,7 @@ class Save : public ModuleWindow {
       const bool isBool = target->type == MDX_BOOL;
       const bool isText = target->type == MDX_TEXT || target->type == MDX_MEMO;
       if (!bytes.isEmpty() || isText)
-        array.SetVal(record, name.toLatin1(), isText ? textVar(bytes) : isBool ? boolVar(number) : intVar(number));
+        array.SetVal(record, target->number, isText ? textVar(bytes) : isBool ? boolVar(number) : intVar(number));
     }
     array.RecPost(record);
   }
@@ -124,6 +124,14 @@ TEST_F(Save, OwnNumberIsNotAskedForUnlessNew) {
   EXPECT_EQ(app.log, QStringList());
   EXPECT_TRUE(numberTaken({"locId=1001"}, true));
   EXPECT_EQ(app.log.filter("CalcExec").size(), 1);
+}
+
+TEST_F(Save, NumberOfAnotherObjectWhoseEditWaitsIsItsOwn) {
+  start();
+  find("P Т-1");
+  module->currentRowName = "1001";
+  EXPECT_FALSE(numberTaken({"KeyLink=" + key("Q Т-1"), "locId=1002"}, false));
+  EXPECT_TRUE(numberTaken({"KeyLink=" + key("Q Т-1"), "locId=1003"}, false));
 }
 
 TEST_F(Save, ServerGroupMustBeOneAtLeast) {
@@ -225,8 +233,9 @@ TEST_F(Save, UpdateTravelsInOneBlockUnwaited) {
   type("Примечание", "проверено");
   app.log.clear();
   module->actSave->trigger();
-  EXPECT_EQ(writes(), (QStringList{"BlockBeg", "SqlUpdate IdentifiedObject 1 records",
-                                   "SqlUpdate Measurement 1 records", "BlockEnd unwaited"}));
+  EXPECT_EQ(writes(),
+            (QStringList{"BlockBeg", "SqlUpdate IdentifiedObject 1 records", "SqlUpdate Measurement 1 records",
+                         "SqlUpdate Analog 1 records", "BlockEnd unwaited"}));
   EXPECT_FALSE(module->passportEdited);
   EXPECT_FALSE(module->actSave->isEnabled());
   EXPECT_TRUE(module->actDel->isEnabled());

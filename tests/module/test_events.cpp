@@ -1,0 +1,359 @@
+// What the server publishes: decoding, merging, and what the window makes of it.
+#include "Events.h"
+
+#include <QLineEdit>
+
+#include "ModuleWindow.h"
+#include "RecordAccess.h"
+
+namespace tlm::test {
+namespace {
+
+// A message as the session hands it over. The image is a record of `array`, or none.
+class Message {
+ public:
+  Message(int kind, const QByteArray& key, const QByteArray& param, const CMDArray* array = nullptr,
+          MDRData* record = nullptr, int typeNumber = MDX_TYPE_EVENT) {
+    const uint8_t types[] = {MDX_INT64, MDX_INT32, MDX_DOUBLE, MDX_INT32, MDX_MEMO, MDX_MEMO, MDX_MEMO, MDX_MEMO};
+    message_ = MDXParamNew(typeNumber, types, 8);
+    set(MDX_EVENT_KIND, intVar(kind));
+    set(MDX_EVENT_KEY, textVar(key));
+    set(MDX_EVENT_PARAM, textVar(param));
+    if (!record) return;
+    EXPECT_GE(MDRRecPack(array->array, record, 1, 1), 0);
+    set(MDX_EVENT_IMAGE, textVar(QByteArray(reinterpret_cast<char*>(record->packed), int(record->packedLength))));
+  }
+  ~Message() { MDXParamFree(message_); }
+  MDXCliParam* get() { return message_; }
+
+ private:
+  void set(int position, MDRVar value) { MDRSetVal(MDXParamFld(message_, position), message_, &value); }
+  MDXCliParam* message_;
+};
+
+class Events : public ModuleWindow {
+ protected:
+  QByteArray encoded(const QString& text) { return module->moduleCodec->fromUnicode(text); }
+
+  // Sends a change of an object: fields of the structure as "name=value", the carried ones; "name" alone is a
+  // carried null, "~name=value" a field that is not carried.
+  void send(int kind, const char* name, const char* table, const CMDArray& structure, const QStringList& fields) {
+    CMDArray image;
+    MDACopy(image.array, structure.array, 0);
+    MDRData* record = MDARecNew(image.array);
+    for (QString each : fields) {
+      const bool carried = !each.startsWith('~');
+      if (!carried) each.remove(0, 1);
+      const QByteArray field = each.section('=', 0, 0).toLatin1();
+      const MDRField* target = MDRFldByName(image.array, field.constData());
+      ASSERT_NE(target, nullptr) << field.constData();
+      if (each.contains('=')) put(image, record, field, each.section('=', 1));
+      if (carried) MDRSetUser(target, record, 1);
+    }
+    MDRData* posted = image.RecPost(record);
+    Message message(kind, key(name).toLatin1(), "tbl=" + QByteArray(table) + ",x=1", &image, posted);
+    EXPECT_EQ(module->MessageData(message.get()), 1);
+  }
+  void put(CMDArray& array, MDRData* record, const QByteArray& field, const QString& text) {
+    const QByteArray bytes = encoded(text);
+    const uint8_t type = MDRFldByName(array.array, field.constData())->type;
+    const bool isText = type == MDX_TEXT || type == MDX_MEMO;
+    array.SetVal(record, field.constData(),
+                 isText             ? textVar(bytes)
+                 : type == MDX_BOOL ? boolVar(text == "1")
+                                    : intVar(text.toInt()));
+  }
+  QString held(const CMDArray& array, const char* name, const char* field) {
+    MDRData* record = seekText(array, 0, key(name), module->moduleCodec);
+    return record ? fieldText(array, record, field, module->moduleCodec) : "absent";
+  }
+};
+
+// ---- decoding --------------------------------------------------------------------------------------------
+
+struct TableCase {
+  const char* name;
+  int kind;
+  const char* param;
+  const char* table;
+};
+
+void PrintTo(const TableCase& row, std::ostream* out) { *out << row.name; }
+
+class EventTable : public testing::TestWithParam<TableCase> {};
+
+TEST_P(EventTable, IsCutOutOfTheParameter) {
+  Message message(GetParam().kind, "K", GetParam().param);
+  EXPECT_EQ(TEventNciParse(message.get(), QTextCodec::codecForName("Windows-1251")).table, GetParam().table);
+}
+
+const TableCase kTables[] = {
+    {"Added", 601, "tbl=Measurement,op=1", "Measurement"},
+    {"Changed", 602, "tbl=Analog,", "Analog"},
+    {"Deleted", 603, "tbl=RemoteUnit,a,b", "RemoteUnit"},
+    {"Other", 631, "tbl=Tables,x", "Tables"},
+    {"PrefixIsNotLookedAt", 602, "abcdTables,x", "Tables"},
+    {"WithoutAComma", 602, "tbl=Measurement", ""},
+    {"TooShort", 602, "a,b", ""},
+    {"Empty", 602, "", ""},
+    {"Receipt", 903, "id=1001,res=2", ""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Module, EventTable, testing::ValuesIn(kTables),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST(EventParse, ReadsKindKeyAndText) {
+  Message message(602, "KEY", "tbl=Analog,x");
+  const TEventNciParse ev(message.get(), QTextCodec::codecForName("Windows-1251"));
+  EXPECT_EQ(ev.kind, 602);
+  EXPECT_STREQ(ev.key, "KEY");
+  EXPECT_STREQ(ev.paramText, "tbl=Analog,x");
+  EXPECT_EQ(ev.var.fieldCount, 0);
+}
+
+TEST(ReceiptParse, ReadsTheNumbers) {
+  Message both(903, "K", "id=1001,res=17");
+  EXPECT_EQ(TEventTuParse(both.get()).locId, 1001);
+  EXPECT_EQ(TEventTuParse(both.get()).extra, 17);
+  EXPECT_EQ(TEventTuParse(both.get()).kind, 903);
+  Message one(903, "K", "id=1001");
+  EXPECT_EQ(TEventTuParse(one.get()).extra, 0);
+  Message none(903, "K", "");
+  EXPECT_EQ(TEventTuParse(none.get()).locId, 0);
+}
+
+// ---- merging ---------------------------------------------------------------------------------------------
+
+TEST_F(Events, OfAnotherTypeAreIgnored) {
+  start();
+  const QString before = shownName("P Т-1");
+  Message message(602, key("P Т-1").toLatin1(), "tbl=IdentifiedObject,", nullptr, nullptr, MDX_TYPE_PARAM);
+  app.log.clear();
+  EXPECT_EQ(module->MessageData(message.get()), 1);
+  EXPECT_EQ(app.log, QStringList());
+}
+
+TEST_F(Events, OfUnknownKindsAndTablesAreDropped) {
+  start();
+  app.log.clear();
+  for (int kind : {600, 604, 631, 700})
+    send(kind, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=X"});
+  send(602, "P Т-1", "Terminal", module->strIdentifiedObject, {"name_=X"});
+  EXPECT_EQ(app.log, QStringList());
+  EXPECT_EQ(shownName("P Т-1"), "P Т-1");
+}
+
+TEST_F(Events, NewNameReachesTheRowAndTheTree) {
+  start();
+  find("P Т-1");
+  send(602, "P Т-1", "identifiedobject", module->strIdentifiedObject, {"name_=P новое"});
+  EXPECT_EQ(held(module->measRecords, "P Т-1", "name_"), "P новое");
+  EXPECT_EQ(shownName("P Т-1"), "P новое");
+}
+
+TEST_F(Events, NewNameOfAUnitReachesItsRow) {
+  start();
+  send(602, "КП-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=КП-1 новое"});
+  EXPECT_EQ(shownName("КП-1"), "КП-1 новое");
+}
+
+TEST_F(Events, FieldsThatAreNotCarriedStay) {
+  start();
+  find("P Т-1");
+  send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"~name_=X", "description=Y"});
+  EXPECT_EQ(held(module->measRecords, "P Т-1", "name_"), "P Т-1");
+}
+
+TEST_F(Events, CarriedNullClearsTheValue) {
+  start();
+  find("P Т-1");
+  send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_"});
+  EXPECT_EQ(held(module->measRecords, "P Т-1", "name_"), "");
+  EXPECT_EQ(shownName("P Т-1"), "");
+}
+
+TEST_F(Events, OfAnObjectThatIsNotHereChangeNothing) {
+  start();
+  const int before = MDARecCount(module->measRecords.array);
+  app.log.clear();
+  send(602, "Q-110", "IdentifiedObject", module->strIdentifiedObject, {"name_=X"});
+  send(602, "Q-110", "Measurement", module->strMeasurement, {"locId=5"});
+  EXPECT_EQ(MDARecCount(module->measRecords.array), before);
+  EXPECT_EQ(app.log, QStringList());
+}
+
+TEST_F(Events, NewNumberOfAMeasurementIsShown) {
+  start();
+  find("P Т-1");
+  send(602, "P Т-1", "Measurement", module->strMeasurement, {"locId=1777", "work_=0"});
+  EXPECT_EQ(numberOf(find("P Т-1")), "1777");
+  EXPECT_EQ(find("P Т-1").data(Qt::ForegroundRole).value<QColor>(), QColor(125, 125, 125));
+}
+
+TEST_F(Events, UnitOutOfServiceTurnsGrey) {
+  start();
+  send(602, "КП-1", "RemoteUnit", module->strRemoteUnit, {"StateRtu=0"});
+  EXPECT_EQ(find("КП-1").data(Qt::ForegroundRole).value<QColor>(), QColor(125, 125, 125));
+}
+
+TEST_F(Events, FolderGetsItsNewCaption) {
+  start();
+  send(602, "ОРУ-110", "RemoteUnitFolder", module->strRemoteUnitFolder, {"caption=ОРУ-220"});
+  EXPECT_EQ(shownName("ОРУ-110"), "ОРУ-220");
+}
+
+TEST_F(Events, SheetMovesToTheChangedObjectAndTheSelectionStays) {
+  start();
+  find("P Т-1");
+  click("Q-110");
+  send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=P новое"});
+  EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
+  EXPECT_EQ(tree()->currentIndex(), find("Q-110"));
+}
+
+TEST_F(Events, WithoutAnImageStillShowTheObjectAgain) {
+  start();
+  click("P Т-1");
+  app.log.clear();
+  Message message(602, key("P Т-1").toLatin1(), "tbl=IdentifiedObject,x");
+  module->MessageData(message.get());
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 1);
+  EXPECT_EQ(shownName("P Т-1"), "P Т-1");
+}
+
+TEST_F(Events, OfASubclassShowTheObjectAgainWhereItIsShown) {
+  start();
+  click("P Т-1");
+  for (const char* table : {"Analog", "Accumulator", "StringMeasurement", "Discrete"}) {
+    app.log.clear();
+    send(602, "P Т-1", table, module->strAnalog, {});
+    EXPECT_EQ(app.log.filter("LiteModel").size(), 1) << table;
+    app.log.clear();
+    send(602, "Q-110", table, module->strAnalog, {});
+    EXPECT_EQ(app.log.filter("LiteModel").size(), 0) << table;
+  }
+}
+
+TEST_F(Events, CheckTuReachesRowAndNode) {
+  start();
+  const QModelIndex row = find("Q-110");
+  ASSERT_TRUE(nodeOf(row)->checkTu);
+  send(602, "Q-110", "Discrete", module->strDiscrete, {"CheckTu=0"});
+  EXPECT_FALSE(nodeOf(row)->checkTu);
+  send(602, "Q-110", "Discrete", module->strDiscrete, {"CheckTu=1"});
+  EXPECT_TRUE(nodeOf(row)->checkTu);
+  send(602, "Q-110", "Discrete", module->strDiscrete, {"~CheckTu=0"});
+  EXPECT_TRUE(nodeOf(row)->checkTu);
+  send(602, "Q-110", "Discrete", module->strDiscrete, {"CheckTu"});
+  EXPECT_FALSE(nodeOf(row)->checkTu);
+}
+
+TEST_F(Events, OwnMovesAreForgottenWhenTheyComeBack) {
+  start();
+  find("P Т-1");
+  module->ownMoves = QStringList{key("КП-1"), key("P Т-1"), key("КП-1")};
+  send(602, "КП-1", "RemoteUnit", module->strRemoteUnit, {"SrvGroup=2"});
+  EXPECT_EQ(module->ownMoves, QStringList{key("P Т-1")});
+  send(602, "P Т-1", "Measurement", module->strMeasurement, {"work_=1"});
+  EXPECT_TRUE(module->ownMoves.isEmpty());
+}
+
+TEST_F(Events, CalculationsAreAddedAndChanged) {
+  start();
+  CMDArray structure;
+  MDACopy(structure.array, module->tblCalculations.array, 0);
+  send(602, "Расчет", "Calculations", structure, {"KeyLink=" + key("Расчет"), "fname=RES1"});
+  EXPECT_EQ(held(module->tblCalculations, "Расчет", "fname"), "absent");
+  send(601, "Расчет", "Calculations", structure, {"KeyLink=" + key("Расчет"), "fname=RES1"});
+  EXPECT_EQ(held(module->tblCalculations, "Расчет", "fname"), "RES1");
+  send(602, "Расчет", "Calculations", structure, {"fname=RES2"});
+  EXPECT_EQ(held(module->tblCalculations, "Расчет", "fname"), "RES2");
+}
+
+TEST_F(Events, DeletedCalculationStaysInTheTable) {
+  start();
+  CMDArray structure;
+  MDACopy(structure.array, module->tblCalculations.array, 0);
+  send(601, "Расчет", "Calculations", structure, {"KeyLink=" + key("Расчет"), "fname=RES1"});
+  Message message(603, key("Расчет").toLatin1(), "tbl=Calculations,x");
+  module->MessageData(message.get());
+  EXPECT_EQ(held(module->tblCalculations, "Расчет", "fname"), "RES1");
+}
+
+TEST_F(Events, ChangedFieldIsFoundByItsNameInTheStructure) {
+  start();
+  CMDArray image;
+  MDACopy(image.array, module->strMeasurement.array, 0);
+  MDRData* record = MDARecNew(image.array);
+  const MDRField* number = MDRFldByName(image.array, "locId");
+  image.SetValF(record, number->number, intVar(5));
+  put(image, record, "RemoteUnitKey", "U");
+  Message message(602, "K", "tbl=Measurement,x", &image, image.RecPost(record));
+  TEventNciParse ev(message.get(), module->moduleCodec);
+  MDRVar value{};
+  EXPECT_TRUE(module->FieldIsChanged(ev, "LOCID", &module->strMeasurement, value));
+  EXPECT_EQ(value.i64, 5);
+  EXPECT_FALSE(module->FieldIsChanged(ev, "work_", &module->strMeasurement, value));
+  EXPECT_FALSE(module->FieldIsChanged(ev, "RemoteUnitKey", &module->strMeasurement, value));
+  EXPECT_EQ(module->getRemoteUnitKey(ev, &module->strMeasurement), "U");
+}
+
+// ---- receipts --------------------------------------------------------------------------------------------
+
+struct ReceiptCase {
+  const char* name;
+  int kind;
+  const char* text;
+  int icon;
+};
+
+void PrintTo(const ReceiptCase& row, std::ostream* out) { *out << row.name; }
+
+class Receipts : public Events, public testing::WithParamInterface<ReceiptCase> {};
+
+TEST_P(Receipts, AreShownForOwnCommands) {
+  start();
+  module->pendingTelecontrol = QList<int>{1003, 1003, 1006};
+  Message message(GetParam().kind, key("Q-110").toLatin1(), "id=1003,res=0");
+  module->MessageData(message.get());
+  EXPECT_EQ(module->pendingTelecontrol, (QList<int>{1003, 1006}));
+  CPopMessageBox* box = waitingBox();
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->titleText(), "Квитанция телеуправления");
+  EXPECT_EQ(box->messageText(), GetParam().text);
+  EXPECT_EQ(box->icon(), GetParam().icon);
+  EXPECT_EQ(box->type(), 2);
+  answerBox(box, 0);
+}
+
+const ReceiptCase kReceipts[] = {
+    {"Done", 903, "Команда телеуправления выполнена успешно", 4},
+    {"Refused", 902, "Команда телеуправления не выполнена", 3},
+    {"TimedOut", 904, "Команда телеуправления не выполнена по таймауту", 3},
+};
+
+INSTANTIATE_TEST_SUITE_P(Module, Receipts, testing::ValuesIn(kReceipts),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST_F(Events, ReceiptOfAForeignCommandIsDropped) {
+  start();
+  Message message(903, key("Q-110").toLatin1(), "id=1003,res=0");
+  module->MessageData(message.get());
+  EXPECT_EQ(waitingBox(), nullptr);
+}
+
+TEST_F(Events, ReceiptRefreshesTheValueOfTheObjectShown) {
+  start();
+  click("Q-110");
+  for (const auto& [name, requests] : {std::pair{"Q-110", 1}, {"Р-110", 0}}) {
+    module->pendingTelecontrol = QList<int>{1003};
+    app.log.clear();
+    Message message(903, key(name).toLatin1(), "id=1003,res=0");
+    module->MessageData(message.get());
+    EXPECT_EQ(app.log.filter("ObjectHint").size(), requests) << name;
+    answerBox(waitingBox(), 0);
+  }
+}
+
+}  // namespace
+}  // namespace tlm::test
