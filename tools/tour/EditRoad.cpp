@@ -1,5 +1,6 @@
 #include "EditRoad.h"
 
+#include <TlmClient/CTlmCliMod.h>
 #include <TlmServer/ModelTables.h>
 
 #include <QApplication>
@@ -84,6 +85,7 @@ bool EditRoad::open() {
 }
 
 void EditRoad::showWindow() {
+  stage_->dragSplitter(700);  // room for the long names of the passport
   report_.step("window-open", "Конфигуратор телеметрии", stage_->window()->module()->windowTitle(), stage_->window());
 }
 
@@ -99,14 +101,19 @@ void EditRoad::showTree() {
                QString("%1 rows at the top").arg(model->rowCount()), nullptr);
 }
 
-// Opens the way down to a unit with the right arrow key, as far as its groups.
+// Opens the way down to the first unit with the arrow keys, as far as its groups.
 QModelIndex EditRoad::expandUnit(const QString& step) {
   QTreeView* tree = stage_->tree();
   QModelIndex at = tree->model()->index(0, 0);
   stage_->click(tree, at);
   while (at.isValid() && at.data(kClassRole).toString() != "RemoteUnit") {
-    stage_->key(tree, Qt::Key_Right);
-    stage_->key(tree, Qt::Key_Right);
+    if (tree->model()->hasChildren(at)) {
+      stage_->key(tree, Qt::Key_Right);
+      stage_->key(tree, Qt::Key_Right);
+    } else {
+      stage_->key(tree, Qt::Key_Down);  // an empty folder
+    }
+    if (tree->currentIndex() == at) return {};
     at = tree->currentIndex();
   }
   stage_->key(tree, Qt::Key_Right);
@@ -170,9 +177,8 @@ void EditRoad::reopen() {
   report_.step("store-opened-again", "opened", opened ? "opened" : "refused", opened ? stage_->window() : nullptr);
   if (!opened) return;
   expandUnit("unit-expanded-again");
-  const QModelIndex measurement = stage_->rowByKey(key_);
-  stage_->tree()->expand(measurement.parent());
-  stage_->click(stage_->tree(), measurement);
+  stage_->tree()->expand(stage_->rowByKey(key_).parent());  // which sorts the group, so the row may move
+  stage_->click(stage_->tree(), stage_->rowByKey(key_));
   report_.step("name-still-there", name_, stage_->tree()->currentIndex().data().toString(), stage_->window());
   stage_->core().unsubscribe(listener_.get());
   stage_.reset();

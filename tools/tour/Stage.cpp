@@ -4,6 +4,9 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QMouseEvent>
+#include <QSplitter>
+#include <QSplitterHandle>
 #include <QtTest/QTest>
 
 #include <cstdio>
@@ -45,8 +48,8 @@ QAction* Stage::action(const QString& text) const {
 
 QModelIndex Stage::row(const QTreeView* view, const QString& text) const {
   const QAbstractItemModel* model = view->model();
-  const QModelIndexList hits = model->match(model->index(0, 0), Qt::DisplayRole, text, 1,
-                                            Qt::MatchFlags(Qt::MatchExactly | Qt::MatchRecursive));
+  const QModelIndexList hits =
+      model->match(model->index(0, 0), Qt::DisplayRole, text, 1, Qt::MatchFlags(Qt::MatchExactly | Qt::MatchRecursive));
   return hits.value(0);
 }
 
@@ -67,6 +70,17 @@ void Stage::click(QTreeView* view, const QModelIndex& index) const {
 void Stage::doubleClick(QTreeView* view, const QModelIndex& index) const {
   click(view, index);
   QTest::mouseDClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->visualRect(index).center());
+  QApplication::processEvents();
+}
+
+void Stage::dragSplitter(int x) const {
+  QSplitterHandle* handle = child<QSplitter>("splitter")->handle(1);
+  const QPoint grip = handle->rect().center();
+  QTest::mousePress(handle, Qt::LeftButton, Qt::NoModifier, grip);
+  const QPoint to(x - handle->x() + grip.x(), grip.y());
+  QMouseEvent move(QEvent::MouseMove, to, handle->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(handle, &move);
+  QTest::mouseRelease(handle, Qt::LeftButton, Qt::NoModifier, grip);
   QApplication::processEvents();
 }
 

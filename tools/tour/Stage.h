@@ -7,6 +7,7 @@
 #include <host/src/moduleLibrary.h>
 
 #include <QAction>
+#include <QApplication>
 #include <QModelIndex>
 #include <QTreeView>
 
@@ -37,6 +38,7 @@ class Stage {
 
   void click(QTreeView* view, const QModelIndex& index) const;
   void doubleClick(QTreeView* view, const QModelIndex& index) const;
+  void dragSplitter(int x) const;  // the edge between tree and passport, to x pixels from the left
   void key(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const;
 
   // Runs the event loop until the condition holds; false after ten seconds.
