@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   qputenv("QT_STYLE_OVERRIDE", "fusion");
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   testing::InitGoogleTest(&argc, argv);
+  if (testing::GTEST_FLAG(list_tests)) return RUN_ALL_TESTS();  // a list needs no screen
   otherMessages = qInstallMessageHandler(passMessage);
   QApplication app(argc, argv);
   app.setPalette(tlm::workstationPalette());
