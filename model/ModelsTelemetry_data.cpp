@@ -82,7 +82,9 @@ QVariant MeasConfTreeModel::decoration(const myConfNode& node) const {
 QVariant MeasConfTreeModel::icon(const char* path) const {
   const auto known = std::find_if(icons_.begin(), icons_.end(), [&](const auto& entry) { return entry.first == path; });
   if (known != icons_.end()) return known->second;
-  icons_.emplace_back(path, QVariant::fromValue(QIcon(tr(path))));
+  QIcon icon(tr(path));
+  icon.addFile(tr(path), QSize(), QIcon::Selected);  // not tinted on a selected row
+  icons_.emplace_back(path, QVariant::fromValue(icon));
   return icons_.back().second;
 }
 

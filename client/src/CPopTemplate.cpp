@@ -66,14 +66,14 @@ void CPopTemplate::showEvent(QShowEvent* event) {
 
 void CPopTemplate::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  const QColor accent = palette().color(QPalette::Active, QPalette::Highlight);
+  const QColor accent = palette().color(QPalette::Active, QPalette::Link);
   painter.fillRect(rect(), palette().color(QPalette::Window));
   const QRect bar(0, 0, width(), kTitleHeight);
   painter.fillRect(bar, accent);
   QFont bold = font();
   bold.setBold(true);
   painter.setFont(bold);
-  painter.setPen(palette().color(QPalette::Active, QPalette::HighlightedText));
+  painter.setPen(palette().color(QPalette::Active, QPalette::BrightText));
   const QRect room = bar.adjusted(kInner, 0, -kInner, 0);
   painter.drawText(room, Qt::AlignVCenter | Qt::AlignLeft,
                    QFontMetrics(bold).elidedText(panelTitle_, Qt::ElideRight, room.width()));

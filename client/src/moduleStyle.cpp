@@ -11,17 +11,26 @@ struct Shade {
   const char* disabled;  // null: the same
 };
 
-// A cool light grey that rests the eye, a deep blue for what is selected.
+// A cool light grey that rests the eye; what is selected lies on a blue so light that icons stay readable.
 constexpr Shade kShades[] = {
-    {QPalette::Window, "#eceff3", nullptr},          {QPalette::WindowText, "#1d2630", "#8b949e"},
-    {QPalette::Base, "#ffffff", "#f3f5f7"},          {QPalette::AlternateBase, "#f4f7fb", nullptr},
-    {QPalette::Text, "#1d2630", "#8b949e"},          {QPalette::Button, "#e4e9ef", nullptr},
-    {QPalette::ButtonText, "#1d2630", "#8b949e"},    {QPalette::BrightText, "#ffffff", nullptr},
-    {QPalette::Highlight, "#2f6db5", "#b8c4d2"},     {QPalette::HighlightedText, "#ffffff", nullptr},
-    {QPalette::ToolTipBase, "#fffbe6", nullptr},     {QPalette::ToolTipText, "#1d2630", nullptr},
-    {QPalette::Light, "#ffffff", nullptr},           {QPalette::Midlight, "#f2f4f7", nullptr},
-    {QPalette::Mid, "#b9c2cd", nullptr},             {QPalette::Dark, "#8793a1", nullptr},
-    {QPalette::Shadow, "#5c6773", nullptr},          {QPalette::Link, "#1f5fa8", nullptr},
+    {QPalette::Window, "#eceff3", nullptr},
+    {QPalette::WindowText, "#1d2630", "#8b949e"},
+    {QPalette::Base, "#ffffff", "#f3f5f7"},
+    {QPalette::AlternateBase, "#f4f7fb", nullptr},
+    {QPalette::Text, "#1d2630", "#8b949e"},
+    {QPalette::Button, "#e4e9ef", nullptr},
+    {QPalette::ButtonText, "#1d2630", "#8b949e"},
+    {QPalette::BrightText, "#ffffff", nullptr},
+    {QPalette::Highlight, "#c5dcf5", "#dde3ea"},
+    {QPalette::HighlightedText, "#10202f", "#8b949e"},
+    {QPalette::ToolTipBase, "#fffbe6", nullptr},
+    {QPalette::ToolTipText, "#1d2630", nullptr},
+    {QPalette::Light, "#ffffff", nullptr},
+    {QPalette::Midlight, "#f2f4f7", nullptr},
+    {QPalette::Mid, "#b9c2cd", nullptr},
+    {QPalette::Dark, "#8793a1", nullptr},
+    {QPalette::Shadow, "#5c6773", nullptr},
+    {QPalette::Link, "#1f5fa8", nullptr},
     {QPalette::PlaceholderText, "#8b949e", nullptr},
 };
 

@@ -59,6 +59,10 @@ void SheetView::setUpLooks() {
   view_->setTextElideMode(Qt::ElideRight);
   view_->header()->setSectionsMovable(false);
   QFile sheet(QString::fromLatin1(kStyleSheet));
+  // The style sheet lays what is selected on a strong blue.
+  QPalette palette = view_->palette();
+  palette.setColor(QPalette::HighlightedText, Qt::white);
+  view_->setPalette(palette);
   if (sheet.open(QIODevice::ReadOnly)) view_->setStyleSheet(QString::fromUtf8(sheet.readAll()));
 }
 
