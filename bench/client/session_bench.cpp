@@ -88,7 +88,8 @@ std::unique_ptr<server::Core> openModel() {
   for (int i = 0; i < kReferenceRows; ++i) {
     MDRData* const record = MDARecNew(rows.array);
     const std::string key = server::keyOfName("unit " + std::to_string(i));
-    for (const auto& [field, text] : {std::pair<const char*, std::string>{"KeyLink", key}, {"symbol", "MW"},
+    for (const auto& [field, text] : {std::pair<const char*, std::string>{"KeyLink", key},
+                                      {"symbol", "MW"},
                                       {"name_", "unit of measure " + std::to_string(i)}}) {
       MDRVar value{};
       value.type = MDX_TEXT;
@@ -111,8 +112,10 @@ std::unique_ptr<server::Core> openModel() {
 
 // A "RecByKey" body of 1 KiB: the table, the key number, the key sought, and filling.
 std::string requestBody(CMDArray* request) {
-  const MDRFldDesc fields[] = {
-      {"tblname", 32, MDX_TEXT, {}}, {"idxnum", 0, MDX_INT32, {}}, {"fld_0", 0, MDX_MEMO, {}}, {"fill", 0, MDX_MEMO, {}}};
+  const MDRFldDesc fields[] = {{"tblname", 32, MDX_TEXT, {}},
+                               {"idxnum", 0, MDX_INT32, {}},
+                               {"fld_0", 0, MDX_MEMO, {}},
+                               {"fill", 0, MDX_MEMO, {}}};
   for (const MDRFldDesc& field : fields) MDAFldAdd(request->array, 1, &field);
   const std::string key = server::keyOfName("unit 7");
   MDRData* const record = MDARecNew(request->array);
@@ -194,7 +197,8 @@ std::vector<Result> sessionCall() {
   const auto each = [](auto&& work) {
     return seconds([&] {
              for (int i = 0; i < kCalls; ++i) work();
-           }) / kCalls * 1e6;
+           }) /
+           kCalls * 1e6;
   };
   const auto ours = [&] {
     return each([&] {

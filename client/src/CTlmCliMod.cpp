@@ -22,9 +22,7 @@ CTlmCliMod::~CTlmCliMod() {
 
 // ---- virtual operations: what a module that overrides none of them does ----
 
-void CTlmCliMod::LogFile(int level, QString source, QString text) {
-  qDebug().noquote() << level << source << text;
-}
+void CTlmCliMod::LogFile(int level, QString source, QString text) { qDebug().noquote() << level << source << text; }
 
 int CTlmCliMod::ModuleStart() { return 1; }
 int CTlmCliMod::ModuleStop() { return 1; }

@@ -75,10 +75,17 @@ QPixmap boxIcon(TMessageBoxIcon icon, bool question, int side, qreal ratio) {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.scale(side / kUnit, side / kUnit);
   switch (icon) {
-    case kBoxError: drawError(painter); break;
-    case kBoxCritical: drawCritical(painter); break;
-    case kBoxWarning: drawWarning(painter); break;
-    default: question ? drawQuestion(painter) : drawInformation(painter);
+    case kBoxError:
+      drawError(painter);
+      break;
+    case kBoxCritical:
+      drawCritical(painter);
+      break;
+    case kBoxWarning:
+      drawWarning(painter);
+      break;
+    default:
+      question ? drawQuestion(painter) : drawInformation(painter);
   }
   return pixmap;
 }

@@ -80,8 +80,8 @@ void RetroWindow::fillTable(const std::vector<server::LiveValue>& values) {
   table_->setRowCount(rows);
   for (int row = 0; row < rows; ++row) {
     const server::LiveValue& value = values[values.size() - 1 - static_cast<size_t>(row)];
-    const QString texts[kColumns] = {localTime(value.time).toString("dd.MM.yyyy hh:mm:ss"),
-                                     shownValue(value, object_), qualityText(value.quality)};
+    const QString texts[kColumns] = {localTime(value.time).toString("dd.MM.yyyy hh:mm:ss"), shownValue(value, object_),
+                                     qualityText(value.quality)};
     for (int column = 0; column < kColumns; ++column) {
       QTableWidgetItem* item = table_->item(row, column);
       if (!item) table_->setItem(row, column, item = new QTableWidgetItem);

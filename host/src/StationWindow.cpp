@@ -177,9 +177,8 @@ void StationWindow::closeEvent(QCloseEvent* event) {
     return;
   }
   event->ignore();
-  box()->setMessage("Несохраненные изменения",
-                    "В окне есть несохраненные изменения.\nЗакрыть его без сохранения?", kBoxWarning, kBoxYesNo,
-                    SLOT(answerClose(QAbstractButton*)));
+  box()->setMessage("Несохраненные изменения", "В окне есть несохраненные изменения.\nЗакрыть его без сохранения?",
+                    kBoxWarning, kBoxYesNo, SLOT(answerClose(QAbstractButton*)));
   box()->show();
 }
 

@@ -102,10 +102,14 @@ QString classTitle(const QString& className) {
 
 QString qualityText(server::Quality quality) {
   switch (quality) {
-    case server::Quality::kGood: return QString("достоверно");
-    case server::Quality::kManual: return QString("ручной ввод");
-    case server::Quality::kOld: return QString("устарело");
-    case server::Quality::kInvalid: break;
+    case server::Quality::kGood:
+      return QString("достоверно");
+    case server::Quality::kManual:
+      return QString("ручной ввод");
+    case server::Quality::kOld:
+      return QString("устарело");
+    case server::Quality::kInvalid:
+      break;
   }
   return QString("недостоверно");
 }

@@ -16,10 +16,10 @@ struct ObjectInfo {
   QString key;
   QString name;
   QString className;
-  QString unitName;  // of the remote unit; empty without one
-  QString measure;   // unit of measure, such as "МВт"
+  QString unitName;   // of the remote unit; empty without one
+  QString measure;    // unit of measure, such as "МВт"
   QString states[2];  // texts of 0 and 1 of a discrete signal; empty where none are set
-  int locId = 0;     // 0 when the object is no measurement
+  int locId = 0;      // 0 when the object is no measurement
   int decimals = -1;
 };
 
@@ -29,8 +29,8 @@ std::optional<ObjectInfo> findObject(const server::Core& core, const QString& ke
 // The title of a form file that is linked with the object; the file's own name when it has none.
 QString formTitle(const server::Core& core, const QString& file);
 
-QString classTitle(const QString& className);              // "Аналоговое измерение"
-QString qualityText(server::Quality quality);              // "достоверно"
+QString classTitle(const QString& className);  // "Аналоговое измерение"
+QString qualityText(server::Quality quality);  // "достоверно"
 QString shownValue(const server::LiveValue& value, const ObjectInfo& object);  // "12.5 МВт"
 QDateTime localTime(double serverTime);
 

@@ -36,10 +36,14 @@ double timeStep(double span) {
 
 QColor markColour(server::Quality quality) {
   switch (quality) {
-    case server::Quality::kGood: return QColor("#2f6db5");
-    case server::Quality::kManual: return QColor("#7a3fa0");
-    case server::Quality::kOld: return QColor("#b0863a");
-    case server::Quality::kInvalid: break;
+    case server::Quality::kGood:
+      return QColor("#2f6db5");
+    case server::Quality::kManual:
+      return QColor("#7a3fa0");
+    case server::Quality::kOld:
+      return QColor("#b0863a");
+    case server::Quality::kInvalid:
+      break;
   }
   return QColor("#c62828");
 }
@@ -81,7 +85,8 @@ RetroChart::Frame RetroChart::frame() const {
   frame.times.step = timeStep(frame.times.high - frame.times.low);
   const QFontMetrics metrics(font());
   const int left = std::max(metrics.horizontalAdvance(QString::number(frame.values.low)),
-                            metrics.horizontalAdvance(QString::number(frame.values.high))) + 20;
+                            metrics.horizontalAdvance(QString::number(frame.values.high))) +
+                   20;
   frame.area = QRectF(rect()).adjusted(left, metrics.height() + 12, -24, -metrics.height() - 14);
   return frame;
 }

@@ -71,7 +71,8 @@ bool readOptions(const QStringList& arguments, StationOptions* options, QString*
     if (readSwitch(name, options)) continue;
     const TextOption* const option = textOption(name);
     if (!option) return stop(kExitUsage, QString("Неизвестный параметр: %1\n\n%2").arg(name, usage()));
-    if (i + 1 >= arguments.size()) return stop(kExitUsage, QString("После %1 нужно значение: %2\n").arg(name, option->value));
+    if (i + 1 >= arguments.size())
+      return stop(kExitUsage, QString("После %1 нужно значение: %2\n").arg(name, option->value));
     options->*option->member = arguments.at(++i);
   }
   if (options->serverAddress.isEmpty()) return true;

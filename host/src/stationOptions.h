@@ -11,13 +11,13 @@ namespace tlm {
 enum StationExit { kExitOk = 0, kExitUsage = 1, kExitStore = 2, kExitModule = 3, kExitServer = 4 };
 
 struct StationOptions {
-  QString storeFile;             // empty: the user's own, made on first start
-  QString serverAddress;         // empty: the server runs inside
+  QString storeFile;      // empty: the user's own, made on first start
+  QString serverAddress;  // empty: the server runs inside
   QString moduleName = "config";
-  QString libraryFile;           // empty: beside the program
-  QString settingsFile;          // empty: the user's own
-  QString user;                  // empty: who is logged in
-  bool dialogs = true;           // problems are shown in a box; else told on the error stream
+  QString libraryFile;   // empty: beside the program
+  QString settingsFile;  // empty: the user's own
+  QString user;          // empty: who is logged in
+  bool dialogs = true;   // problems are shown in a box; else told on the error stream
   bool simulator = true;
 };
 

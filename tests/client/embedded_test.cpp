@@ -264,12 +264,15 @@ TEST_P(Failing, SpoilsTheNthCallThatMatches) {
   EXPECT_EQ(rows(*line, "RemoteUnit", &units), 2);
   MDXCliParam* reply = nullptr;
   CTlmCliSes& session = *line->session();
-  const bool sent = session.PacketExec("TableRecords", reinterpret_cast<const unsigned char*>("RemoteUnit"), 10, &reply);
+  const bool sent =
+      session.PacketExec("TableRecords", reinterpret_cast<const unsigned char*>("RemoteUnit"), 10, &reply);
   EXPECT_EQ(sent, GetParam() != Fail::kRefuseToSend);
   const bool answered = sent && session.WaitResult(&reply, -1);
   EXPECT_EQ(answered, GetParam() != Fail::kRefuseToSend && GetParam() != Fail::kTimeOut);
   EXPECT_EQ(reply != nullptr, answered && GetParam() != Fail::kNoReply);
-  if (reply) { EXPECT_EQ(status(reply) == 0, GetParam() != Fail::kStatus); }
+  if (reply) {
+    EXPECT_EQ(status(reply) == 0, GetParam() != Fail::kStatus);
+  }
   if (reply && GetParam() != Fail::kStatus) {
     int length = -1;
     void* data = nullptr;
@@ -347,8 +350,8 @@ TEST_F(Embedded, HoldsTheObjectsOfTheModelText) {
 }
 
 TEST(ModelText, RefusesWhatItCannotRead) {
-  for (const char* text : {"planet Mars", "  unit too deep", " unit odd", "unit x {Field", "unit x {NoField=1}",
-                           "analog noNumber"}) {
+  for (const char* text :
+       {"planet Mars", "  unit too deep", " unit odd", "unit x {Field", "unit x {NoField=1}", "analog noNumber"}) {
     std::string error;
     const auto store = server::openMemoryStore(server::makeMemoryStoreData(server::Catalogue::builtIn()));
     EXPECT_FALSE(writeModel(text, *store, &error)) << text;

@@ -41,8 +41,8 @@ struct TypeRow {
 };
 
 TEST_F(MessageBox, HasTheButtonsOfItsType) {
-  const TypeRow rows[] = {{kBoxOk, {"ОК"}}, {kBoxOkCancel, {"ОК", "Отмена"}}, {kBoxClose, {"Закрыть"}},
-                          {kBoxYesNo, {"Да", "Нет"}}};
+  const TypeRow rows[] = {
+      {kBoxOk, {"ОК"}}, {kBoxOkCancel, {"ОК", "Отмена"}}, {kBoxClose, {"Закрыть"}}, {kBoxYesNo, {"Да", "Нет"}}};
   for (const TypeRow& row : rows) {
     ask(row.type);
     EXPECT_EQ(captions(), row.captions);

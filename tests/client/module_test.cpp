@@ -32,19 +32,29 @@ ptrdiff_t placeOf(Member member) {
 // ---- the table of virtual operations: a module that was built elsewhere calls through it ----
 
 TEST(ModuleBase, KeepsTheOrderOfItsVirtualOperations) {
-  const ptrdiff_t places[] = {
-      placeOf(&CTlmCliMod::LogFile),           placeOf(&CTlmCliMod::ModuleStart),
-      placeOf(&CTlmCliMod::ModuleStop),        placeOf(&CTlmCliMod::MessageOn),
-      placeOf(&CTlmCliMod::MessageData),       placeOf(&CTlmCliMod::SetError),
-      placeOf(&CTlmCliMod::SetParamMod),       placeOf(&CTlmCliMod::GetParamMod),
-      placeOf(&CTlmCliMod::SetParamCommand),   placeOf(&CTlmCliMod::SetParamProfile),
-      placeOf(&CTlmCliMod::GetParamProfile),   placeOf(&CTlmCliMod::SetParamState),
-      placeOf(&CTlmCliMod::GetParamState),     placeOf(&CTlmCliMod::ParentResizeOn),
-      placeOf(&CTlmCliMod::GetAlarmsList),     placeOf(&CTlmCliMod::AppIdleEvent),
-      placeOf(&CTlmCliMod::ModSesReconnect),   placeOf(&CTlmCliMod::ModDataEditPost),
-      placeOf(&CTlmCliMod::ModDataEditCancel), placeOf(&CTlmCliMod::slot_modNotify),
-      placeOf(&CTlmCliMod::slot_toolFinished), placeOf(&CTlmCliMod::slot_popMessageBoxClicked),
-      placeOf(&CTlmCliMod::slot_endRestructure)};
+  const ptrdiff_t places[] = {placeOf(&CTlmCliMod::LogFile),
+                              placeOf(&CTlmCliMod::ModuleStart),
+                              placeOf(&CTlmCliMod::ModuleStop),
+                              placeOf(&CTlmCliMod::MessageOn),
+                              placeOf(&CTlmCliMod::MessageData),
+                              placeOf(&CTlmCliMod::SetError),
+                              placeOf(&CTlmCliMod::SetParamMod),
+                              placeOf(&CTlmCliMod::GetParamMod),
+                              placeOf(&CTlmCliMod::SetParamCommand),
+                              placeOf(&CTlmCliMod::SetParamProfile),
+                              placeOf(&CTlmCliMod::GetParamProfile),
+                              placeOf(&CTlmCliMod::SetParamState),
+                              placeOf(&CTlmCliMod::GetParamState),
+                              placeOf(&CTlmCliMod::ParentResizeOn),
+                              placeOf(&CTlmCliMod::GetAlarmsList),
+                              placeOf(&CTlmCliMod::AppIdleEvent),
+                              placeOf(&CTlmCliMod::ModSesReconnect),
+                              placeOf(&CTlmCliMod::ModDataEditPost),
+                              placeOf(&CTlmCliMod::ModDataEditCancel),
+                              placeOf(&CTlmCliMod::slot_modNotify),
+                              placeOf(&CTlmCliMod::slot_toolFinished),
+                              placeOf(&CTlmCliMod::slot_popMessageBoxClicked),
+                              placeOf(&CTlmCliMod::slot_endRestructure)};
   for (size_t i = 1; i < std::size(places); ++i) EXPECT_EQ(places[i], places[0] + static_cast<ptrdiff_t>(i)) << i;
   EXPECT_GT(places[0], placeOf(&QMainWindow::createPopupMenu)) << "they stand behind those of the window";
 }

@@ -34,8 +34,8 @@ TEST_P(RoundTrip, GivesTheValueBack) {
 }
 INSTANTIATE_TEST_SUITE_P(Values, RoundTrip,
                          testing::Values("", "plain", "AAAA/wAA+AB=", "a==", "a,b", ",", "=", "\"", "a\"b", "\"\"",
-                                         "\"a\"", " a ", " ", "Подстанция «Северная», 110 кВ", "a;b", "a\r\nb",
-                                         "tail,", "key=value,other=\"x\""));
+                                         "\"a\"", " a ", " ", "Подстанция «Северная», 110 кВ", "a;b", "a\r\nb", "tail,",
+                                         "key=value,other=\"x\""));
 
 TEST(StringParams, ReadsPlainPairs) {
   CStringParams params;

@@ -21,9 +21,8 @@ namespace {
 class Session : public testing::Test {
  protected:
   Session() : line(new FakeTransport), session(std::unique_ptr<ITransport>(line)) {
-    QObject::connect(&session, &TlmSession::writeRefused, [this](int status, const QString& why) {
-      refused.append(QString("%1 %2").arg(status).arg(why));
-    });
+    QObject::connect(&session, &TlmSession::writeRefused,
+                     [this](int status, const QString& why) { refused.append(QString("%1 %2").arg(status).arg(why)); });
   }
 
   bool packet(const char* name, MDXCliParam** reply) { return session.PacketExec(name, nullptr, 0, reply); }

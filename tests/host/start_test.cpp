@@ -139,9 +139,7 @@ TEST_F(StoreFile, IsRefusedWhenAnotherServerHasIt) {
   EXPECT_TRUE(problemOf(path("model.tlm")).startsWith("Файл модели уже открыт"));
 }
 
-TEST_F(StoreFile, IsRefusedInAFolderThatIsNotThere) {
-  EXPECT_FALSE(problemOf(path("no/such/model.tlm")).isEmpty());
-}
+TEST_F(StoreFile, IsRefusedInAFolderThatIsNotThere) { EXPECT_FALSE(problemOf(path("no/such/model.tlm")).isEmpty()); }
 
 TEST_F(StoreFile, HasARussianTextForEveryProblem) {
   for (int why = 1; why <= static_cast<int>(server::StoreError::kOther); ++why) {

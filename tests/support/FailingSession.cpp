@@ -8,9 +8,7 @@
 
 namespace tlm::test {
 
-void Failures::add(const QString& call, Fail fail, int nth, int status) {
-  rules_.append({call, fail, nth, status, 0});
-}
+void Failures::add(const QString& call, Fail fail, int nth, int status) { rules_.append({call, fail, nth, status, 0}); }
 
 const Failures::Rule* Failures::hit(const QString& call) {
   const Rule* found = nullptr;

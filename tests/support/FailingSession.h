@@ -76,7 +76,7 @@ class FailingSession : public CTlmCliSes {
   CTlmCliSes* real_;
   Failures* failures_;
   std::unordered_map<MDXCliParam**, Mark> marks_;
-  std::vector<MDXCliParam**> queued_;  // marked pointers of the open block
+  std::vector<MDXCliParam**> queued_;                                     // marked pointers of the open block
   std::unordered_map<MDXCliParam**, std::vector<MDXCliParam**>> blocks_;  // and those of blocks that were sent
   bool open_ = false;
   std::unordered_set<MDXCliParam*> own_;

@@ -22,9 +22,12 @@ struct Kind {
 };
 
 constexpr Kind kKinds[] = {
-    {"folder", "RemoteUnitFolder", "ParentKey", false}, {"unit", "RemoteUnit", "RemoteUnitFolderKey", false},
-    {"analog", "Analog", "RemoteUnitKey", true},        {"discrete", "Discrete", "RemoteUnitKey", true},
-    {"accumulator", "Accumulator", "RemoteUnitKey", true}, {"string", "StringMeasurement", "RemoteUnitKey", true},
+    {"folder", "RemoteUnitFolder", "ParentKey", false},
+    {"unit", "RemoteUnit", "RemoteUnitFolderKey", false},
+    {"analog", "Analog", "RemoteUnitKey", true},
+    {"discrete", "Discrete", "RemoteUnitKey", true},
+    {"accumulator", "Accumulator", "RemoteUnitKey", true},
+    {"string", "StringMeasurement", "RemoteUnitKey", true},
     {"table", "", nullptr, false},
 };
 

@@ -43,7 +43,9 @@ QString updateText(const char* table, MDArray* records) {
   return QString("SqlUpdate %1 %2 records").arg(table).arg(MDARecCount(records));
 }
 
-QString blockEndText(bool send, bool waits) { return !send ? "BlockEnd drop" : waits ? "BlockEnd" : "BlockEnd unwaited"; }
+QString blockEndText(bool send, bool waits) {
+  return !send ? "BlockEnd drop" : waits ? "BlockEnd" : "BlockEnd unwaited";
+}
 
 QString waitText(int timeoutMs) { return QString("WaitResult %1").arg(timeoutMs); }
 

@@ -11,8 +11,8 @@ namespace tlm::test {
 
 // Call texts, as they stand in a log and in the rules of a FailingSession.
 QString packetText(const char* name, const unsigned char* data, int length);  // "PacketExec TableRecords Fields"
-QString scriptText(const char* script);  // "CalcExec f*(rtu)": the function's head, a key in it as "*"
-QString procedureText(const char* procedure);                                 // "ProcExec SrvReq_ObjectForms"
+QString scriptText(const char* script);                   // "CalcExec f*(rtu)": the function's head, a key in it as "*"
+QString procedureText(const char* procedure);             // "ProcExec SrvReq_ObjectForms"
 QString updateText(const char* table, MDArray* records);  // "SqlUpdate Measurement 3 records"
 QString blockEndText(bool send, bool waits);              // "BlockEnd", "BlockEnd unwaited" or "BlockEnd drop"
 QString waitText(int timeoutMs);                          // "WaitResult 5000"
@@ -42,8 +42,7 @@ class RecordingSession : public CTlmCliSes {
 // "SubEvent 601,602,603", "SubParam 1001", "SubParam" for none. Messages are not written.
 class RecordingAbo : public CTlmCliAbo {
  public:
-  RecordingAbo(CTlmCliAbo* real, CTlmCliSes* session, QStringList* log)
-      : real_(real), session_(session), log_(log) {}
+  RecordingAbo(CTlmCliAbo* real, CTlmCliSes* session, QStringList* log) : real_(real), session_(session), log_(log) {}
 
   void SubEvent(const int* ids, int count) override;
   void SubParam(const int* ids, int count) override;

@@ -24,8 +24,9 @@ TestApp::~TestApp() { EXPECT_EQ(modules, 0) << "a module outlives its host"; }
 CTlmCliAbo* TestApp::ConnectModule(CTlmCliMod*) {
   ++modules;
   lines_.push_back(std::make_unique<TestLine>(core_, user_, &failures, &log, recordWaits));
-  QObject::connect(&lines_.back()->real(), &TlmSession::writeRefused,
-                   [this](int status, const QString& why) { refused.append({status, why}); });
+  QObject::connect(&lines_.back()->real(), &TlmSession::writeRefused, [this](int status, const QString& why) {
+    refused.append({status, why});
+  });
   return lines_.back()->abo();
 }
 

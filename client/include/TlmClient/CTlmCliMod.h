@@ -27,9 +27,9 @@ class TLMCLIENT_API CTlmCliMod : public QMainWindow {
 
   // The virtual operations, in the order of their table.
   virtual void LogFile(int level, QString source, QString text);
-  virtual int ModuleStart();                     // once, when the session stands; 1 on success
-  virtual int ModuleStop();                      // before the host deletes the module; 1 if it may go
-  virtual int MessageOn();                       // messages wait
+  virtual int ModuleStart();                      // once, when the session stands; 1 on success
+  virtual int ModuleStop();                       // before the host deletes the module; 1 if it may go
+  virtual int MessageOn();                        // messages wait
   virtual int MessageData(MDXCliParam* message);  // one message, freed by the caller
   virtual void SetError(QString text);
   virtual int SetParamMod(QString name, QString value);
@@ -75,10 +75,10 @@ class TLMCLIENT_API CTlmCliMod : public QMainWindow {
 
   void closeEvent(QCloseEvent* event) override;
 
-  CTlmCliAbo* abo = nullptr;           // subscriptions and session; the host's
-  QLibrary* library = nullptr;         // from which the module was loaded, or null
-  QString instance;                    // the module's instance text
-  QString title;                       // the title text
+  CTlmCliAbo* abo = nullptr;                // subscriptions and session; the host's
+  QLibrary* library = nullptr;              // from which the module was loaded, or null
+  QString instance;                         // the module's instance text
+  QString title;                            // the title text
   CPopMessageBox* popMessageBox = nullptr;  // shared, null until first use
 
  private:
