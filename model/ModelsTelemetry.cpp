@@ -90,6 +90,7 @@ QModelIndex MeasConfTreeModel::findByKey(const QString& key) const {
 // ---- changes of the shape -------------------------------------------------------------------------------
 
 void MeasConfTreeModel::setRootNode(myConfNode* root) {
+  if (rootNode == root) keys_.remove(root);  // the same tree again, perhaps with more in it
   keys_.clear();
   if (rootNode != root) delete rootNode;
   rootNode = root;
@@ -144,18 +145,22 @@ bool MeasConfTreeModel::moveRow(const QModelIndex&, int, const QModelIndex&, int
 // ---- order ----------------------------------------------------------------------------------------------
 
 void MeasConfTreeModel::sort(int column, Qt::SortOrder order) {
+  emit layoutAboutToBeChanged();
   sortOrder = order;
   sortColumn = column;
-  SortChildren(rootNode, column, order, false);
+  sortBelow(rootNode, column, order, false);
+  emit layoutChanged();
 }
 
 void MeasConfTreeModel::SortChildren(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly) {
   emit layoutAboutToBeChanged();
-  if (node && !node->children.empty()) {
-    sortNodes(node->children, column, order, reader());
-    if (!thisLevelOnly) {
-      for (myConfNode* child : node->children) SortChildren(child, column, order, false);
-    }
-  }
+  sortBelow(node, column, order, thisLevelOnly);
   emit layoutChanged();
+}
+
+void MeasConfTreeModel::sortBelow(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly) {
+  if (!node || node->children.empty()) return;
+  sortNodes(node->children, column, order, reader());
+  if (thisLevelOnly) return;
+  for (myConfNode* child : node->children) SortChildren(child, column, order, false);
 }

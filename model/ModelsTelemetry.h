@@ -117,6 +117,8 @@ class MeasConfTreeModel : public QAbstractItemModel {
   QVariant foreground(const myConfNode& node) const;
   QVariant icon(const char* path) const;
   bool takesDrop(const QModelIndex& index) const;
+  // Sorts without a word of its own; what lies below one level tells for itself.
+  void sortBelow(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly);
 
   mutable RecordReader reader_;
   KeyIndex keys_;
