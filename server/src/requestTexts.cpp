@@ -180,12 +180,18 @@ Reply noMeasurement(const char* request) {
   return Reply::failure(wire::kNotFound, std::string(request) + ": no measurement of that number");
 }
 
+// A name that its reader cannot take for a mark of the list: no brackets, no line break, and a hard blank where
+// the word that begins an entry stands in it.
 std::string withoutMarks(std::string_view name) {
   std::string clean(name);
   std::replace(clean.begin(), clean.end(), '[', '(');
   std::replace(clean.begin(), clean.end(), ']', ')');
   std::replace_if(
       clean.begin(), clean.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  constexpr std::string_view kEntry = "Group ";
+  constexpr char kHardBlank = '\xA0';
+  for (size_t at = clean.find(kEntry); at != std::string::npos; at = clean.find(kEntry, at))
+    clean[at + kEntry.size() - 1] = kHardBlank;
   return clean;
 }
 
