@@ -120,6 +120,8 @@ void CTlmMeasConfig::FillToolBar() {
   SetActions();
   QToolBar* bar = ui->TlBar;
   bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
+  // The window's own menu over the bar would hide it for good.
+  bar->setContextMenuPolicy(Qt::PreventContextMenu);
   fillBar(this, bar, toolBarEntries(), [=, this](const MenuEntry& entry) { bar->addWidget(this->*entry.button); });
   bar->addWidget(makeSpacer(bar));
   bar->addWidget(btnAbout);

@@ -27,6 +27,9 @@ struct PathEntry {
   QString key;
 };
 
+// A name as an action's text: an ampersand in it is no mnemonic.
+QString literalText(QString name) { return name.replace(QLatin1Char('&'), QLatin1String("&&")); }
+
 // The ancestors of a row that have a key, the nearest first.
 QList<PathEntry> pathOf(const QModelIndex& index) {
   QList<PathEntry> path;
@@ -56,9 +59,13 @@ class SizeWatch : public QObject {
 
 }  // namespace
 
+// A view that grew in height alone, as when the search bar comes and goes, keeps the columns that the engineer set.
 void CTlmMeasConfig::watchWidths() {
+  const auto fit = [this] {
+    if (ui->tV_MeasConfig->width() != treeWidth || ui->tV_Prop->width() != propWidth) fitColumns();
+  };
   for (QWidget* view : {static_cast<QWidget*>(ui->tV_MeasConfig), static_cast<QWidget*>(ui->tV_Prop)})
-    widthWatches += new SizeWatch(view, [this] { fitColumns(); });
+    widthWatches += new SizeWatch(view, fit);
 }
 
 QString CTlmMeasConfig::stateModule() const {
@@ -173,7 +180,7 @@ void CTlmMeasConfig::ChangeToolBarCfg() {
   if (count == 0) return;
   const int overflow = CheckCurrentWight(toolBarCfg->width(), count);
   for (int i = count - 1; i >= 0; --i) {
-    auto* action = new QAction(path[i].text, toolBarCfg);
+    auto* action = new QAction(literalText(path[i].text), toolBarCfg);
     action->setData(path[i].key);
     connect(action, SIGNAL(triggered()), SLOT(ExecTlBarCfgAction()));
     if (count - 1 - i < overflow) {
@@ -191,10 +198,10 @@ void CTlmMeasConfig::ChangeToolBarCfg() {
 void CTlmMeasConfig::ExecTlBarCfgAction() {
   const auto* action = qobject_cast<QAction*>(sender());
   if (!action) return;
-  const QString key = action->data().toString();
   QModelIndex index;
-  if (!FindKeyLink(key, index)) return;
+  if (!FindKeyLink(action->data().toString(), index)) return;
+  // Opening what is above the row may sort its level. The row can be that of the unit, not of the key itself.
+  const QString key = keyOf(index);
   ui->tV_MeasConfig->scrollTo(index);
-  // Opening what is above the row may have sorted its level.
   ui->tV_MeasConfig->setCurrentIndex(treeModel->findByKey(key));
 }

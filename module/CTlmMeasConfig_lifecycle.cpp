@@ -189,7 +189,7 @@ int CTlmMeasConfig::ModuleStart() {
   ownMoves.clear();
   fieldNamesKeyRefs =
       QStringList{QStringLiteral("remoteunitkey"), QStringLiteral("RemoteUnitFolderKey"), QStringLiteral("ParentKey")};
-  connect(&measTimer, SIGNAL(timeout()), SLOT(onTimerMeasEvent()));
+  connect(&measTimer, SIGNAL(timeout()), SLOT(onTimerMeasEvent()), Qt::UniqueConnection);
   measTimer.start(kHintPeriodMs);
   return 1;
 }
@@ -198,7 +198,9 @@ int CTlmMeasConfig::ModuleStart() {
 // loading, which must not fire it.
 void CTlmMeasConfig::showTree() {
   QTreeView* tree = ui->tV_MeasConfig;
+  QItemSelectionModel* before = tree->selectionModel();
   tree->setModel(nullptr);
+  delete before;  // it would keep indexes of the tree that goes
   treeModel->setRootNode(InitTreeRTU(this));
   myConfNode* root = treeModel->GetRootNode();
   if (root) treeModel->started = root->isExpanded = true;
