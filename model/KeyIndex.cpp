@@ -3,13 +3,18 @@
 #include "RecordAccess.h"
 #include "myConfNode.h"
 
+#include <algorithm>
+#include <utility>
+
 void KeyIndex::add(myConfNode* node) {
   if (!node) return;
   if (node->keyHash_ == 0) {
     const MDRVar key = reader_.value(*node, NodeField::Key);
     if (isText(key) && key.text.length > 0) {
       node->keyHash_ = reader_.texts().foldedHash(key);
-      nodes_.insert(node->keyHash_, node);
+      if (slots_.size() * 3 <= static_cast<size_t>(size_) * 4) grow();
+      put({node, node->keyHash_});
+      ++size_;
     }
   }
   for (myConfNode* child : node->children) add(child);
@@ -17,16 +22,46 @@ void KeyIndex::add(myConfNode* node) {
 
 void KeyIndex::remove(myConfNode* node) {
   if (!node) return;
-  if (node->keyHash_ != 0) nodes_.remove(node->keyHash_, node);
+  if (node->keyHash_ != 0) take({node, node->keyHash_});
   node->keyHash_ = 0;
   for (myConfNode* child : node->children) remove(child);
 }
 
-std::vector<myConfNode*> KeyIndex::find(const QString& key) const {
-  std::vector<myConfNode*> found;
-  const unsigned hash = TextTable::foldedHash(key);
-  for (auto it = nodes_.constFind(hash); it != nodes_.cend() && it.key() == hash; ++it) {
-    if (reader_.texts().equalsFolded(reader_.value(*it.value(), NodeField::Key), key)) found.push_back(it.value());
+void KeyIndex::clear() {
+  slots_.clear();
+  size_ = 0;
+}
+
+bool KeyIndex::carries(const myConfNode& node, const QString& key) const {
+  return reader_.texts().equalsFolded(reader_.value(node, NodeField::Key), key);
+}
+
+void KeyIndex::put(Slot slot) {
+  size_t at = slot.hash & mask();
+  while (slots_[at].node) at = (at + 1) & mask();
+  slots_[at] = slot;
+}
+
+// Moves up what the gap would cut off from the place where its look-up begins.
+void KeyIndex::take(const Slot& slot) {
+  if (slots_.empty()) return;
+  size_t gap = slot.hash & mask();
+  while (slots_[gap].node && slots_[gap].node != slot.node) gap = (gap + 1) & mask();
+  if (!slots_[gap].node) return;
+  for (size_t at = (gap + 1) & mask(); slots_[at].node; at = (at + 1) & mask()) {
+    const size_t fromHome = (at - slots_[at].hash) & mask();
+    if (fromHome < ((at - gap) & mask())) continue;
+    slots_[gap] = slots_[at];
+    gap = at;
   }
-  return found;
+  slots_[gap] = {};
+  --size_;
+}
+
+void KeyIndex::grow() {
+  constexpr size_t kFewest = 1024;
+  std::vector<Slot> old = std::exchange(slots_, std::vector<Slot>(std::max(kFewest, slots_.size() * 2)));
+  for (const Slot& slot : old) {
+    if (slot.node) put(slot);
+  }
 }

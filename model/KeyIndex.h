@@ -4,8 +4,7 @@
 
 #include "RecordReader.h"
 
-#include <QMultiHash>
-
+#include <cstddef>
 #include <vector>
 
 class myConfNode;
@@ -19,14 +18,36 @@ class KeyIndex {
   // Takes in, or forgets, a node with all that stands below it. Forgetting reads no row.
   void add(myConfNode* node);
   void remove(myConfNode* node);
-  void clear() { nodes_.clear(); }
+  void clear();
 
-  std::vector<myConfNode*> find(const QString& key) const;
-  int size() const { return nodes_.size(); }
+  // Calls `each(node)` for the nodes with that key, in no order. Nothing is allocated.
+  template <typename Each>
+  void forEach(const QString& key, Each each) const {
+    if (slots_.empty()) return;
+    const unsigned hash = TextTable::foldedHash(key);
+    for (size_t at = hash & mask(); slots_[at].node; at = (at + 1) & mask()) {
+      if (slots_[at].hash == hash && carries(*slots_[at].node, key)) each(slots_[at].node);
+    }
+  }
+
+  int size() const { return size_; }
 
  private:
+  // An open table: a look-up among a million nodes waits for memory once where chains would make it wait twice.
+  struct Slot {
+    myConfNode* node = nullptr;
+    unsigned hash = 0;
+  };
+
+  size_t mask() const { return slots_.size() - 1; }
+  bool carries(const myConfNode& node, const QString& key) const;
+  void put(Slot slot);
+  void take(const Slot& slot);
+  void grow();
+
   const RecordReader& reader_;
-  QMultiHash<unsigned, myConfNode*> nodes_;
+  std::vector<Slot> slots_;  // a power of two, at most three quarters taken
+  int size_ = 0;
 };
 
 #endif

@@ -81,10 +81,11 @@ QModelIndex MeasConfTreeModel::findByKey(const QString& key) const {
     const auto hits = match(index(0, 0), kKeyRole, key, 1, Qt::MatchFixedString | Qt::MatchWrap | Qt::MatchRecursive);
     return hits.value(0);
   }
-  const std::vector<myConfNode*> nodes = keys_.find(key);
-  if (nodes.size() < 2) return nodes.empty() ? QModelIndex() : indexOf(nodes.front());
-  return indexOf(*std::min_element(nodes.begin(), nodes.end(),
-                                   [](const myConfNode* a, const myConfNode* b) { return pathOf(a) < pathOf(b); }));
+  const myConfNode* first = nullptr;
+  keys_.forEach(key, [&](const myConfNode* node) {
+    if (!first || pathOf(node) < pathOf(first)) first = node;
+  });
+  return indexOf(first);
 }
 
 // ---- changes of the shape -------------------------------------------------------------------------------

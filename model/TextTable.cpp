@@ -4,16 +4,47 @@
 
 #include <QTextCodec>
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
-constexpr unsigned kHashStart = 2166136261u;  // FNV-1a
-constexpr unsigned mix(unsigned hash, ushort unit) { return (hash ^ unit) * 16777619u; }
+// Texts are hashed and compared four units at a time: a look-up by key does both for 32 characters.
+constexpr uint32_t kUnitsInWord = 4;
+constexpr uint64_t eachUnit(uint64_t bits) { return bits * 0x0001000100010001u; }
 
-// Keys are ASCII, where folding needs no table.
+constexpr uint64_t mix(uint64_t hash, uint64_t word) {
+  hash = (hash ^ word) * 0x9E3779B97F4A7C15u;
+  return hash ^ hash >> 32;
+}
+
+constexpr unsigned hashOf(uint64_t mixed) {
+  const auto hash = static_cast<unsigned>(mixed);
+  return hash | (hash == 0);
+}
+
 inline ushort fold(QChar c) {
   const ushort unit = c.unicode();
   if (unit < 128) return unit >= 'A' && unit <= 'Z' ? unit | 0x20 : unit;
   return c.toCaseFolded().unicode();
+}
+
+// The small letters of four ASCII units: bit 7 of a sum tells whether the unit reaches the bound.
+constexpr uint64_t foldAscii(uint64_t word) {
+  const uint64_t fromA = word + eachUnit(0x80 - 'A');
+  const uint64_t aboveZ = word + eachUnit(0x80 - 'Z' - 1);
+  return word | (fromA & ~aboveZ & eachUnit(0x80)) >> 2;
+}
+
+// Up to four units of a text, folded; zeros fill the rest.
+uint64_t foldedUnits(const QChar* text, uint32_t count) {
+  uint64_t word = 0;
+  std::memcpy(&word, text, std::min(count, kUnitsInWord) * sizeof(QChar));
+  if ((word & eachUnit(0xFF80)) == 0) return foldAscii(word);
+  std::array<ushort, kUnitsInWord> units{};
+  for (uint32_t i = 0; i < std::min(count, kUnitsInWord); ++i) units[i] = fold(text[i]);
+  std::memcpy(&word, units.data(), sizeof word);
+  return word;
 }
 
 }  // namespace
@@ -42,24 +73,36 @@ QString TextTable::decode(const MDRVar& value) const {
   return isText(value) ? decode(value.text.data, value.text.length) : QString();
 }
 
+// The same word as that of the decoded text.
+uint64_t TextTable::foldedWord(const char* bytes, uint32_t count) const {
+  std::array<ushort, kUnitsInWord> units{};
+  for (uint32_t i = 0; i < std::min(count, kUnitsInWord); ++i) units[i] = folded_[static_cast<uchar>(bytes[i])];
+  uint64_t word = 0;
+  std::memcpy(&word, units.data(), sizeof word);
+  return word;
+}
+
 bool TextTable::equalsFolded(const MDRVar& value, const QString& text) const {
-  if (!codec_ || !isText(value) || value.text.length != static_cast<uint32_t>(text.size())) return false;
-  for (int i = 0; i < text.size(); ++i) {
-    if (folded_[static_cast<uchar>(value.text.data[i])] != fold(text.at(i))) return false;
+  const auto length = static_cast<uint32_t>(text.size());
+  if (!codec_ || !isText(value) || value.text.length != length) return false;
+  for (uint32_t at = 0; at < length; at += kUnitsInWord) {
+    if (foldedWord(value.text.data + at, length - at) != foldedUnits(text.constData() + at, length - at)) return false;
   }
   return true;
 }
 
 unsigned TextTable::foldedHash(const MDRVar& value) const {
-  unsigned hash = kHashStart;
-  if (codec_ && isText(value)) {
-    for (uint32_t i = 0; i < value.text.length; ++i) hash = mix(hash, folded_[static_cast<uchar>(value.text.data[i])]);
-  }
-  return hash | (hash == 0);
+  const uint32_t length = codec_ && isText(value) ? value.text.length : 0;
+  uint64_t hash = length;
+  for (uint32_t at = 0; at < length; at += kUnitsInWord)
+    hash = mix(hash, foldedWord(value.text.data + at, length - at));
+  return hashOf(hash);
 }
 
 unsigned TextTable::foldedHash(const QString& text) {
-  unsigned hash = kHashStart;
-  for (const QChar c : text) hash = mix(hash, fold(c));
-  return hash | (hash == 0);
+  const auto length = static_cast<uint32_t>(text.size());
+  uint64_t hash = length;
+  for (uint32_t at = 0; at < length; at += kUnitsInWord)
+    hash = mix(hash, foldedUnits(text.constData() + at, length - at));
+  return hashOf(hash);
 }

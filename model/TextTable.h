@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <array>
+#include <cstdint>
 
 class QTextCodec;
 
@@ -29,6 +30,8 @@ class TextTable {
   static unsigned foldedHash(const QString& text);
 
  private:
+  uint64_t foldedWord(const char* bytes, uint32_t count) const;
+
   QTextCodec* codec_ = nullptr;
   std::array<QChar, 256> chars_{};
   std::array<ushort, 256> folded_{};

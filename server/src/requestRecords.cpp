@@ -69,24 +69,44 @@ class Levels {
       addFieldLike(out, column.field);
       deepest = std::max(deepest, column.level);
     }
-    std::vector<const MDRData*> rows(deepest + 1);
     const int count = MDARecCount(arrays_[0]);
-    for (int i = 0; i < count; ++i) {
-      rows[0] = MDARec(arrays_[0], 0, i);
-      for (size_t level = 1; level <= deepest; ++level) rows[level] = parentRow(level, rows[0]);
-      MDRData* row = MDARecNew(out);
-      for (size_t c = 0; c < columns.size(); ++c) {
-        const MDRData* from = rows[columns[c].level];
-        if (from) put(out, row, static_cast<int>(c), valueOf(columns[c].field, from));
-      }
-      MDARecPost(row, nullptr);
+    std::vector<const MDRData*> rows;  // of a batch: for each row those of all levels
+    for (int from = 0; from < count; from += kBatch) {
+      const int until = std::min(count, from + kBatch);
+      gather(from, until, deepest + 1, &rows);
+      for (size_t at = 0; at < rows.size(); at += deepest + 1) copy(columns, &rows[at], out);
     }
   }
 
  private:
-  const MDRData* parentRow(size_t level, const MDRData* row) const {
-    const MDRVar key = valueOf(MDRFldByNum(arrays_[0], 0), row);
-    return MDARecSeekV(arrays_[level], 0, &key, nullptr);
+  // A few units among a million objects lie far apart: their rows are sought ahead and called into the cache
+  // together, so that copying does not wait for one after the other.
+  static constexpr int kBatch = 64;
+
+  static void callIntoCache(const MDRData* row) {
+    constexpr int kLine = 64, kLines = 6;
+    for (int line = 0; row && line < kLines; ++line)
+      __builtin_prefetch(reinterpret_cast<const char*>(row) + line * kLine);
+  }
+
+  void gather(int from, int until, size_t levels, std::vector<const MDRData*>* rows) const {
+    const MDRField* keyField = MDRFldByNum(arrays_[0], 0);
+    rows->assign(static_cast<size_t>(until - from) * levels, nullptr);
+    for (int i = from; i < until; ++i) callIntoCache((*rows)[(i - from) * levels] = MDARec(arrays_[0], 0, i));
+    for (size_t at = 0; levels > 1 && at < rows->size(); at += levels) {
+      const MDRVar key = valueOf(keyField, (*rows)[at]);
+      for (size_t level = 1; level < levels; ++level)
+        callIntoCache((*rows)[at + level] = MDARecSeekV(arrays_[level], 0, &key, nullptr));
+    }
+  }
+
+  static void copy(const std::vector<Column>& columns, const MDRData* const* rows, MDArray* out) {
+    MDRData* row = MDARecNew(out);
+    for (size_t c = 0; c < columns.size(); ++c) {
+      const MDRData* from = rows[columns[c].level];
+      if (from) put(out, row, static_cast<int>(c), valueOf(columns[c].field, from));
+    }
+    MDARecPost(row, nullptr);
   }
 
   std::vector<const MDArray*> arrays_;
