@@ -81,7 +81,32 @@ class TimerOfHints : public ModuleWindow {
     QTimerEvent event(module->measTimer.timerId());
     QCoreApplication::sendEvent(&module->measTimer, &event);
   }
+  // The row of the live value stands on top of the sheet.
+  QString live() { return module->ui->tV_Prop->model()->index(0, 1).data().toString(); }
+  void showStale() {
+    char stale[] = "77";
+    module->passport.SetValue(module->passport.currentKey, stale);
+    ASSERT_TRUE(live().contains("77")) << live().toStdString();
+  }
 };
+
+TEST_F(TimerOfHints, BringsTheServersValueToTheSheet) {
+  start();
+  click("P Т-1");
+  const QString before = live();
+  showStale();
+  tick();
+  EXPECT_EQ(live(), before);
+}
+
+TEST_F(TimerOfHints, TakesTheValueAwayWhenTheServerDoesNotAnswer) {
+  start();
+  click("P Т-1");
+  showStale();
+  app.failures.add("PacketExec ObjectHint", Fail::kStatus);
+  tick();
+  EXPECT_FALSE(live().contains("77"));
+}
 
 TEST_F(TimerOfHints, AsksForTheObjectShown) {
   start();
