@@ -3,6 +3,8 @@
 #include <TlmClient/ModuleStyle.h>
 
 #include <QApplication>
+#include <QEvent>
+#include <QWidget>
 
 #include <gtest/gtest.h>
 
@@ -18,6 +20,15 @@ class QuestionWatch : public testing::EmptyTestEventListener {
     if (CPopMessageBox::abandonedCount() != abandoned_) ADD_FAILURE() << "a message box went without an answer";
   }
   int abandoned_ = 0;
+};
+
+// A window that is shown is the active one, as with a window manager; a bare X server has none.
+class WindowManager : public QObject {
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    auto* widget = event->type() == QEvent::Show && watched->isWidgetType() ? static_cast<QWidget*>(watched) : nullptr;
+    if (widget && widget->isWindow() && widget->windowType() == Qt::Window) QApplication::setActiveWindow(widget);
+    return false;
+  }
 };
 
 // The offscreen platform says of every window what it cannot do.
@@ -37,6 +48,8 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   app.setPalette(tlm::workstationPalette());
   app.setFont(tlm::workstationFont());
+  WindowManager windows;
+  app.installEventFilter(&windows);
   testing::UnitTest::GetInstance()->listeners().Append(new QuestionWatch);
   return RUN_ALL_TESTS();
 }

@@ -18,6 +18,7 @@ std::unique_ptr<Stage> Stage::open(ModuleLibrary& library, const QString& storeF
   QString problem;
   stage->server_ = StationServer::open(storeFile, &problem);
   if (stage->server_) {
+    stage->server_->startSimulator();
     StationSetup setup;
     setup.user = "engineer";
     setup.settingsFile = settings;
@@ -31,6 +32,7 @@ std::unique_ptr<Stage> Stage::open(ModuleLibrary& library, const QString& storeF
     return nullptr;
   }
   stage->window_->resize(1280, 800);
+  QApplication::setActiveWindow(stage->window_);  // a bare X server has no window manager that would
   QApplication::processEvents();
   return stage;
 }
