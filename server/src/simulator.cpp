@@ -5,6 +5,7 @@
 #include "objects.h"
 #include "values.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -26,6 +27,23 @@ double noise(uint64_t seed, int64_t a, int64_t b) {
 double numberOf(const MDArray* array, const MDRData* record, const char* field, double otherwise) {
   double number = 0;
   return record && MDRGetAsDouble(MDRFldByName(array, field), record, &number) >= 0 ? number : otherwise;
+}
+
+struct Range {
+  double low;
+  double high;
+};
+
+// What a value moves in: around its warning limits, which it crosses now and then, or else the whole scale.
+Range rangeOf(const MDArray* analogs, const MDRData* analog) {
+  constexpr double kBeyond = 0.4;  // of the distance between the limits, on each side; half the range is used
+  const Range scale{numberOf(analogs, analog, "engMin", 0), numberOf(analogs, analog, "engMax", 100)};
+  const Range warn{numberOf(analogs, analog, "lowWarn", scale.low), numberOf(analogs, analog, "highWarn", scale.high)};
+  const bool watched =
+      numberOf(analogs, analog, "lowWarnOn", 0) != 0 && numberOf(analogs, analog, "highWarnOn", 0) != 0;
+  if (!watched || warn.low >= warn.high) return scale;
+  const double beyond = (warn.high - warn.low) * kBeyond;
+  return {std::max(scale.low, warn.low - beyond), std::min(scale.high, warn.high + beyond)};
 }
 
 }  // namespace
@@ -55,10 +73,9 @@ void Simulator::look() {
       Point point{static_cast<int32_t>(*locId), Kind::kAnalog, 50, 50};
       if (name == "Analog") {
         const MDRData* analog = seekKey(analogs, key);
-        const double low = numberOf(analogs, analog, "engMin", 0);
-        const double high = numberOf(analogs, analog, "engMax", 100);
-        point.middle = (low + high) / 2;
-        point.swing = (high - low) / 2;
+        const Range range = rangeOf(analogs, analog);
+        point.middle = (range.low + range.high) / 2;
+        point.swing = (range.high - range.low) / 2;
       } else {
         point.kind = name == "Discrete" ? Kind::kDiscrete : name == "Accumulator" ? Kind::kAccumulator : Kind::kString;
         point.middle = 1000 + 9000 * noise(seed_, *locId, 1);

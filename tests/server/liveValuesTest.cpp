@@ -167,6 +167,21 @@ TEST_F(LiveValueServerTest, ASimulatedAnalogStaysInItsRange) {
   }
 }
 
+TEST_F(LiveValueServerTest, ASimulatedAnalogMovesAboutItsWarningLimits) {
+  ASSERT_EQ(status({Update("Analog").update(key("A1"), {{"engMin", 45.0},
+                                                        {"engMax", 55.0},
+                                                        {"lowWarnOn", true},
+                                                        {"lowWarn", 49.5},
+                                                        {"highWarnOn", true},
+                                                        {"highWarn", 50.5}})}),
+            wire::kOk);
+  Simulator simulator(*core, 42);
+  for (int i = 0; i < 1000; ++i) {
+    simulator.tick(kNow + i * 0.001);
+    EXPECT_NEAR(std::get<double>(core->live().current(1001)->value), 50.0, 0.9);
+  }
+}
+
 TEST_F(LiveValueServerTest, AMeasurementOutOfOperationIsNotSimulated) {
   ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"work_", false}})}), wire::kOk);
   Simulator simulator(*core, 42);
