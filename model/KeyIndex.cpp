@@ -32,7 +32,12 @@ void KeyIndex::clear() {
   size_ = 0;
 }
 
+// Among a million nodes each of these waits for memory. Whoever finds a node asks for its place among its
+// siblings next, so that is called in while the row is on its way.
 bool KeyIndex::carries(const myConfNode& node, const QString& key) const {
+  __builtin_prefetch(node.record);
+  __builtin_prefetch(reinterpret_cast<const char*>(node.record) + 64);  // where the key begins, as a rule
+  if (const myConfNode* parent = node.parent) __builtin_prefetch(parent->children.data() + node.rowHint_);
   return reader_.texts().equalsFolded(reader_.value(node, NodeField::Key), key);
 }
 

@@ -81,10 +81,11 @@ class Levels {
  private:
   // A few units among a million objects lie far apart: their rows are sought ahead and called into the cache
   // together, so that copying does not wait for one after the other.
-  static constexpr int kBatch = 64;
+  static constexpr int kBatch = 32;
 
+  // A record and what stands behind it: as a rule its values, else nothing is lost but the hint.
   static void callIntoCache(const MDRData* row) {
-    constexpr int kLine = 64, kLines = 6;
+    constexpr int kLine = 64, kLines = 4;
     for (int line = 0; row && line < kLines; ++line)
       __builtin_prefetch(reinterpret_cast<const char*>(row) + line * kLine);
   }

@@ -193,6 +193,18 @@ TEST(FindByKey, FollowsNodesThatComeAndGo) {
   EXPECT_TRUE(unit->children.empty());
 }
 
+TEST(FindByKey, FindsAmongThousandsWhileOthersGo) {
+  constexpr int kUnits = 3000;
+  SmallTree tree;
+  for (int i = 0; i < kUnits; ++i) tree.unit(tree.root, "КП", QString("unit-%1").arg(i));
+  tree.done();
+  for (int i = kUnits - 1; i >= 0; i -= 3) tree.model.takeNode(tree.root, i);
+  for (int i = 0; i < kUnits; ++i) {
+    const QString shown = i % 3 == 2 ? QString() : QString("unit-%1").arg(i);
+    ASSERT_EQ(tree.model.findByKey(QString("UNIT-%1").arg(i)).data(kKeyRole).toString(), shown);
+  }
+}
+
 TEST(FindByKey, NeedsNoRowToForgetANode) {
   SmallTree tree;
   myConfNode* unit = tree.unit(tree.root, "КП", "U");
