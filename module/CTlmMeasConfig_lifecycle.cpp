@@ -84,6 +84,8 @@ CTlmMeasConfig::CTlmMeasConfig(CTlmCliApp* app)
 CTlmMeasConfig::~CTlmMeasConfig() {
   measTimer.stop();
   qDeleteAll(widthWatches);
+  // The view outlives the rows: a window that is hidden on its way out lays its rows out once more.
+  ui->tV_MeasConfig->setModel(nullptr);
   delete ui;
 }
 

@@ -292,7 +292,7 @@ TEST_F(Events, ChangedFieldIsFoundByItsNameInTheStructure) {
   TEventNciParse ev(message.get(), module->moduleCodec);
   MDRVar value{};
   EXPECT_TRUE(module->FieldIsChanged(ev, "LOCID", &module->strMeasurement, value));
-  EXPECT_EQ(value.i64, 5);
+  EXPECT_EQ(+value.i64, 5);
   EXPECT_FALSE(module->FieldIsChanged(ev, "work_", &module->strMeasurement, value));
   EXPECT_FALSE(module->FieldIsChanged(ev, "RemoteUnitKey", &module->strMeasurement, value));
   EXPECT_EQ(module->getRemoteUnitKey(ev, &module->strMeasurement), "U");
