@@ -51,9 +51,12 @@ void print(const Result& r) {
 }
 
 QJsonObject json(const Result& r) {
-  return {{"name", QString::fromStdString(r.name)}, {"ours", r.ours},
-          {"baseline", r.baseline},                 {"unit", QString::fromStdString(r.unit)},
-          {"ratio", r.ratio},                       {"goal", QString::fromStdString(r.goal)},
+  return {{"name", QString::fromStdString(r.name)},
+          {"ours", r.ours},
+          {"baseline", r.baseline},
+          {"unit", QString::fromStdString(r.unit)},
+          {"ratio", r.ratio},
+          {"goal", QString::fromStdString(r.goal)},
           {"meets", r.meets}};
 }
 

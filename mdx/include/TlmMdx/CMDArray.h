@@ -32,9 +32,7 @@ class CMDArray {
 
   // Reads a field. An unknown one gives type 0 and leaves the rest of `out` alone.
   void GetVal(const MDRData* rec, const char* name, MDRVar& out) const { read(MDRFldByName(array, name), rec, out); }
-  void GetVal(const MDRData* rec, int number, MDRVar& out) const {
-    read(MDRFldByNum(array, number & 0xff), rec, out);
-  }
+  void GetVal(const MDRData* rec, int number, MDRVar& out) const { read(MDRFldByNum(array, number & 0xff), rec, out); }
 
   // Writes a field; an unknown one is passed over.
   void SetVal(MDRData* rec, const char* name, const MDRVar& v) { write(MDRFldByName(array, name), rec, v); }

@@ -29,17 +29,17 @@ extern "C" {
 
 enum {
   MDX_OK = 0,
-  MDX_E_ARG = -1,      /* a null or unusable argument */
-  MDX_E_MEMORY = -2,   /* no memory, or more asked for than the input justifies */
-  MDX_E_SOURCE = -3,   /* there is no source array */
-  MDX_E_FORMAT = -4,   /* packed bytes that are not a packed array, record or value */
-  MDX_E_FOREIGN = -5,  /* the record belongs to another array */
-  MDX_E_FIELD = -6,    /* no such field */
-  MDX_E_KEY = -7,      /* no such key, or an expression that names an unknown field */
-  MDX_E_TYPE = -8,     /* the value cannot be converted to the field's type */
-  MDX_E_SIZE = -9,     /* a text longer than its fixed field (nothing is written) */
-  MDX_E_STATE = -10,   /* the record is not in the state that the call needs */
-  MDX_E_VERSION = -11  /* packed bytes of a newer format */
+  MDX_E_ARG = -1,     /* a null or unusable argument */
+  MDX_E_MEMORY = -2,  /* no memory, or more asked for than the input justifies */
+  MDX_E_SOURCE = -3,  /* there is no source array */
+  MDX_E_FORMAT = -4,  /* packed bytes that are not a packed array, record or value */
+  MDX_E_FOREIGN = -5, /* the record belongs to another array */
+  MDX_E_FIELD = -6,   /* no such field */
+  MDX_E_KEY = -7,     /* no such key, or an expression that names an unknown field */
+  MDX_E_TYPE = -8,    /* the value cannot be converted to the field's type */
+  MDX_E_SIZE = -9,    /* a text longer than its fixed field (nothing is written) */
+  MDX_E_STATE = -10,  /* the record is not in the state that the call needs */
+  MDX_E_VERSION = -11 /* packed bytes of a newer format */
 };
 
 /* ---- values --------------------------------------------------------------------------------- */
@@ -69,6 +69,11 @@ enum {
  * The members are not aligned: copy them, bind no C++ reference to one.
  */
 #pragma pack(push, 1)
+typedef struct MDRText {
+  uint32_t length;
+  const char* data;
+} MDRText;
+
 typedef struct MDRVar {
   uint8_t type;
   uint8_t isNull;
@@ -78,10 +83,7 @@ typedef struct MDRVar {
     int64_t i64;
     float f32;
     double f64;
-    struct {
-      uint32_t length;
-      const char* data;
-    } text;
+    MDRText text;
   };
 } MDRVar;
 #pragma pack(pop)
@@ -94,10 +96,10 @@ typedef struct MDRVar {
  */
 typedef struct MDRField {
   char name[64];
-  uint8_t type;     /* MDX_* */
-  uint8_t number;   /* position among the fields */
-  uint16_t size;    /* bytes of a fixed text (MDX_TEXT), else 0 */
-  uint32_t offset;  /* of the value inside a record's body; private to the library */
+  uint8_t type;    /* MDX_* */
+  uint8_t number;  /* position among the fields */
+  uint16_t size;   /* bytes of a fixed text (MDX_TEXT), else 0 */
+  uint32_t offset; /* of the value inside a record's body; private to the library */
   char reserved[132];
 } MDRField;
 
@@ -130,13 +132,13 @@ enum { MDX_REC_NONE = 0, MDX_REC_INSERT = 1, MDX_REC_UPDATE = 2, MDX_REC_DELETE 
  * a record that is bound to foreign bytes (MDRRecInit, MDRRecSet) is a variable of the caller.
  */
 typedef struct MDRData {
-  MDArray* array;         /* the owning array, or null for a bound record */
-  unsigned char* packed;  /* after MDRRecPack, or what MDRRecSet bound; else null */
+  MDArray* array;        /* the owning array, or null for a bound record */
+  unsigned char* packed; /* after MDRRecPack, or what MDRRecSet bound; else null */
   uint32_t packedLength;
-  uint16_t typeNumber;    /* 0, or 10 for an event message */
-  uint8_t change;         /* MDX_REC_* */
-  uint8_t state;          /* private */
-  unsigned char* body;    /* private */
+  uint16_t typeNumber; /* 0, or 10 for an event message */
+  uint8_t change;      /* MDX_REC_* */
+  uint8_t state;       /* private */
+  unsigned char* body; /* private */
 } MDRData;
 
 /* A reply or an event: a record of a small table of its own. */
@@ -194,9 +196,9 @@ MDX_API MDRData* MDARec(const MDArray* array, int key, int position);
 /*
  * The first record with that value in that key, or null. `values` holds one MDRVar for each field of
  * the key, one after another; a value with type MDX_NONE or with isNull set seeks null. The number
- * types stand for one another; a number is below all texts of a text key, a text above all numbers. *position (may be null) is where the record stands, or where a record
- * with that value would be put first: the number of records that are lower.
- * Order: null before every value, texts by bytes, equal keys in order of arrival.
+ * types stand for one another; a number is below all texts of a text key, a text above all numbers. *position (may be
+ * null) is where the record stands, or where a record with that value would be put first: the number of records that
+ * are lower. Order: null before every value, texts by bytes, equal keys in order of arrival.
  */
 MDX_API MDRData* MDARecSeekV(const MDArray* array, int key, const MDRVar* values, int* position);
 
@@ -241,16 +243,16 @@ typedef struct MDXCursor {
   int32_t index, count;    /* the place in the run, and its length */
   int32_t position;        /* the place in the order */
   int32_t key;
-  uint8_t form;            /* MDX_CURSOR_* */
+  uint8_t form; /* MDX_CURSOR_* */
   uint8_t reserved[7];
 } MDXCursor;
 
-enum { /* what `words` holds for the records of a run */
-  MDX_CURSOR_OTHER = 0,  /* nothing to be read */
-  MDX_CURSOR_NULL = 1,   /* the key's only field is null in them */
-  MDX_CURSOR_INT = 2,    /* a boolean or an integer */
-  MDX_CURSOR_DOUBLE = 3, /* a float or a double */
-  MDX_CURSOR_TEXT = 4    /* a fixed text of at most 32 bytes whose order is by bytes */
+enum {                        /* what `words` holds for the records of a run */
+       MDX_CURSOR_OTHER = 0,  /* nothing to be read */
+       MDX_CURSOR_NULL = 1,   /* the key's only field is null in them */
+       MDX_CURSOR_INT = 2,    /* a boolean or an integer */
+       MDX_CURSOR_DOUBLE = 3, /* a float or a double */
+       MDX_CURSOR_TEXT = 4    /* a fixed text of at most 32 bytes whose order is by bytes */
 };
 enum { MDX_CURSOR_STRIDE = 64 }; /* the further words of a text follow at this distance */
 
@@ -384,9 +386,9 @@ typedef struct CVar {
   union {
     int64_t i64;
     double f64;
-    char* text;          /* zero-terminated, owned */
-    struct CVar* items;  /* the elements of an array one after another, owned */
-    MDArray** table;     /* a cell that holds the table, both owned */
+    char* text;         /* zero-terminated, owned */
+    struct CVar* items; /* the elements of an array one after another, owned */
+    MDArray** table;    /* a cell that holds the table, both owned */
   };
   uint64_t reserved;
 } CVar;
@@ -413,15 +415,15 @@ enum {
   MDX_REPLY_TEXT = 2     /* the text that some requests answer with */
 };
 enum { MDX_TYPE_EVENT = 10, MDX_TYPE_PARAM = 11 };
-enum { /* positions of an event message (type number MDX_TYPE_EVENT) */
-  MDX_EVENT_SEQUENCE = 0, /* int64 */
-  MDX_EVENT_KIND = 1,     /* int32: 601, 602, 603, 902, 903, 904 */
-  MDX_EVENT_TIME = 2,     /* double, server time */
-  MDX_EVENT_ORIGIN = 3,   /* int32, reserved for the writer's session */
-  MDX_EVENT_KEY = 4,      /* text */
-  MDX_EVENT_PARAM = 5,    /* text */
-  MDX_EVENT_USER = 6,     /* text, who wrote */
-  MDX_EVENT_IMAGE = 7     /* block, or null */
+enum {                         /* positions of an event message (type number MDX_TYPE_EVENT) */
+       MDX_EVENT_SEQUENCE = 0, /* int64 */
+       MDX_EVENT_KIND = 1,     /* int32: 601, 602, 603, 902, 903, 904 */
+       MDX_EVENT_TIME = 2,     /* double, server time */
+       MDX_EVENT_ORIGIN = 3,   /* int32, reserved for the writer's session */
+       MDX_EVENT_KEY = 4,      /* text */
+       MDX_EVENT_PARAM = 5,    /* text */
+       MDX_EVENT_USER = 6,     /* text, who wrote */
+       MDX_EVENT_IMAGE = 7     /* block, or null */
 };
 
 /*

@@ -55,25 +55,25 @@ struct Reply {
 };
 
 struct BlockReply {
-  Reply whole;               // status of the block; of the commit when it holds updates
-  std::vector<Reply> each;   // as many as requests when the block was carried out, else empty
+  Reply whole;              // status of the block; of the commit when it holds updates
+  std::vector<Reply> each;  // as many as requests when the block was carried out, else empty
 };
 
 // A change of a record or a receipt of a command, as published by the server.
 struct Event {
-  int64_t sequence = 0;  // of the server's log; 0 for events that are not kept (receipts)
-  int32_t kind = 0;      // 601 added, 602 changed, 603 deleted, 902 to 904 receipts
-  double time = 0;       // server time, days since 30.12.1899 (UTC)
-  std::string key;       // object key, Windows-1251
-  std::string param;     // parameter text: "tbl=" table "," further text
-  std::string user;      // who wrote
+  int64_t sequence = 0;              // of the server's log; 0 for events that are not kept (receipts)
+  int32_t kind = 0;                  // 601 added, 602 changed, 603 deleted, 902 to 904 receipts
+  double time = 0;                   // server time, days since 30.12.1899 (UTC)
+  std::string key;                   // object key, Windows-1251
+  std::string param;                 // parameter text: "tbl=" table "," further text
+  std::string user;                  // who wrote
   std::optional<std::string> image;  // packed record, positionally the whole table
 };
 
 // The current value of a measurement.
 struct ParamValue {
   int32_t locId = 0;
-  double time = 0;  // server time
+  double time = 0;      // server time
   int32_t quality = 0;  // 0 good, 1 manual, 2 old, 3 invalid
   std::string value;    // decimal number or text, Windows-1251
 };
