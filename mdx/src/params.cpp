@@ -16,7 +16,7 @@ MDXCliParam* MDXParamNew(int typeNumber, const uint8_t* types, int count) {
     }
     record = array->newRecord();
     record->typeNumber = static_cast<uint16_t>(typeNumber);
-    array.release();  // goes with the record, see MDXParamFree
+    static_cast<void>(array.release());  // goes with the record, see MDXParamFree
     return int{MDX_OK};
   });
   return record;
