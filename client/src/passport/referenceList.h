@@ -3,13 +3,12 @@
 
 #include <QAbstractListModel>
 #include <QLineEdit>
+#include <QListView>
 #include <QPointer>
 #include <QSize>
 
 #include <memory>
 #include <vector>
-
-class QListView;
 
 namespace tlm::passport {
 
