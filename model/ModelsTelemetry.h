@@ -63,6 +63,8 @@ class MeasConfTreeModel : public QAbstractItemModel {
   // What match(index(0, 0), kKeyRole, key, 1, MatchFixedString | MatchWrap | MatchRecursive) finds, without
   // the walk over the tree. Invalid when there is none.
   QModelIndex findByKey(const QString& key) const;
+  // The unit at the top that stands for "no unit"; invalid when there is none.
+  QModelIndex defaultUnit() const { return indexOf(defaultUnit_); }
 
   // Puts nodes (with all below them) at a row of a parent and tells the views. The nodes' parent is set. The
   // result is that of insertRows.
@@ -82,6 +84,40 @@ class MeasConfTreeModel : public QAbstractItemModel {
   // signals go out for every node visited; persistent indexes are not remapped.
   void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
   void SortChildren(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly);
+
+  // ---- ModelsTelemetry_adding.cpp: new objects, and objects that the module holds -----------------------
+  // Makes a new object in the module's arrays and hangs it under the node of `parent`, with atRoot at the top. An
+  // empty class makes a folder. `rtuKey` is the unit of a measurement. Folders and units enter at row 0, a
+  // measurement as the last of its group, which is made when missing. Emits setFocusRow. False: nothing was added
+  // (but perhaps the group).
+  bool AddNode(QModelIndex parent, QString className, QString rtuKey, bool atRoot);
+  // Makes the row of a new object, with a key of its own in `key`, and links the node to it.
+  bool CreateNode(myConfNode* node, QString name, QString className, QString tableClass, QString& key, QString rtuKey,
+                  myConfNode* parentNode);
+  // Hangs a node for a row that the module's arrays hold, as AddNode does, without setFocusRow. An aggregated
+  // measurement goes under the measurement `parent`. A unit is fetched when it is opened.
+  bool AddExistNode(QModelIndex parent, QString className, QString key, bool aggregated);
+  // Links the node to the row with that key. True for a known class, also without such a row.
+  bool CreateExistNode(myConfNode* node, QString className, QString key, bool aggregated);
+  // The first node whose text is the caption, its place in `position`, which stays as it was without one.
+  bool ExistFold(std::vector<myConfNode*>* nodes, QString caption, int& position);
+  bool GetIndFold(std::vector<myConfNode*>* nodes, QString caption, int& position);
+  // True if an object with the first key stands below the one with the second.
+  bool ExistSignInRTU(QString signKey, QString rtuKey);
+
+  // ---- ModelsTelemetry_removing.cpp --------------------------------------------------------------------
+  // Removes a node with all below it, and its group when that is left empty; the nodes are destroyed. Appends
+  // "key,class" for each, what is deeper first, to `removed`, which may be null. True when something went.
+  bool DelNode(const QModelIndex& index, QStringList* removed);
+  // Takes out and destroys children, without notifications: those are the caller's.
+  bool prepareRemoveRows(int row, int count, myConfNode* parent, QStringList* removed);
+
+  // ---- ModelsTelemetry_moving.cpp ----------------------------------------------------------------------
+  // Hangs a node under another folder or unit; a measurement into its group there, which is made when missing. A
+  // group that is left empty goes. Then the row gets the focus by setFocusRow, or the new level is sorted. An
+  // aggregated measurement stays where it is. The key plays no part.
+  void MoveNode(const QModelIndex& source, const QModelIndex& target, bool keepFocus);
+  void MoveNode(QModelIndex source, QString key, QString className, const QModelIndex& target, bool keepFocus);
 
   // ---- ModelsTelemetry_data.cpp: what is shown ---------------------------------------------------------
   QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
@@ -123,6 +159,8 @@ class MeasConfTreeModel : public QAbstractItemModel {
   mutable RecordReader reader_;
   KeyIndex keys_;
   mutable std::vector<std::pair<const char*, QVariant>> icons_;  // by the address of their path
+  void noteDefaultUnit(myConfNode* node);
+  myConfNode* defaultUnit_ = nullptr;
   myConfNode* insertParent_ = nullptr;                           // between BeginInsertRows and EndInsertRows
   int insertFirst_ = 0;
   int insertLast_ = -1;
