@@ -34,7 +34,7 @@ void Catalogue::read(const MDArray* tables, const MDArray* fields, const MDArray
   for (int i = 0; i < MDARecCount(tables); ++i) {
     TableInfo info = readTable(tables, MDARec(tables, 0, i));
     keysByName_.insert(info.name.toLower(), info.key);
-    tables_.insert(info.key, std::move(info));
+    tables_.insert(info.key, info);
   }
   readFields(fields, types);
 }

@@ -87,7 +87,7 @@ QModelIndex SheetModel::indexOf(const QString& id, int column) const {
   for (size_t g = 0; g < content_.groups.size(); ++g)
     for (size_t f = 0; f < content_.groups[g].fields.size(); ++f)
       if (content_.groups[g].fields[f].meta->id.compare(id, Qt::CaseInsensitive) == 0)
-        return createIndex(int(f), column, quintptr(g + 1));
+        return createIndex(int(f), column, quintptr(g) + 1);
   return {};
 }
 
@@ -109,7 +109,7 @@ QModelIndex SheetModel::nextField(const QModelIndex& from, int step, bool editab
   for (int g = 0; g < int(content_.groups.size()); ++g)
     for (int f = 0; f < int(content_.groups[size_t(g)].fields.size()); ++f) {
       if (editableOnly && !content_.groups[size_t(g)].fields[size_t(f)].locked.isEmpty()) continue;
-      const QModelIndex here = createIndex(f, kValue, quintptr(g + 1));
+      const QModelIndex here = createIndex(f, kValue, quintptr(g) + 1);
       if (step > 0 && Place{g, f} > start) return here;
       if (step < 0 && Place{g, f} < start) last = here;
     }
@@ -128,14 +128,14 @@ void SheetModel::allChanged() {
   if (rowCount() > 0) emit dataChanged(index(0, 0), index(rowCount() - 1, 1));
   for (size_t g = 0; g < content_.groups.size(); ++g)
     if (!content_.groups[g].fields.empty())
-      emit dataChanged(createIndex(0, 0, quintptr(g + 1)),
-                       createIndex(int(content_.groups[g].fields.size()) - 1, 1, quintptr(g + 1)));
+      emit dataChanged(createIndex(0, 0, quintptr(g) + 1),
+                       createIndex(int(content_.groups[g].fields.size()) - 1, 1, quintptr(g) + 1));
 }
 
 QModelIndex SheetModel::index(int row, int column, const QModelIndex& parentIndex) const {
   if (row < 0 || column < 0 || column > 1 || row >= rowCount(parentIndex)) return {};
   if (!parentIndex.isValid()) return createIndex(row, column, quintptr(0));
-  return createIndex(row, column, quintptr(parentIndex.row() - leading() + 1));
+  return createIndex(row, column, quintptr(parentIndex.row() - leading()) + 1);
 }
 
 QModelIndex SheetModel::parent(const QModelIndex& child) const {
