@@ -11,7 +11,8 @@ void KeysModifQTreeViewMeas::mouseReleaseEvent(QMouseEvent* event) {
     QTreeView::mouseReleaseEvent(event);
     if (model()) emit keysModif(event->modifiers());
   }
-  QWidget::mouseReleaseEvent(event);
+  // For the other buttons the view's own handling is left out on purpose.
+  QWidget::mouseReleaseEvent(event);  // NOLINT(bugprone-parent-virtual-call)
 }
 
 DropHeaderView::DropHeaderView(Qt::Orientation orientation, QWidget* parent, QObject* model)

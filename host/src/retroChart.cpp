@@ -95,7 +95,9 @@ void RetroChart::drawGrid(QPainter& painter, const Frame& f) const {
   const QFontMetrics metrics(font());
   const QPen line(QColor("#dde3ea"));
   const QPen label(palette().color(QPalette::Text));
-  for (double value = f.values.low; value <= f.values.high + f.values.step / 2; value += f.values.step) {
+  const int valueSteps = int((f.values.high - f.values.low) / f.values.step + 0.5);
+  for (int i = 0; i <= valueSteps; ++i) {
+    const double value = f.values.low + i * f.values.step;
     painter.setPen(line);
     painter.drawLine(QPointF(f.area.left(), f.y(value)), QPointF(f.area.right(), f.y(value)));
     painter.setPen(label);
@@ -104,7 +106,9 @@ void RetroChart::drawGrid(QPainter& painter, const Frame& f) const {
                      Qt::AlignRight | Qt::AlignVCenter, text);
   }
   const QString form = f.times.step < 60 * kSecond ? QString("hh:mm:ss") : QString("hh:mm");
-  for (double time = std::ceil(f.times.low / f.times.step) * f.times.step; time <= f.times.high; time += f.times.step) {
+  const auto lastTime = qint64(std::floor(f.times.high / f.times.step));
+  for (auto i = qint64(std::ceil(f.times.low / f.times.step)); i <= lastTime; ++i) {
+    const double time = double(i) * f.times.step;
     painter.setPen(line);
     painter.drawLine(QPointF(f.x(time), f.area.top()), QPointF(f.x(time), f.area.bottom()));
     painter.setPen(label);
