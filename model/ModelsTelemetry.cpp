@@ -97,6 +97,8 @@ void MeasConfTreeModel::setRootNode(myConfNode* root) {
   rootNode = root;
   reader();
   keys_.add(root);
+  defaultUnit_ = nullptr;
+  for (size_t i = 0; root && i < root->children.size(); ++i) noteDefaultUnit(root->children[i]);
   resetInternalData();
 }
 
@@ -115,6 +117,7 @@ bool MeasConfTreeModel::insertNodes(const QModelIndex& parent, int row, const st
 std::unique_ptr<myConfNode> MeasConfTreeModel::takeNode(myConfNode* parent, int row) {
   std::unique_ptr<myConfNode> node(parent->children[row]);
   keys_.remove(node.get());
+  if (node.get() == defaultUnit_) defaultUnit_ = nullptr;
   parent->children.erase(parent->children.begin() + row);
   return node;
 }
@@ -123,6 +126,7 @@ void MeasConfTreeModel::BeginInsertRows(const QModelIndex& parent, int first, in
   insertParent_ = nodeFromIndex(parent);
   insertFirst_ = first;
   insertLast_ = last;
+  settleIndexes();
   beginInsertRows(parent, first, last);
 }
 
@@ -130,9 +134,18 @@ void MeasConfTreeModel::EndInsertRows() {
   reader();
   // The rows that were told may never have come: a unit that turned out empty tells of one.
   const int count = insertParent_ ? static_cast<int>(insertParent_->children.size()) : 0;
-  for (int row = insertFirst_; row <= insertLast_ && row < count; ++row) keys_.add(insertParent_->children[row]);
+  for (int row = insertFirst_; row <= insertLast_ && row < count; ++row) {
+    keys_.add(insertParent_->children[row]);
+    noteDefaultUnit(insertParent_->children[row]);
+  }
   insertParent_ = nullptr;
   endInsertRows();
+  settleIndexes();
+}
+
+// One at most, and always at the top, so that no search by text is needed.
+void MeasConfTreeModel::noteDefaultUnit(myConfNode* node) {
+  if (node && node->parent == rootNode && !node->record && node->text == defaultUnitText()) defaultUnit_ = node;
 }
 
 bool MeasConfTreeModel::insertRows(int, int count, const QModelIndex&) { return count != 0; }

@@ -32,7 +32,7 @@ inline const QString kMeasMimeType = QStringLiteral("TlmMeasList");
 // GUI thread only. Presents the nodes under one root, which it owns. An invalid index means the root. Rows are
 // read at every call, so a changed row needs UpdateData and nothing else.
 //
-// The children of a node in the tree change in two places alone: insertNodes and takeNode.
+// The children of a node in the tree change in three places alone: insertNodes, takeNode and moveToEnd.
 class MeasConfTreeModel : public QAbstractItemModel {
   Q_OBJECT
 
@@ -156,12 +156,24 @@ class MeasConfTreeModel : public QAbstractItemModel {
   // Sorts without a word of its own; what lies below one level tells for itself.
   void sortBelow(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly);
 
+  // _adding
+  bool hang(std::unique_ptr<myConfNode> node, myConfNode* owner, int row, bool focus);
+  bool isMeasurementNode(const myConfNode& node) const;
+  myConfNode* groupFor(const QModelIndex& place, const QString& caption);  // null: that place takes none
+  myConfNode* groupOfUnit(myConfNode* unit, const QString& caption);       // made when missing
+  // _removing
+  bool removeChildren(myConfNode* owner, int row, int count, QStringList* removed);
+  // Puts the persistent indexes right; those within `count` children of the owner, which will go, in column 0.
+  void settleIndexes(const myConfNode* owner = nullptr, int row = 0, int count = 0);
+  // _moving
+  bool moveToEnd(myConfNode* node, myConfNode* owner);
+
   mutable RecordReader reader_;
   KeyIndex keys_;
   mutable std::vector<std::pair<const char*, QVariant>> icons_;  // by the address of their path
   void noteDefaultUnit(myConfNode* node);
   myConfNode* defaultUnit_ = nullptr;
-  myConfNode* insertParent_ = nullptr;                           // between BeginInsertRows and EndInsertRows
+  myConfNode* insertParent_ = nullptr;  // between BeginInsertRows and EndInsertRows
   int insertFirst_ = 0;
   int insertLast_ = -1;
 };
