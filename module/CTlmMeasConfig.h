@@ -400,7 +400,14 @@ class CTlmMeasConfig : public CTlmCliMod {
   QModelIndexList selectedRows() const;
   bool leaveEditedObject(const QItemSelection& selected, const QItemSelection& deselected);
   void declareRow(myConfNode* node, int count, const QString& label);
+  struct SheetForm;
   void showObject(const QModelIndex& index, bool isSelection);
+  bool prepareForm(const QModelIndex& index, SheetForm& form);
+  void showUnknown(const QModelIndex& index, SheetForm& form, bool isSelection);
+  void showSeveral(const QModelIndexList& rows);
+  void showMerged(const QModelIndexList& rows, QStringList noEdit);
+  bool mergeAnewFor(const QString& key);
+  void mergeAnew();
   void lockFields(const QStringList& noEdit);
   void rememberSheet(const QStringList& keys, const QString& number);
   // _saving
@@ -432,6 +439,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   QObjectList widthWatches;        // what tells of new widths; gone before the widgets
   bool columnsAwaitModel = false;  // resizeColumns was called while the tree had no columns
   QStringList sheetKeys;           // the objects that the passport was filled for, in the order of the selection
+  bool mergeQueued = false;        // the merged passport is to be filled anew
 };
 
 #endif

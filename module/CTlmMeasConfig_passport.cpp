@@ -2,6 +2,7 @@
 #include "IndexFacts.h"
 #include "PassportFields.h"
 #include "RecordAccess.h"
+#include "TMultiPasp.h"
 #include "WorkWithData.h"
 #include "ui_TlmMeasConfig.h"
 
@@ -45,6 +46,14 @@ void fillFormArray(CTlmMeasConfig* module, const PassportTable& table, CMDArray&
   array.RecPost(record);
 }
 
+// The keys of rows, without those that have none.
+QStringList keysOf(const QModelIndexList& rows) {
+  QStringList keys;
+  for (const QModelIndex& row : rows)
+    if (const QString key = keyOf(row); !key.isEmpty()) keys += key;
+  return keys;
+}
+
 // The live value of an object, or null; freed with the pointer.
 std::unique_ptr<char[]> liveValue(CTlmCliSes* session, const QString& key) {
   char* text = nullptr;
@@ -75,19 +84,16 @@ void CTlmMeasConfig::OnTV_selectionChanged(QItemSelection selected, QItemSelecti
   const QModelIndexList rows = selectedRows();
   if (rows.isEmpty()) return;
   const QModelIndex first = rows.first();
-  myConfNode* node = nodeOf(first);
-  if (!node) return;
+  if (!nodeOf(first)) return;
 
-  if (rows.size() == 1) {
-    CheckEnabledPaste(first);
-    CheckEnabledAgregData(first);
-    ChangeToolBarCfg();
-    showObject(first, true);
+  if (rows.size() > 1) {
+    showSeveral(rows);
     return;
   }
-  actAgregData->setEnabled(false);
-  rememberSheet({}, numberOf(first));
-  declareRow(node, rows.size(), QString());
+  CheckEnabledPaste(first);
+  CheckEnabledAgregData(first);
+  ChangeToolBarCfg();
+  showObject(first, true);
 }
 
 // Saves a pending edit, unasked. False when a check refused it: the old selection and current row stand again,
@@ -125,48 +131,133 @@ void CTlmMeasConfig::rememberSheet(const QStringList& keys, const QString& numbe
 }
 
 void CTlmMeasConfig::UpdateTlmPassport(const QModelIndex& index) {
-  if (index.isValid()) showObject(index, false);
+  if (index.isValid() && !mergeAnewFor(keyOf(index))) showObject(index, false);
 }
+
+// What the server is told or asked of the object that a row stands for.
+struct CTlmMeasConfig::SheetForm {
+  CMDArray first;
+  CMDArray second;
+  QStringList noEdit;
+  QStringList tables;
+  QList<CMDArray*> arrays;
+};
 
 // Shows one row. The two callers differ: a selection subscribes to the live value before the fields are locked
 // and names the row's own class as the second one; a redisplay turns Save and Cancel on for a new object.
 void CTlmMeasConfig::showObject(const QModelIndex& index, bool isSelection) {
   myConfNode* node = nodeOf(index);
   if (!node) return;
-  const QString key = keyOf(index);
-  rememberSheet(key.isEmpty() ? QStringList() : QStringList{key}, numberOf(index));
-  if (!node->record) {
-    declareRow(node, static_cast<int>(node->children.size()), QStringLiteral("Наименование"));
-    return;
-  }
-  if (key.isEmpty()) return;
-
-  const QString rawClass = classOf(index);
-  const QString className = passportClass(rawClass, node);
-  QStringList noEdit;
-  QStringList tables;
-  QList<CMDArray*> arrays;
-  CMDArray first;
-  CMDArray second;
-  PrepareCmdArrayForPassport(&first, &second, className, noEdit, tables, arrays, node, node->isAggregated);
-  getLiteModel(key, liteModel);
+  rememberSheet(keyOf(index).isEmpty() ? QStringList() : QStringList{keyOf(index)}, numberOf(index));
+  SheetForm form;
+  if (!prepareForm(index, form)) return;
   if (liteModel.IsEmpty()) {
-    passport.SetObjectNew(key, className, session(), tables.isEmpty() ? nullptr : &tables,
-                          arrays.isEmpty() ? nullptr : &arrays, isSelection ? rawClass : className, !node->isFolder,
-                          false);
-    if (!isSelection) SaveCancelEnable(true);
+    showUnknown(index, form, isSelection);
   } else {
+    const QString key = keyOf(index);
     const std::unique_ptr<char[]> value = liveValue(session(), key);
     passport.SetObject(key, &liteModel, session(), value.get(), nullptr, true, false);
   }
   emit resizePassp();
-  if (isSelection) FieldIsChanged(rawClass);
-  lockFields(noEdit);
-  if (!isSelection) FieldIsChanged(rawClass);
+  if (isSelection) FieldIsChanged(classOf(index));
+  lockFields(form.noEdit);
+  if (!isSelection) FieldIsChanged(classOf(index));
 }
 
+// Loads the object's model and the fields that may not be edited. False where there is none to show: the heading of
+// a row without a record stands in the sheet then.
+bool CTlmMeasConfig::prepareForm(const QModelIndex& index, SheetForm& form) {
+  myConfNode* node = nodeOf(index);
+  if (!node->record) {
+    declareRow(node, static_cast<int>(node->children.size()), QStringLiteral("Наименование"));
+    return false;
+  }
+  const QString key = keyOf(index);
+  if (key.isEmpty()) return false;
+  PrepareCmdArrayForPassport(&form.first, &form.second, passportClass(classOf(index), node), form.noEdit, form.tables,
+                             form.arrays, node, node->isAggregated);
+  getLiteModel(key, liteModel);
+  return true;
+}
+
+// Shows a row whose object the server does not know.
+void CTlmMeasConfig::showUnknown(const QModelIndex& index, SheetForm& form, bool isSelection) {
+  const myConfNode* node = nodeOf(index);
+  const QString className = passportClass(classOf(index), node);
+  passport.SetObjectNew(keyOf(index), className, session(), form.tables.isEmpty() ? nullptr : &form.tables,
+                        form.arrays.isEmpty() ? nullptr : &form.arrays, isSelection ? classOf(index) : className,
+                        !node->isFolder, false);
+  if (!isSelection) SaveCancelEnable(true);
+}
+
+// ---- several rows ----------------------------------------------------------------------------------------
+
+// Rows of several classes get a heading, rows of one class the merged form of all.
+void CTlmMeasConfig::showSeveral(const QModelIndexList& rows) {
+  actAgregData->setEnabled(false);
+  const QModelIndex first = rows.first();
+  myConfNode* node = nodeOf(first);
+  const QString rawClass = classOf(first);
+  bool aggregated = false;
+  for (const QModelIndex& row : rows) {
+    if (classOf(row) != rawClass) {
+      rememberSheet({}, numberOf(first));
+      declareRow(node, rows.size(), QString());
+      return;
+    }
+    const myConfNode* each = nodeOf(row);
+    aggregated = aggregated || (each && each->isAggregated);
+  }
+  SheetForm form;
+  PrepareCmdArrayForPassport(&form.first, &form.second, passportClass(rawClass, node), form.noEdit, form.tables,
+                             form.arrays, nullptr, aggregated);
+  if (!node->record) rememberSheet({}, numberOf(first));
+  if (!prepareForm(first, form)) return;
+  if (!liteModel.IsEmpty()) {
+    showMerged(rows, form.noEdit);
+    return;
+  }
+  rememberSheet({keyOf(first)}, numberOf(first));
+  showUnknown(first, form, true);
+  emit resizePassp();
+  FieldIsChanged(rawClass);
+  lockFields(form.noEdit);
+}
+
+// Fills the sheet with what the objects have in common. Left as it is when the server does not give their records.
+void CTlmMeasConfig::showMerged(const QModelIndexList& rows, QStringList noEdit) {
+  const QStringList keys = keysOf(rows);
+  CMDArray records;
+  if (!GetRecByKey(session(), keys.join(QLatin1Char(',')).toStdString(), &records)) return;
+  rememberSheet(keys, numberOf(rows.first()));
+  TMultiPasp merged(this, ui->tV_MeasConfig, records);
+  passport.SetObject(keys.first(), &liteModel, session(), nullptr, &merged, true, false);
+  emit resizePassp();
+  noEdit += QStringLiteral("Measurement.locId");
+  lockFields(noEdit);
+}
+
+// Where the sheet shows several objects, a change of one of them merges them anew, once for all changes that came
+// together. False when the object is not one of them.
+bool CTlmMeasConfig::mergeAnewFor(const QString& key) {
+  if (sheetKeys.size() < 2 || !sheetKeys.contains(key)) return false;
+  if (!mergeQueued)
+    QMetaObject::invokeMethod(
+        this, [this] { mergeAnew(); }, Qt::QueuedConnection);
+  mergeQueued = true;
+  return true;
+}
+
+void CTlmMeasConfig::mergeAnew() {
+  mergeQueued = false;
+  const QModelIndexList rows = selectedRows();
+  if (rows.size() > 1 && keysOf(rows) == sheetKeys) showSeveral(rows);
+}
+
+// ---- a measurement that is shown already -----------------------------------------------------------------
+
 void CTlmMeasConfig::UpdateTlmPassportMeas(QString key, QString table, bool withValue) {
-  if (key.isEmpty() || table.isEmpty()) return;
+  if (key.isEmpty() || table.isEmpty() || mergeAnewFor(key)) return;
   getLiteModel(key, liteModel);
   if (liteModel.IsEmpty()) return;
   MDRData* record = seekText(measRecords, 0, key, moduleCodec);

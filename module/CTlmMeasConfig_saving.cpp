@@ -31,20 +31,32 @@ bool asInt(const CMDArray& array, const char* field, int& out) {
   return true;
 }
 
-// The passport's one record stands for all objects of the selection: a copy of it for each key, with the marks of
-// the passport's own record.
+// Copies a record as the passport gave it. Null when there is no room for it.
+MDRData* copyAsGiven(const CMDArray& input, const MDRData* record, CMDArray& output, int mark) {
+  MDRData* copy = copyRecord(input, record, output, false);
+  if (copy) MDRSetFlags(copy, mark);
+  return copy;
+}
+
+// The record of the first object of the selection stands for all of them: a copy of it for each key, with the marks
+// of the passport's own record. What is there besides are edits of single objects that were shown meanwhile.
 void spreadOverObjects(const CMDArray& input, CMDArray& output, const QStringList& keys, int mark, QTextCodec* codec) {
   output.code = MDACopy(output.array, input.array, 0);
   const MDRData* pattern = MDARec(input.array, 0, 0);
+  for (int i = 1; i < MDARecCount(input.array); ++i) {
+    const MDRData* record = MDARec(input.array, 0, i);
+    if (fieldText(input, record, 0, codec) == keys.first()) pattern = record;
+  }
   if (!pattern) return;
   for (const QString& key : keys) {
-    if (key.isEmpty()) continue;
-    MDRData* record = copyRecord(input, pattern, output, false);
-    if (!record) return;
-    MDRSetFlags(record, mark);
+    MDRData* record = copyAsGiven(input, pattern, output, mark);
     const QByteArray bytes = codec->fromUnicode(key);
     output.SetVal(record, 0, textVar(bytes));
     output.RecPost(record);
+  }
+  for (int i = 0; i < MDARecCount(input.array); ++i) {
+    const MDRData* given = MDARec(input.array, 0, i);
+    if (given != pattern) output.RecPost(copyAsGiven(input, given, output, MDRGetFlags(given)));
   }
 }
 
