@@ -1,10 +1,16 @@
 // MDXCur*: walks over one key.
 
+#include <type_traits>
+
 #include "array.h"
 
 namespace {
 
+// What TlmMdx/cursor.h knows of a leaf: behind the first words stand the further ones, by threes.
 static_assert(MDX_CURSOR_STRIDE == mdx::kFan);
+static_assert(sizeof(mdx::FirstWords<4>) == MDX_CURSOR_STRIDE * sizeof(uint64_t));
+static_assert(sizeof(mdx::FurtherWords<4>) == 3 * MDX_CURSOR_STRIDE * sizeof(uint64_t));
+static_assert(std::is_base_of_v<mdx::FurtherWords<4>, mdx::Leaf<4>>);
 
 uint8_t formOf(const mdx::Key& key, const mdx::Span& span) {
   if (span.nulls) return MDX_CURSOR_NULL;

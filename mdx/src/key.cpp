@@ -54,13 +54,21 @@ size_t Key::memory() const {
 
 namespace {
 
+template <int W>
+const uint64_t* wordsOf(const Leaf<W>* leaf) {
+  if constexpr (W == 0)
+    return nullptr;
+  else
+    return leaf->word.data();
+}
+
 template <class Place>
 Span spanOf(const Place& place, uint32_t position, bool nulls) {
   const auto* leaf = place.leaf;
   Span span;
   span.leaf = leaf;
   span.records = leaf->record.data();
-  if constexpr (std::tuple_size_v < decltype(leaf->word) >> 0) span.words = leaf->word[0].data();
+  span.words = wordsOf(leaf);
   span.index = place.index;
   span.count = place.count;
   span.position = position;

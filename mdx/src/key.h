@@ -49,7 +49,7 @@ constexpr int kMaxParts = 16;
 // A run of entries of one leaf.
 struct Span {
   MDRData* const* records = nullptr;
-  const uint64_t* words = nullptr;  // the first word column; the next ones follow every kFan words
+  const uint64_t* words = nullptr;  // the first words; the further ones of a text stand behind them
   const void* leaf = nullptr;       // null: past the end
   int index = 0, count = 0;
   uint32_t position = 0;  // of the entry at `index`
@@ -126,7 +126,16 @@ class Key {
   uint64_t prefixOf(const SeekValue& value) const;
   // Bytes as one word in the order of the key; short texts are filled with zeros.
   uint64_t textWord(std::string_view text, size_t from, size_t bytes = 8) const;
-  Words<4> textWords(std::string_view text) const;
+  Words<4> textWords(std::string_view text) const {
+    if (ignoreCase_ || text.size() != 32) return paddedWords(text);
+    const auto word = [&](size_t from) {
+      uint64_t bytes;
+      std::memcpy(&bytes, text.data() + from, sizeof bytes);
+      return __builtin_bswap64(bytes);
+    };
+    return {word(0), word(8), word(16), word(24)};
+  }
+  Words<4> paddedWords(std::string_view text) const;
   Words<1> wordOf(const MDRData* record) const;
   // Which words decide alone: not those that end in a zero, which may be text or filling.
   static bool decides(const Words<4>& words) { return words[3] & 0xff; }

@@ -1,8 +1,8 @@
 // Nodes of a counted B+-tree and the search inside one node.
 //
 // An entry is W words of key and the record. Words compare as unsigned integers, the first one decides
-// first; each stands in an array of its own, so a search touches few cache lines. Where words do not
-// decide, a Tie compares records in full.
+// first and stands in an array of its own, so a search touches few cache lines; the further ones of an entry
+// stand together, one cache line or two. Where words do not decide, a Tie compares records in full.
 #ifndef TLMMDX_SRC_KEY_NODE_H
 #define TLMMDX_SRC_KEY_NODE_H
 
@@ -72,62 +72,85 @@ inline void fetch(const void* from, size_t bytes) {
   for (size_t offset = 0; offset < bytes; offset += kLine) __builtin_prefetch(at + offset);
 }
 
-// The columns begin at cache lines. The unused places of the first one hold the largest word, so that it
-// is searched whole, in a fixed number of steps.
+// The first words, in order. The unused places hold the largest word, so that the column is searched whole, in
+// a fixed number of steps.
 template <int W>
-struct Entries {
+struct FirstWords {
   static constexpr uint64_t kUnused = UINT64_MAX;
 
-  alignas(kLine) std::array<std::array<uint64_t, kFan>, W> word;
-  std::array<MDRData*, kFan> record;
-  int count = 0;
+  alignas(kLine) std::array<uint64_t, kFan> word;
 
-  Entries() {
-    if constexpr (W > 0) word[0].fill(kUnused);
-  }
+  FirstWords() { word.fill(kUnused); }
+};
+template <>
+struct FirstWords<0> {};
+
+// The further words, those of an entry together.
+template <int W>
+struct FurtherWords {
+  using Rest = std::array<uint64_t, W - 1>;
+
+  std::array<Rest, kFan> rest;
+};
+template <>
+struct FurtherWords<0> {};
+template <>
+struct FurtherWords<1> {};
+
+template <int W>
+struct Entries : FirstWords<W>, FurtherWords<W> {
+  alignas(kLine) std::array<MDRData*, kFan> record;
+  int count = 0;
 
   // What a search needs first.
   void fetchSearched() const {
-    if constexpr (W > 0) fetch(word[0].data(), sizeof word[0]);
+    if constexpr (W > 0) fetch(this->word.data(), sizeof this->word);
     fetch(&count, 1);
   }
-  // What an insert at a place moves.
+  // What an insert at a place moves and writes.
   void fetchMoved(int at) const {
-    const size_t bytes = static_cast<size_t>(count - at + 1) * 8;
-    for (int w = 1; w < W; ++w) fetch(word[w].data() + at, bytes);
-    fetch(record.data() + at, bytes);
+    const auto moved = static_cast<size_t>(count - at + 1);
+    if constexpr (W > 1) fetch(this->rest.data() + at, moved * sizeof this->rest[0]);
+    fetch(record.data() + at, moved * sizeof record[0]);
   }
 
   Words<W> wordsAt(int at) const {
     Words<W> words;
-    for (int w = 0; w < W; ++w) words[w] = word[w][at];
+    if constexpr (W > 0) words[0] = this->word[at];
+    if constexpr (W > 1) std::copy_n(this->rest[at].data(), W - 1, words.data() + 1);
     return words;
   }
   void set(int at, const Words<W>& words, MDRData* rec) {
-    for (int w = 0; w < W; ++w) word[w][at] = words[w];
+    if constexpr (W > 0) this->word[at] = words[0];
+    if constexpr (W > 1) std::copy_n(words.data() + 1, W - 1, this->rest[at].data());
     record[at] = rec;
   }
   void insert(int at, const Words<W>& words, MDRData* rec) {
-    const size_t tail = static_cast<size_t>(count - at) * 8;
-    for (int w = 0; w < W; ++w) std::memmove(&word[w][at] + 1, &word[w][at], tail);
-    std::memmove(record.data() + at + 1, record.data() + at, tail);
+    if constexpr (W > 0) move(this->word, at, at + 1);
+    if constexpr (W > 1) move(this->rest, at, at + 1);
+    move(record, at, at + 1);
     set(at, words, rec);
     ++count;
   }
   void erase(int at) {
-    const size_t tail = static_cast<size_t>(--count - at) * 8;
-    for (int w = 0; w < W; ++w) std::memmove(&word[w][at], &word[w][at] + 1, tail);
-    std::memmove(record.data() + at, record.data() + at + 1, tail);
-    if constexpr (W > 0) word[0][count] = kUnused;
+    if constexpr (W > 0) move(this->word, at + 1, at);
+    if constexpr (W > 1) move(this->rest, at + 1, at);
+    move(record, at + 1, at);
+    --count;
+    if constexpr (W > 0) this->word[count] = this->kUnused;
   }
   // Moves the entries from `from` on to the end of `target`.
   void moveTail(int from, Entries& target) {
-    const size_t bytes = static_cast<size_t>(count - from) * 8;
-    for (int w = 0; w < W; ++w) std::memcpy(target.word[w].data() + target.count, word[w].data() + from, bytes);
-    std::memcpy(target.record.data() + target.count, record.data() + from, bytes);
-    target.count += count - from;
-    if constexpr (W > 0) std::fill(word[0].begin() + from, word[0].begin() + count, kUnused);
+    for (int i = from; i < count; ++i) target.set(target.count++, wordsAt(i), record[i]);
+    if constexpr (W > 0) std::fill(this->word.begin() + from, this->word.begin() + count, this->kUnused);
     count = from;
+  }
+
+ private:
+  // Moves what stands from `from` on within a column.
+  template <class Column>
+  void move(Column& column, int from, int to) {
+    std::memmove(column.data() + to, column.data() + from, static_cast<size_t>(count - from) * sizeof column[0]);
   }
 };
 
@@ -138,22 +161,39 @@ inline int lowerInColumn(const uint64_t* words, uint64_t wanted) {
   return static_cast<int>(base - words) + (*base < wanted);
 }
 
+// The number of entries in [low, high) whose further words are lower (`orEqual`: or the same), added to low.
+template <int W>
+int skipRest(const Entries<W>& node, int low, int high, const std::array<uint64_t, W - 1>& wanted, bool orEqual) {
+  while (low < high) {
+    const int middle = (low + high) / 2;
+    const auto& rest = node.rest[middle];
+    if (rest < wanted || (orEqual && rest == wanted))
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  return low;
+}
+
 // The range of entries whose words equal those of the probe.
 template <int W>
 void equalRange(const Entries<W>& node, const Words<W>& words, int& low, int& high) {
   low = 0;
   high = node.count;
-  for (int w = 0; w < W && low < high; ++w) {
-    const uint64_t* column = node.word[w].data();
+  if constexpr (W > 0) {
+    const uint64_t* column = node.word.data();
     const int end = high;
-    // One entry left, as a rule an equal one: no arithmetic that the next column would have to wait for.
-    if (low + 1 == high && column[low] == words[w]) continue;
-    low = w == 0 ? lowerInColumn(column, words[w]) : lowerWord(column, low, end, words[w]);
-    if (low >= end || column[low] != words[w]) {
-      high = low;
-    } else {
-      high = low + 1 == end || column[low + 1] != words[w] ? low + 1 : upperWord(column, low, end, words[w]);
-    }
+    low = lowerInColumn(column, words[0]);
+    high = low;
+    if (low >= end || column[low] != words[0]) return;
+    high = low + 1 == end || column[low + 1] != words[0] ? low + 1 : upperWord(column, low, end, words[0]);
+  }
+  if constexpr (W > 1) {
+    std::array<uint64_t, W - 1> rest;
+    std::copy_n(words.data() + 1, W - 1, rest.data());
+    // As a rule all are the same: of keys that differ nearly all do so in the first word.
+    if (node.rest[low] != rest) low = skipRest<W>(node, low, high, rest, false);
+    if (low < high && node.rest[high - 1] != rest) high = skipRest<W>(node, low, high, rest, true);
   }
 }
 

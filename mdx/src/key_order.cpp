@@ -70,7 +70,7 @@ uint64_t Key::textWord(std::string_view text, size_t from, size_t bytes) const {
   return word;
 }
 
-Words<4> Key::textWords(std::string_view text) const {
+Words<4> Key::paddedWords(std::string_view text) const {
   return {textWord(text, 0), textWord(text, 8), textWord(text, 16), textWord(text, 24)};
 }
 

@@ -41,10 +41,10 @@ class Cursor {
   // What the key tells about the record at hand: MDX_CURSOR_*. With MDX_CURSOR_OTHER read the record.
   int form() const { return cursor_.form; }
   // With MDX_CURSOR_INT.
-  int64_t integer() const { return static_cast<int64_t>(word(0) ^ (uint64_t{1} << 63)); }
+  int64_t integer() const { return static_cast<int64_t>(word() ^ (uint64_t{1} << 63)); }
   // With MDX_CURSOR_DOUBLE.
   double number() const {
-    const uint64_t code = word(0);
+    const uint64_t code = word();
     const uint64_t bits = code >> 63 ? code & ~(uint64_t{1} << 63) : ~code;
     double value;
     std::memcpy(&value, &bits, sizeof value);
@@ -52,14 +52,16 @@ class Cursor {
   }
   // With MDX_CURSOR_TEXT: 32 bytes, filled up with zeros.
   void text(char out[32]) const {
+    // The further words stand behind the first ones of the whole run, three for each record.
+    const uint64_t* further = cursor_.words + MDX_CURSOR_STRIDE + 3 * static_cast<size_t>(cursor_.index);
     for (int w = 0; w < 4; ++w) {
-      const uint64_t bytes = __builtin_bswap64(word(w));
+      const uint64_t bytes = __builtin_bswap64(w == 0 ? word() : further[w - 1]);
       std::memcpy(out + 8 * w, &bytes, sizeof bytes);
     }
   }
 
  private:
-  uint64_t word(int w) const { return cursor_.words[cursor_.index + w * MDX_CURSOR_STRIDE]; }
+  uint64_t word() const { return cursor_.words[cursor_.index]; }
 
   MDXCursor cursor_{};
 };

@@ -254,7 +254,7 @@ enum {                        /* what `words` holds for the records of a run */
        MDX_CURSOR_DOUBLE = 3, /* a float or a double */
        MDX_CURSOR_TEXT = 4    /* a fixed text of at most 32 bytes whose order is by bytes */
 };
-enum { MDX_CURSOR_STRIDE = 64 }; /* the further words of a text follow at this distance */
+enum { MDX_CURSOR_STRIDE = 64 }; /* the most records of a run; cursor.h says what follows */
 
 /* Stands at the first record with that value: 1; or where it would stand: 0. See MDARecSeekV. */
 MDX_API int MDXCurSeek(MDXCursor* cursor, const MDArray* array, int key, const MDRVar* values);
