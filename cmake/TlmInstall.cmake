@@ -3,7 +3,10 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS TlmMdx TlmClient EXPORT TlmTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS TlmMeas LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS tlmstation tlmctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS tlmstation tlmctl tlmserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY wire/proto/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tlm/proto)
+install(FILES packaging/tlmserver.service DESTINATION ${CMAKE_INSTALL_PREFIX}/lib/systemd/system)
+install(FILES packaging/tlmserver.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/tlm)
 install(DIRECTORY mdx/include/ client/include/ wire/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Tlm)

@@ -89,6 +89,7 @@ struct Core::State {
   mutable FairMutex tablesMutex;
 
   std::atomic<int64_t> last{0};
+  std::atomic<int64_t> published{0};
   int64_t lookedAt = 0;  // number of the last event when old events were forgotten
   std::deque<std::pair<std::string, Reply>> refusals;
 };
@@ -102,6 +103,7 @@ bool Core::State::load(std::string* error) {
     keys.push_back(std::async(std::launch::async, [&def, array] { Catalogue::makeKeys(def, array); }));
   }
   last = store->lastSequence();
+  published = last.load();
   lookedAt = last;
   return true;
 }
@@ -144,6 +146,7 @@ Reply Core::State::write(const ChangeSet& changes, const std::string& identity, 
   for (const int32_t locId : freed) live.forget(locId);
   last = record.events.back().sequence;
   publisher.publish(record.events);
+  published = last.load();
   forgetOldEvents();
   return {};
 }
@@ -255,6 +258,7 @@ void Core::publish(wire::Event event) {
 }
 
 int64_t Core::lastSequence() const { return state_->last; }
+int64_t Core::publishedSequence() const { return state_->published; }
 const std::string& Core::identity() const { return state_->store->identity(); }
 const Catalogue& Core::catalogue() const { return state_->tables.catalogue(); }
 LiveValues& Core::live() { return state_->live; }

@@ -16,4 +16,10 @@ forbid 'Q[A-Z]|Tlm(Client|Server)/|sqlite3' wire
 forbid 'TlmServer/|sqlite3|host/' client
 forbid 'Tlm(Wire|Server)/|sqlite3|host/|TlmClient/(ITransport|TlmSession)' module model data dialogs
 forbid 'Q(Widget|Application|MainWindow|Painter|Pixmap|Image)|TlmClient/|host/' server
+# Only the ends of the network line know how it is made.
+forbid 'grpc|google/protobuf|tlm/v1/|TlmWireGrpc/' mdx wire/src wire/include client/include client/src/passport module model data \
+  dialogs server/src server/include server/script host tools
+found=$(grep -lE '#include *[<"](grpc|google/protobuf|tlm/v1/|TlmWireGrpc/)' client/src/*.h client/src/*.cpp |
+  grep -v '^client/src/\(grpc\|net\)')
+[ -z "$found" ] || { echo "these know the network beside the transport: $found"; broken=1; }
 exit $broken

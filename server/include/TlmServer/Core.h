@@ -84,6 +84,8 @@ class Core {
   void publish(wire::Event event);
 
   int64_t lastSequence() const;
+  // All events up to this one have been handed to their subscribers; at most lastSequence().
+  int64_t publishedSequence() const;
   const std::string& identity() const;  // of the store, 32 characters
 
   const Catalogue& catalogue() const;

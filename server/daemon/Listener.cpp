@@ -1,0 +1,179 @@
+#include "Listener.h"
+
+#include <TlmWireGrpc/convert.h>
+
+#include <utility>
+#include <vector>
+
+namespace tlm::server {
+namespace {
+
+constexpr int kMostAsked = 32;  // subscriptions that wait for the store
+constexpr size_t kBeside = 64;  // bytes that a message costs beside its texts
+
+grpc::Status tooSlow() { return {grpc::StatusCode::RESOURCE_EXHAUSTED, "the client does not keep up with the events"}; }
+
+size_t sizeOf(const wire::Event& event) {
+  return kBeside + event.key.size() + event.param.size() + event.user.size() + (event.image ? event.image->size() : 0);
+}
+
+std::vector<int> list(const google::protobuf::RepeatedField<int32_t>& numbers) {
+  return {numbers.begin(), numbers.end()};
+}
+
+}  // namespace
+
+Listener* Listener::open(ListenerHouse& house) {
+  auto* const listener = new Listener(house);
+  listener->self_.reset(listener);
+  listener->StartRead(&listener->incoming_);
+  return listener;
+}
+
+Listener* Listener::refuse(ListenerHouse& house, const grpc::Status& why) {
+  auto* const listener = new Listener(house);
+  listener->self_.reset(listener);
+  listener->finish(why);
+  return listener;
+}
+
+// ---- what the client says ----
+
+void Listener::OnReadDone(bool ok) {
+  if (!ok) return;  // it says no more, and may listen on
+  heard_ = true;
+  {
+    const std::lock_guard lock(mutex_);
+    ++subscribing_;
+  }
+  if (++asked_ > kMostAsked) return finish({grpc::StatusCode::RESOURCE_EXHAUSTED, "too many subscriptions at once"});
+  // Catching up reads the store, which no thread of gRPC should wait for.
+  house_.later([self = self_, subscription = std::move(incoming_)] { self->subscribe(subscription); });
+  incoming_.Clear();
+  StartRead(&incoming_);
+}
+
+void Listener::subscribe(const v1::Subscription& subscription) {
+  {
+    const std::lock_guard lock(mutex_);
+    plain_ = subscription.plain();
+  }
+  const bool lost = !coreSubscribe(subscription);
+  house_.core.subscribeValues(this, list(subscription.loc_ids()));
+  answer(subscription, lost);
+  --asked_;
+  if (done_) house_.core.unsubscribe(this);  // it ended meanwhile
+}
+
+// False when events are lost; the subscription is from now on then.
+bool Listener::coreSubscribe(const v1::Subscription& subscription) {
+  const std::vector<int> kinds = list(subscription.kinds());
+  const bool same = subscription.store().empty() || subscription.store() == house_.core.identity();
+  const bool fromNow = !subscription.has_after() || subscription.after() < 0;
+  if (same && house_.core.subscribe(this, kinds, fromNow ? -1 : subscription.after())) return true;
+  house_.core.subscribe(this, kinds, -1);
+  return false;
+}
+
+void Listener::answer(const v1::Subscription& subscription, bool lost) {
+  const int64_t position = house_.core.publishedSequence();  // all of them stand in the queue before the answer
+  {
+    const std::lock_guard lock(mutex_);
+    --subscribing_;
+  }
+  put(kBeside, [&](v1::Delivery& delivery) {
+    v1::Subscribed* const subscribed = delivery.mutable_subscribed();
+    subscribed->set_serial(subscription.serial());
+    subscribed->set_store(house_.core.identity());
+    subscribed->set_position(position);
+    subscribed->set_lost(lost);
+    subscribed->set_beat_ms(static_cast<uint32_t>(house_.beatMs));
+    subscribed->set_max_request_bytes(house_.maxRequestBytes);
+  });
+}
+
+// ---- what is told to the client ----
+
+void Listener::onEvent(const wire::Event& event) {
+  put(sizeOf(event), [&](v1::Delivery& delivery) { wire::toMessage(event, plain_, delivery.add_events()); });
+}
+
+void Listener::onValue(const wire::ParamValue& value) {
+  put(kBeside + value.value.size(), [&](v1::Delivery& delivery) { wire::toMessage(value, delivery.add_values()); });
+}
+
+void Listener::beat(Clock::time_point now) {
+  const int64_t position = house_.core.publishedSequence();
+  std::unique_lock lock(mutex_);
+  if (writing_ || !waiting_.empty() || now - lastSent_ < std::chrono::milliseconds(house_.beatMs) / 2) return;
+  Waiting& beat = waiting_.emplace_back();
+  if (heard_ && subscribing_ == 0) beat.message.set_position(position);
+  pump(lock);
+}
+
+void Listener::put(size_t bytes, const std::function<void(v1::Delivery&)>& fill) {
+  std::unique_lock lock(mutex_);
+  if (finishing_ || overflowed_) return;
+  if (waitingBytes_ + bytes > house_.queueBytes) {
+    // What stands in the queue is still told, so that the client comes back further on.
+    overflowed_ = true;
+    finishing_ = true;
+    last_ = tooSlow();
+    return pump(lock);
+  }
+  if (waiting_.empty() || waiting_.back().bytes + bytes > wire::kPieceBytes || waiting_.back().message.has_subscribed())
+    waiting_.emplace_back();
+  waiting_.back().bytes += bytes;
+  waitingBytes_ += bytes;
+  fill(waiting_.back().message);
+  pump(lock);
+}
+
+void Listener::pump(std::unique_lock<std::mutex>& lock) {
+  if (writing_ || finished_) return;
+  if (!waiting_.empty()) {
+    writing_ = true;
+    onItsWay_ = std::move(waiting_.front().message);
+    waitingBytes_ -= waiting_.front().bytes;
+    waiting_.pop_front();
+    lastSent_ = Clock::now();
+    lock.unlock();
+    StartWrite(&onItsWay_);
+    return;
+  }
+  if (!finishing_) return;
+  finished_ = true;
+  lock.unlock();
+  Finish(last_);
+}
+
+void Listener::OnWriteDone(bool ok) {
+  std::unique_lock lock(mutex_);
+  writing_ = false;
+  if (!ok) {
+    waiting_.clear();
+    if (!std::exchange(finishing_, true)) last_ = grpc::Status::CANCELLED;
+  }
+  pump(lock);
+}
+
+// ---- the end ----
+
+void Listener::finish(const grpc::Status& status) {
+  std::unique_lock lock(mutex_);
+  if (!finishing_) last_ = status;
+  finishing_ = true;
+  waiting_.clear();
+  pump(lock);
+}
+
+void Listener::OnCancel() { finish(grpc::Status::CANCELLED); }
+
+void Listener::OnDone() {
+  done_ = true;
+  house_.core.unsubscribe(this);
+  house_.ended(this, last_.error_message());
+  self_.reset();
+}
+
+}  // namespace tlm::server

@@ -1,0 +1,260 @@
+#include "ModelService.h"
+
+#include <TlmWireGrpc/convert.h>
+#include <TlmWireGrpc/plainForm.h>
+
+#include <algorithm>
+#include <exception>
+#include <limits>
+#include <utility>
+
+namespace tlm::server {
+namespace {
+
+using grpc::Status;
+using grpc::StatusCode;
+
+constexpr auto kReplyKept = std::chrono::seconds(30);
+constexpr auto kSlowCall = std::chrono::seconds(1);
+
+Status tooMany() { return {StatusCode::RESOURCE_EXHAUSTED, "too many calls under way"}; }
+Status tooLarge() { return {StatusCode::RESOURCE_EXHAUSTED, "over the limit of size"}; }
+
+std::string count(size_t number) { return std::to_string(number); }
+
+}  // namespace
+
+ModelService::ModelService(Core& core, const NetOptions& options, Log& log)
+    : core_(core),
+      options_(options),
+      log_(log),
+      shelf_(options.heldBytes, kReplyKept),
+      house_{core,
+             options.queueBytes,
+             options.beatMs,
+             options.maxRequestBytes,
+             [this](std::function<void()> job) {
+               const std::lock_guard lock(mutex_);
+               work_.push_back(std::move(job));
+               wake_.notify_all();
+             },
+             [this](Listener* listener, const std::string& why) { ended(listener, why); }},
+      worker_([this] { work(); }),
+      beats_([this] { beat(); }) {}
+
+ModelService::~ModelService() {
+  {
+    std::unique_lock lock(mutex_);
+    wake_.wait(lock, [this] { return listeners_.empty() && work_.empty(); });
+    closed_ = true;
+  }
+  wake_.notify_all();
+  worker_.join();
+  beats_.join();
+}
+
+// ---- calls ----
+
+ModelService::Slot::Slot(ModelService& service, grpc::ServerContext* transfer)
+    : service_(service), transfer_(transfer) {
+  const std::lock_guard lock(service_.mutex_);
+  if (service_.calls_ >= service_.options_.maxCalls) return;
+  given_ = true;
+  ++service_.calls_;
+  if (transfer_) service_.transfers_.emplace(transfer_, Clock::now());
+}
+
+ModelService::Slot::~Slot() {
+  if (!given_) return;
+  const std::lock_guard lock(service_.mutex_);
+  --service_.calls_;
+  if (transfer_) service_.transfers_.erase(transfer_);
+}
+
+Status ModelService::Call(grpc::ServerContext* context, const v1::Block* request, v1::BlockReply* response) {
+  const Slot slot(*this, nullptr);
+  if (!slot.given()) return tooMany();
+  wire::Block block;
+  std::string why;
+  if (!wire::fromMessage(*request, &block, &why)) return {StatusCode::INVALID_ARGUMENT, why};
+  return carryOut(block, *request, context->peer(), response);
+}
+
+Status ModelService::Upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
+                            v1::BlockReply* response) {
+  v1::Block first;
+  wire::Block block;
+  {
+    const Slot transfer(*this, context);
+    if (!transfer.given()) return tooMany();
+    if (Status read = readPieces(reader, &first, &block); !read.ok()) return read;
+  }
+  const Slot slot(*this, nullptr);
+  return slot.given() ? carryOut(block, first, context->peer(), response) : tooMany();
+}
+
+// The lengths are checked before a byte of the bodies is kept, and nothing is taken for granted about them.
+Status ModelService::readPieces(grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first, wire::Block* block) {
+  v1::BlockPiece piece;
+  std::string why;
+  if (!reader->Read(&piece) || !piece.has_block()) return {StatusCode::INVALID_ARGUMENT, "no block in the first piece"};
+  *first = std::move(*piece.mutable_block());
+  if (!wire::fromMessage(*first, block, &why)) return {StatusCode::INVALID_ARGUMENT, why};
+  uint64_t left = options_.maxRequestBytes;
+  for (const v1::Request& request : first->requests()) {
+    if (request.body_bytes() > left) return tooLarge();
+    left -= request.body_bytes();
+  }
+  int at = 0;
+  uint64_t wanted = first->requests_size() > 0 ? first->requests(0).body_bytes() : 0;
+  const auto next = [&] {
+    while (wanted == 0 && ++at < first->requests_size()) wanted = first->requests(at).body_bytes();
+    return wanted > 0;
+  };
+  while (reader->Read(&piece)) {
+    std::string_view rest = piece.data();
+    while (!rest.empty()) {
+      if (!next()) return {StatusCode::INVALID_ARGUMENT, "more bytes than the bodies have"};
+      const size_t part = std::min<uint64_t>(wanted, rest.size());
+      block->requests[static_cast<size_t>(at)].body.append(rest.substr(0, part));
+      rest.remove_prefix(part);
+      wanted -= part;
+    }
+  }
+  return next() ? Status(StatusCode::INVALID_ARGUMENT, "fewer bytes than the bodies have") : Status::OK;
+}
+
+Status ModelService::carryOut(const wire::Block& block, const v1::Block& asked, const std::string& peer,
+                              v1::BlockReply* response) {
+  const auto start = Clock::now();
+  wire::BlockReply reply;
+  try {
+    reply = core_.execute(block, {asked.user()});
+  } catch (const std::exception& problem) {
+    log_.error("call-failed", {{"peer", peer}, {"why", problem.what()}});
+    return {StatusCode::INTERNAL, problem.what()};
+  }
+  const auto took = Clock::now() - start;
+  if (reply.whole.status != wire::kOk)
+    log_.info("block-refused",
+              {{"peer", peer}, {"user", asked.user()}, {"status", std::to_string(reply.whole.status)}});
+  if (took > kSlowCall) {
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(took).count();
+    log_.warning("slow-call", {{"peer", peer}, {"requests", count(block.requests.size())}, {"ms", std::to_string(ms)}});
+  }
+  return finishReply(block, asked.plain(), std::move(reply), response);
+}
+
+Status ModelService::finishReply(const wire::Block& block, bool plain, wire::BlockReply&& reply,
+                                 v1::BlockReply* response) {
+  if (plain) {
+    wire::makePlain(block, reply, response);
+    wire::toMessage(reply, true, response);
+    return response->ByteSizeLong() <= wire::kMessageBytes ? Status::OK : tooLarge();
+  }
+  if (wire::sizeOf(reply) <= wire::kPieceBytes) {
+    wire::toMessage(reply, true, response);
+    return Status::OK;
+  }
+  wire::toMessage(reply, false, response);
+  const std::string rest = shelf_.put(std::move(reply));
+  if (rest.empty()) return {StatusCode::RESOURCE_EXHAUSTED, "too many large replies wait to be taken"};
+  response->set_rest(rest);
+  return Status::OK;
+}
+
+Status ModelService::TakePieces(grpc::ServerContext* context, const v1::PiecesRequest* request,
+                                grpc::ServerWriter<v1::Piece>* writer) {
+  const Slot slot(*this, context);
+  if (!slot.given()) return tooMany();
+  const auto reply = shelf_.take(request->rest());
+  if (!reply) return {StatusCode::NOT_FOUND, "no such reply waits to be taken"};
+  v1::Piece piece;
+  const auto send = [&] {
+    const bool sent = writer->Write(piece);
+    piece.mutable_data()->clear();
+    return sent;
+  };
+  for (const std::string* part : wire::partsOf(*reply)) {
+    for (size_t at = 0; at < part->size();) {
+      const size_t room = std::min(wire::kPieceBytes - piece.data().size(), part->size() - at);
+      piece.mutable_data()->append(*part, at, room);
+      at += room;
+      if (piece.data().size() == wire::kPieceBytes && !send()) return Status::CANCELLED;
+    }
+  }
+  return piece.data().empty() || send() ? Status::OK : Status::CANCELLED;
+}
+
+// ---- streams ----
+
+grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>* ModelService::Listen(grpc::CallbackServerContext* context) {
+  std::unique_lock lock(mutex_);
+  if (stopping_) return Listener::refuse(house_, {StatusCode::UNAVAILABLE, "the server is stopping"});
+  const std::string peer = context->peer();
+  if (listeners_.size() >= static_cast<size_t>(options_.maxSessions)) {
+    lock.unlock();
+    log_.warning("session-refused", {{"peer", peer}, {"sessions", std::to_string(options_.maxSessions)}});
+    return Listener::refuse(house_, {StatusCode::RESOURCE_EXHAUSTED, "too many sessions"});
+  }
+  Listener* const listener = Listener::open(house_);
+  listeners_.emplace(listener, peer);
+  const size_t sessions = listeners_.size();
+  lock.unlock();
+  log_.info("session-opened", {{"peer", peer}, {"sessions", count(sessions)}});
+  return listener;
+}
+
+void ModelService::ended(Listener* listener, const std::string& why) {
+  std::unique_lock lock(mutex_);
+  const auto known = listeners_.find(listener);
+  if (known == listeners_.end()) return;
+  const std::string peer = known->second;
+  listeners_.erase(known);
+  const size_t sessions = listeners_.size();
+  if (why.empty())
+    log_.info("session-closed", {{"peer", peer}, {"sessions", count(sessions)}});
+  else
+    log_.info("session-closed", {{"peer", peer}, {"sessions", count(sessions)}, {"why", why}});
+  wake_.notify_all();
+}
+
+void ModelService::endStreams(const Status& why) {
+  const std::lock_guard lock(mutex_);
+  stopping_ = true;
+  for (const auto& [listener, peer] : listeners_) listener->finish(why);
+}
+
+void ModelService::work() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    wake_.wait(lock, [this] { return closed_ || !work_.empty(); });
+    if (work_.empty()) return;
+    std::function<void()> job = std::move(work_.front());
+    lock.unlock();
+    job();
+    job = nullptr;
+    lock.lock();
+    work_.pop_front();
+    wake_.notify_all();
+  }
+}
+
+void ModelService::beat() {
+  std::unique_lock lock(mutex_);
+  while (!wake_.wait_for(lock, std::chrono::milliseconds(options_.beatMs) / 2, [this] { return closed_; })) {
+    const auto now = Clock::now();
+    const auto tooOld = now - std::chrono::milliseconds(options_.patienceMs);
+    for (const auto& [listener, peer] : listeners_) {
+      if (listener->silentSince(tooOld))
+        listener->finish({StatusCode::DEADLINE_EXCEEDED, "no subscription came"});
+      else
+        listener->beat(now);
+    }
+    for (const auto& [context, since] : transfers_) {
+      if (since < tooOld) context->TryCancel();
+    }
+  }
+}
+
+}  // namespace tlm::server

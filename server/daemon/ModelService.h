@@ -1,0 +1,85 @@
+// The service of wire/proto over a core: what carries out calls and keeps the streams.
+#ifndef TLMDAEMON_MODELSERVICE_H
+#define TLMDAEMON_MODELSERVICE_H
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+
+#include <tlm/v1/model.grpc.pb.h>
+
+#include "Listener.h"
+#include "Log.h"
+#include "NetServer.h"
+#include "PieceShelf.h"
+
+namespace tlm::server {
+
+// Calls block a thread of gRPC each; streams do not.
+class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model::Service> {
+ public:
+  ModelService(Core& core, const NetOptions& options, Log& log);
+  ~ModelService() override;  // no call and no stream is left
+
+  void endStreams(const grpc::Status& why);  // and opens none any more
+
+  grpc::Status Call(grpc::ServerContext* context, const v1::Block* request, v1::BlockReply* response) override;
+  grpc::Status Upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
+                      v1::BlockReply* response) override;
+  grpc::Status TakePieces(grpc::ServerContext* context, const v1::PiecesRequest* request,
+                          grpc::ServerWriter<v1::Piece>* writer) override;
+  grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>* Listen(grpc::CallbackServerContext* context) override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  // A call under way. One that transfers has to end within the server's patience.
+  class Slot {
+   public:
+    Slot(ModelService& service, grpc::ServerContext* transfer);
+    ~Slot();
+    Slot(const Slot&) = delete;
+    Slot& operator=(const Slot&) = delete;
+    bool given() const { return given_; }
+
+   private:
+    ModelService& service_;
+    grpc::ServerContext* const transfer_;
+    bool given_ = false;
+  };
+
+  grpc::Status carryOut(const wire::Block& block, const v1::Block& asked, const std::string& peer,
+                        v1::BlockReply* response);
+  grpc::Status finishReply(const wire::Block& block, bool plain, wire::BlockReply&& reply, v1::BlockReply* response);
+  grpc::Status readPieces(grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first, wire::Block* block);
+
+  void ended(Listener* listener, const std::string& why);
+  void work();  // subscriptions, in order
+  void beat();
+
+  Core& core_;
+  const NetOptions options_;
+  Log& log_;
+  PieceShelf shelf_;
+  ListenerHouse house_;
+
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  bool stopping_ = false;
+  int calls_ = 0;
+  std::map<grpc::ServerContext*, Clock::time_point> transfers_;
+  std::map<Listener*, std::string> listeners_;  // with their peers
+  std::deque<std::function<void()>> work_;
+  bool closed_ = false;  // no thread is wanted any more
+  std::thread worker_;
+  std::thread beats_;
+};
+
+}  // namespace tlm::server
+
+#endif

@@ -1,0 +1,85 @@
+#include "NetServer.h"
+
+#include <grpcpp/ext/health_check_service_server_builder_option.h>
+#include <grpcpp/grpcpp.h>
+#include <grpcpp/health_check_service_interface.h>
+
+#include <TlmWireGrpc/convert.h>
+
+#include "Log.h"
+#include "ModelService.h"
+
+namespace tlm::server {
+namespace {
+
+constexpr char kService[] = "tlm.v1.Model";
+constexpr int kIdleConnectionMs = 300'000;
+constexpr int kPingMs = 10'000;
+constexpr int kPingAnswerMs = 10'000;
+constexpr int kLeastPingMs = 1'000;
+
+void setLimits(grpc::ServerBuilder& builder, const NetOptions& options) {
+  builder.SetMaxReceiveMessageSize(static_cast<int>(wire::kMessageBytes));
+  builder.SetMaxSendMessageSize(-1);
+  // A second server must not share the port.
+  builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);
+  builder.AddChannelArgument(GRPC_ARG_SERVER_HANDSHAKE_TIMEOUT_MS, options.patienceMs);
+  builder.AddChannelArgument(GRPC_ARG_MAX_CONNECTION_IDLE_MS, kIdleConnectionMs);
+  builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, kPingMs);
+  builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, kPingAnswerMs);
+  builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS, kLeastPingMs);
+  builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, options.maxCalls + options.maxSessions);
+}
+
+std::string withPort(const std::string& address, int port) {
+  const size_t colon = address.rfind(':');
+  if (address.starts_with("unix:") || colon == std::string::npos) return address;
+  return address.substr(0, colon + 1) + std::to_string(port);
+}
+
+}  // namespace
+
+struct NetServer::Private {
+  Private(Core& core, const NetOptions& options, Log& log) : service(core, options, log) {}
+
+  ModelService service;
+  std::unique_ptr<grpc::Server> server;  // goes first
+  std::vector<std::string> addresses;
+  bool stopped = false;
+};
+
+std::unique_ptr<NetServer> NetServer::start(Core& core, const NetOptions& options, Log& log, std::string* error) {
+  grpc::EnableDefaultHealthCheckService(true);
+  auto d = std::make_unique<Private>(core, options, log);
+  grpc::ServerBuilder builder;
+  setLimits(builder, options);
+  std::vector<int> ports(options.addresses.size(), 0);
+  for (size_t i = 0; i < ports.size(); ++i) {
+    builder.AddListeningPort(options.addresses[i], grpc::InsecureServerCredentials(), &ports[i]);
+  }
+  builder.RegisterService(&d->service);
+  d->server = builder.BuildAndStart();
+  if (!d->server) {
+    *error = "cannot listen at";
+    for (const std::string& address : options.addresses) *error += ' ' + address;
+    return nullptr;
+  }
+  for (size_t i = 0; i < ports.size(); ++i) d->addresses.push_back(withPort(options.addresses[i], ports[i]));
+  d->server->GetHealthCheckService()->SetServingStatus(kService, true);
+  return std::unique_ptr<NetServer>(new NetServer(std::move(d)));
+}
+
+NetServer::NetServer(std::unique_ptr<Private> d) : d_(std::move(d)) {}
+NetServer::~NetServer() { stop(); }
+
+const std::vector<std::string>& NetServer::addresses() const { return d_->addresses; }
+
+void NetServer::stop(std::chrono::milliseconds time) {
+  if (std::exchange(d_->stopped, true)) return;
+  d_->server->GetHealthCheckService()->SetServingStatus(false);
+  d_->service.endStreams({grpc::StatusCode::UNAVAILABLE, "the server is stopping"});
+  d_->server->Shutdown(std::chrono::system_clock::now() + time);
+  d_->server->Wait();
+}
+
+}  // namespace tlm::server
