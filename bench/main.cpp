@@ -18,6 +18,7 @@ void addServerBenches(Registry& registry);
 void addStoreBenches(Registry& registry);
 void addClientBenches(Registry& registry);
 void addModuleBenches(Registry& registry);
+void addPassportBenches(Registry& registry);
 
 namespace {
 
@@ -40,6 +41,9 @@ Registry everything() {
 #endif
 #ifdef TLM_BENCH_MODULE
   addModuleBenches(registry);
+#endif
+#ifdef TLM_BENCH_PASSPORT
+  addPassportBenches(registry);
 #endif
   return registry;
 }

@@ -42,14 +42,6 @@ TEST(ParamText, PassesOverWhatStandsBeforeTheFirstEntry) {
   EXPECT_TRUE(parseChoices("").isEmpty());
 }
 
-TEST(CompareTexts, OrdersNumbersByTheirValueAndLettersWithoutCase) {
-  EXPECT_LT(compareTexts(u8("Т-2"), u8("Т-10")), 0);
-  EXPECT_LT(compareTexts(u8("а"), u8("Б")), 0);
-  EXPECT_EQ(compareTexts(u8("ВЛ"), u8("вл")), 0);
-  EXPECT_LT(compareTexts("a", "ab"), 0);
-  EXPECT_EQ(compareTexts("7", "007"), 0);
-}
-
 TEST(SameValue, TakesNullFalseAndTheEmptyTextForOne) {
   EXPECT_TRUE(sameValue({}, false));
   EXPECT_TRUE(sameValue({}, QString()));

@@ -6,8 +6,6 @@
 #include <TlmClient/GenGuid32.h>
 #include <TlmClient/TlmPassport.h>
 
-#include <algorithm>
-
 namespace tlm::passport {
 
 namespace {
@@ -25,23 +23,6 @@ QString linkText(const ObjectForm& form) {
   if (!owner || form.isMerged || form.isNew) return {};
   const QVariant number = readValue(MDRFldByName(owner->array->array, kPageOwnerField), owner->record());
   return number.toLongLong() == 0 ? QString() : QString::fromLatin1(kPageLinkPrefix) + number.toString();
-}
-
-ReferenceRows readRows(const MDArray* array, const QString& column) {
-  auto out = std::make_shared<std::vector<ReferenceRow>>();
-  const MDRField* key = MDRFldByName(array, "KeyLink");
-  const MDRField* text = MDRFldByName(array, column.toLatin1().constData());
-  out->reserve(size_t(MDARecCount(array)));
-  for (int i = 0; i < MDARecCount(array); ++i) {
-    const MDRData* record = MDARec(array, 0, i);
-    ReferenceRow row{readValue(key, record).toString(), plainText(readValue(text, record)), {}};
-    if (row.text.isEmpty()) row.text = row.key;
-    row.folded = row.text.toCaseFolded();
-    out->push_back(std::move(row));
-  }
-  std::stable_sort(out->begin(), out->end(),
-                   [](const ReferenceRow& a, const ReferenceRow& b) { return compareTexts(a.folded, b.folded) < 0; });
-  return out;
 }
 
 void copyRow(const MDArray* source, const MDRData* from, MDArray* array, MDRData* to) {
@@ -162,14 +143,16 @@ QString PassportSheet::displayColumn(const QString& table) const {
 
 void PassportSheet::fillList(ReferenceEditor* editor, const FieldMeta& meta) {
   const QString column = displayColumn(meta.refTable);
-  CMDArray rows;
-  const auto held = tables_.find(meta.refTable);
-  if (requestTable(texts_.session(), meta.refTable, "KeyLink," + column, &rows))
-    editor->setRows(readRows(rows.array, column));
-  else if (held != tables_.end())
-    editor->setRows(readRows(held->second->array, column));
-  else
-    refuse(QString::fromUtf8("Список «%1» не получен от сервера.").arg(meta.title));
+  auto rows = std::make_unique<CMDArray>();
+  if (!requestTable(texts_.session(), meta.refTable, "KeyLink," + column, rows.get())) {
+    const auto held = tables_.find(meta.refTable);
+    if (held == tables_.end()) {
+      refuse(QString::fromUtf8("Список «%1» не получен от сервера.").arg(meta.title));
+      return;
+    }
+    rows->code = MDACopy(rows->array, held->second->array, 1);
+  }
+  editor->setRows(std::make_shared<const ReferenceRows>(std::move(rows), column));
 }
 
 void PassportSheet::listOpened(ReferenceEditor* editor, const FieldMeta& meta) {

@@ -7,6 +7,8 @@
 #include <QListView>
 #include <QScrollBar>
 
+#include <algorithm>
+
 namespace tlm::passport {
 
 namespace {
@@ -15,15 +17,9 @@ constexpr int kListRows = 14;
 constexpr int kListWidth = 240;
 constexpr int kRowPadding = 6;
 
-bool holdsAll(const QString& folded, const QStringList& words) {
-  for (const QString& word : words)
-    if (!folded.contains(word)) return false;
-  return true;
-}
-
 }  // namespace
 
-void ReferenceModel::setRows(ReferenceRows rows) {
+void ReferenceModel::setRows(ReferenceRowsPtr rows) {
   beginResetModel();
   rows_ = std::move(rows);
   applyFilter();
@@ -32,40 +28,35 @@ void ReferenceModel::setRows(ReferenceRows rows) {
 
 void ReferenceModel::setFilter(const QString& typed) {
   beginResetModel();
-  filter_ = typed.toCaseFolded().simplified();
+  filter_ = typed.simplified();
   applyFilter();
   endResetModel();
 }
 
-void ReferenceModel::applyFilter() {
-  seen_.clear();
-  if (filter_.isEmpty()) return;
-  const QStringList words = filter_.split(' ');
-  for (size_t i = 0; i < rows_->size(); ++i)
-    if (holdsAll((*rows_)[i].folded, words)) seen_.push_back(int(i));
-}
+void ReferenceModel::applyFilter() { seen_ = filter_.isEmpty() ? std::vector<int>() : rows_->search(filter_); }
 
 int ReferenceModel::source(int row) const { return filter_.isEmpty() ? row - 1 : seen_[size_t(row)]; }
 
 int ReferenceModel::rowCount(const QModelIndex& at) const {
   if (at.isValid()) return 0;
-  return filter_.isEmpty() ? int(rows_->size()) + 1 : int(seen_.size());
+  return filter_.isEmpty() ? rows_->count() + 1 : int(seen_.size());
 }
 
 QString ReferenceModel::key(int row) const {
   const int at = source(row);
-  return at < 0 ? QString() : (*rows_)[size_t(at)].key;
+  return at < 0 ? QString() : rows_->key(at);
 }
 
 QString ReferenceModel::text(int row) const {
   const int at = source(row);
-  return at < 0 ? QString::fromUtf8(kNothing) : (*rows_)[size_t(at)].text;
+  return at < 0 ? QString::fromUtf8(kNothing) : rows_->text(at);
 }
 
 int ReferenceModel::rowOf(const QString& wanted) const {
-  for (int row = 0; row < rowCount(); ++row)
-    if (key(row) == wanted) return row;
-  return -1;
+  const int at = rows_->rowOf(wanted);
+  if (filter_.isEmpty()) return wanted.isEmpty() ? 0 : at < 0 ? -1 : at + 1;
+  const auto found = std::lower_bound(seen_.begin(), seen_.end(), at);
+  return at >= 0 && found != seen_.end() && *found == at ? int(found - seen_.begin()) : -1;
 }
 
 QVariant ReferenceModel::data(const QModelIndex& at, int role) const {
@@ -138,7 +129,7 @@ void ReferenceEditor::closeList() {
   emit listClosed();
 }
 
-void ReferenceEditor::setRows(ReferenceRows rows) {
+void ReferenceEditor::setRows(ReferenceRowsPtr rows) {
   const QString current = list_ && list_->currentIndex().isValid() ? model_->key(list_->currentIndex().row()) : key_;
   model_->setRows(std::move(rows));
   if (!isListOpen()) return;

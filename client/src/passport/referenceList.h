@@ -1,5 +1,7 @@
-// The rows of a referenced table, and the list in which they are searched while typing.
+// The list in which the rows of a referenced table are searched while typing.
 #pragma once
+
+#include "passport/referenceRows.h"
 
 #include <QAbstractListModel>
 #include <QLineEdit>
@@ -7,17 +9,9 @@
 #include <QPointer>
 #include <QSize>
 
-#include <memory>
 #include <vector>
 
 namespace tlm::passport {
-
-struct ReferenceRow {
-  QString key;
-  QString text;
-  QString folded;  // for the search
-};
-using ReferenceRows = std::shared_ptr<const std::vector<ReferenceRow>>;
 
 // "(нет)" in row 0, then the rows that hold every word of the filter.
 class ReferenceModel : public QAbstractListModel {
@@ -26,7 +20,7 @@ class ReferenceModel : public QAbstractListModel {
  public:
   using QAbstractListModel::QAbstractListModel;
 
-  void setRows(ReferenceRows rows);
+  void setRows(ReferenceRowsPtr rows);
   void setFilter(const QString& typed);
   void setRowSize(const QSize& size) { rowSize_ = size; }
   int rowOf(const QString& key) const;  // -1 when it is not in sight
@@ -40,7 +34,7 @@ class ReferenceModel : public QAbstractListModel {
   void applyFilter();
   int source(int row) const;
 
-  ReferenceRows rows_ = std::make_shared<const std::vector<ReferenceRow>>();
+  ReferenceRowsPtr rows_ = std::make_shared<const ReferenceRows>();
   QString filter_;
   QSize rowSize_;
   std::vector<int> seen_;  // used while a filter is set
@@ -62,7 +56,7 @@ class ReferenceEditor : public QLineEdit {
   bool isListOpen() const;
   void openList();
   void closeList();
-  void setRows(ReferenceRows rows);  // keeps what was typed and the current row
+  void setRows(ReferenceRowsPtr rows);  // keeps what was typed and the current row
 
   // Takes the list's current row if the list is open. False when something was typed that no row holds.
   bool takeCurrentRow();

@@ -27,18 +27,6 @@ QVariant variantOf(const MDRVar& value) {
   }
 }
 
-// Digits that stand at `at`, without leading zeros.
-QStringRef numberAt(const QString& text, int* at) {
-  while (*at < text.size() - 1 && text[*at] == '0' && text[*at + 1].isDigit()) ++*at;
-  const int from = *at;
-  while (*at < text.size() && text[*at].isDigit()) ++*at;
-  return text.midRef(from, *at - from);
-}
-
-int compareNumbers(const QStringRef& a, const QStringRef& b) {
-  return a.size() != b.size() ? a.size() - b.size() : a.compare(b);
-}
-
 }  // namespace
 
 QTextCodec* codePage() {
@@ -114,19 +102,6 @@ bool sameValue(const QVariant& a, const QVariant& b) {
   if (!only.isValid()) return true;
   if (only.type() == QVariant::Bool) return !only.toBool();
   return only.type() == QVariant::String && only.toString().isEmpty();
-}
-
-int compareTexts(const QString& a, const QString& b) {
-  int i = 0, j = 0;
-  while (i < a.size() && j < b.size()) {
-    if (a[i].isDigit() && b[j].isDigit()) {
-      if (const int order = compareNumbers(numberAt(a, &i), numberAt(b, &j))) return order;
-      continue;
-    }
-    const ushort x = a[i++].toCaseFolded().unicode(), y = b[j++].toCaseFolded().unicode();
-    if (x != y) return x < y ? -1 : 1;
-  }
-  return (a.size() - i) - (b.size() - j);
 }
 
 }  // namespace tlm::passport

@@ -31,7 +31,4 @@ QString plainText(const QVariant& value);
 // Null and false, and null and the empty text, look alike in the sheet and are one here.
 bool sameValue(const QVariant& a, const QVariant& b);
 
-// The Russian order of texts that an engineer expects: no case, numbers by their value.
-int compareTexts(const QString& a, const QString& b);
-
 }  // namespace tlm::passport
