@@ -1,9 +1,8 @@
 #include "SmallTree.h"
+#include "TreeWatch.h"
 
 #include <gtest/gtest.h>
 
-#include <QAbstractItemModelTester>
-#include <QIdentityProxyModel>
 #include <QSignalSpy>
 
 #include <memory>
@@ -267,14 +266,6 @@ TEST(FindByKey, AnswersAsThePlainSearchOnManyTrees) {
     }
   }
 }
-
-// The tree as a model of one column, without the two habits that a model must not have: parents outside of
-// column 0, and rows told that never come.
-class OneColumn : public QIdentityProxyModel {
- public:
-  using QIdentityProxyModel::QIdentityProxyModel;
-  int columnCount(const QModelIndex& = QModelIndex()) const override { return 1; }
-};
 
 TEST(Model, PassesTheModelTesterOverOneColumn) {
   SmallTree tree;
