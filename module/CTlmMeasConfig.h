@@ -2,6 +2,8 @@
 #ifndef TLMMEAS_CTLMMEASCONFIG_H
 #define TLMMEAS_CTLMMEASCONFIG_H
 
+#include "LoadedUnits.h"
+
 #include <TlmClient/CLiteModel.h>
 #include <TlmClient/CPopMessageBox.h>
 #include <TlmClient/CTlmCliMod.h>
@@ -18,6 +20,7 @@
 #include <QTimer>
 
 #include <string>
+#include <vector>
 
 class CPopAddAgregData;
 class CPopCopyByTemlate;
@@ -423,6 +426,19 @@ class CTlmMeasConfig : public CTlmCliMod {
   bool sendRecords(const QStringList& tables, const QList<CMDArray*>& arrays, bool insert, bool calculationsMayInsert,
                    bool wait);
 
+  // _search
+  struct FoundPlace {
+    QString key;           // of the object, or of the unit that a group stands under
+    QString groupCaption;  // empty for an object
+  };
+  void goTo(const QModelIndex& found);
+  bool stepThroughHits(bool forward, QModelIndex& found);
+  bool walkForName(const QString& text, const QModelIndex& start, QModelIndex& found, bool forward);
+  FoundPlace placeOf(const QModelIndex& index) const;
+  QModelIndex indexOfPlace(const FoundPlace& place) const;
+  bool openUnitOf(const CMDArray& records, QModelIndex& unit);
+  std::vector<FoundPlace> foundPlaces;  // where to find foundIndexes again after a change of the tree
+
   // _events
   void eventChanged(TEventNciParse& ev);
   void eventAdded(TEventNciParse& ev);
@@ -435,11 +451,30 @@ class CTlmMeasConfig : public CTlmCliMod {
   void changeCheckTu(TEventNciParse& ev);
   void showTuReceipt(MDXCliParam* message);
   bool takeOwnMove(const QString& key);
+  void addMeasurement(TEventNciParse& ev);
+  bool isUnitLoaded(const QString& unitKey);
+  // _adding
+  void takeBackAdded();
+  // _merge
+  void delOwn(CMDArray& array, MDRData* record);
+  int incompleteEntry(const QString& key) const;
+  void dropIncomplete(int at);
+  // _treeEvents
+  QModelIndex rowOf(const QString& key) const;
+  void addMeasurementNode(MDRData* record, const QString& key);
+  void followMeasurement(MDRData* record, const QString& key, const QString& newUnit, bool ownMove);
+  void makeDefaultUnit();
+  // The key of the nearest row above that has one, and the landing there: when the view has no current row any
+  // more, the row of that key becomes it. What is current then is the selection.
+  QString keyAbove(const QModelIndex& index) const;
+  void landSelection(const QString& fallbackKey);
 
   QObjectList widthWatches;        // what tells of new widths; gone before the widgets
   bool columnsAwaitModel = false;  // resizeColumns was called while the tree had no columns
-  QStringList sheetKeys;           // the objects that the passport was filled for, in the order of the selection
-  bool mergeQueued = false;        // the merged passport is to be filled anew
+  LoadedUnits loadedUnits{loadedRemoteUnits};
+  QString addedKey;          // of the new object, while there is one
+  QStringList sheetKeys;     // the objects that the passport was filled for, in the order of the selection
+  bool mergeQueued = false;  // the merged passport is to be filled anew
 };
 
 #endif

@@ -57,24 +57,64 @@ int CTlmMeasConfig::MessageData(MDXCliParam* message) {
   return 1;
 }
 
-// Rows of the tree that go, and rows that come, are not followed yet.
 void CTlmMeasConfig::eventDeleted(TEventNciParse& ev) {
-  if (isAnyOf(ev.table, {"Measurement", "RemoteUnit", "RemoteUnitFolder", "Tables"})) return;
-  if (isTable(ev.table, "Calculations"))
+  if (isTable(ev.table, "Measurement"))
+    DelRecAndNodeByNci(ev, &measRecords, true);
+  else if (isTable(ev.table, "RemoteUnit"))
+    DelRecAndNodeByNci(ev, &tblRemoteUnit, true);
+  else if (isTable(ev.table, "RemoteUnitFolder"))
+    DelRecAndNodeByNci(ev, &tblRemoteUnitFolder, true);
+  else if (isTable(ev.table, "Tables"))
+    DelRecAndNodeByNci(ev, &tblTables, false);
+  else if (isTable(ev.table, "Calculations"))  // the module's own row stays
     passport.DelRecTable(QStringLiteral("Calculations"), moduleCodec->toUnicode(ev.key));
   else
     reloadSelectList(ev.table);
 }
 
 void CTlmMeasConfig::eventAdded(TEventNciParse& ev) {
-  if (isAnyOf(ev.table, {"IdentifiedObject", "Measurement", "RemoteUnit", "RemoteUnitFolder"})) return;
-  if (isTable(ev.table, "Tables"))
+  const QString key = moduleCodec->toUnicode(ev.key);
+  if (isTable(ev.table, "IdentifiedObject")) {
+    FillKeyLinkIncomplete(ev);
+  } else if (isTable(ev.table, "Measurement")) {
+    addMeasurement(ev);
+  } else if (isTable(ev.table, "RemoteUnit")) {
+    MDRData* record = AddRecAndNodeByNci(ev, &tblRemoteUnit, &strRemoteUnit);
+    if (AddKeyLinkIncomplete(key, record, &tblRemoteUnit)) AddNodeByEvent(key, ev.table);
+  } else if (isTable(ev.table, "RemoteUnitFolder")) {
+    AddRecAndNodeByNci(ev, &tblRemoteUnitFolder, &strRemoteUnitFolder);
+    AddNodeByEvent(key, ev.table);
+  } else if (isTable(ev.table, "Tables")) {
     AddRecAndNodeByNci(ev, &tblTables, &tblTables);
-  else if (isTable(ev.table, "Calculations"))
+  } else if (isTable(ev.table, "Calculations")) {
     changeCalculation(ev, false);
-  else
+  } else {
     reloadSelectList(ev.table);
+  }
 }
+
+// A measurement that is new here is taken when its unit's measurements are in the tree; the unit reads it itself
+// otherwise, when it is opened.
+void CTlmMeasConfig::addMeasurement(TEventNciParse& ev) {
+  const QString key = moduleCodec->toUnicode(ev.key);
+  MDRData* record = MDARecEdit(seekText(measRecords, 0, key, moduleCodec));
+  if (!record) {
+    MDRVar unit{};
+    MDRGetVal(MDRTypFldByNum(&ev.var, numfieldRTUKey), &ev.rec, &unit);
+    const QString unitKey = decodeVar(unit, moduleCodec);
+    if (unitKey.isEmpty()) return;
+    if (!isUnitLoaded(unitKey)) {
+      const int at = incompleteEntry(key);
+      if (at >= 0) dropIncomplete(at);
+      return;
+    }
+    record = MDARecNew(measRecords.array);
+  }
+  MDRData* posted = changeRecord(&measRecords, record, ev, &strMeasurement, true);
+  if (AddKeyLinkIncomplete(key, posted, &measRecords)) AddNodeByEvent(key, ev.table);
+}
+
+bool CTlmMeasConfig::isUnitLoaded(const QString& unitKey) { return loadedUnits.contains(unitKey); }
 
 void CTlmMeasConfig::eventChanged(TEventNciParse& ev) {
   if (isTable(ev.table, "IdentifiedObject")) {
@@ -122,7 +162,7 @@ void CTlmMeasConfig::changeMeasurement(TEventNciParse& ev) {
   const bool moved = ChangeParent(posted, measRecords, "remoteunitkey", oldUnit, newUnit);
   const bool own = takeOwnMove(key);
   if (moved)
-    MoveByEvent(key, newUnit, true, own);
+    followMeasurement(posted, key, newUnit, own);
   else if (passport.currentKey == key)
     UpdateTlmPassportMeas(key, ev.table, false);
 }

@@ -115,16 +115,88 @@ void CTlmMeasConfig::UpdateData(QString key) {
   UpdateTlmPassport(index);
 }
 
-// The joining of the two events of a new object follows with the adds by event.
-
 MDRData* CTlmMeasConfig::AddRecAndNodeByNci(TEventNciParse& ev, CMDArray* array, CMDArray* structure) {
   MDRData* found = seekText(*array, 0, moduleCodec->toUnicode(ev.key), moduleCodec);
   MDRData* record = found ? editOwn(*array, found) : MDARecNew(array->array);
   return changeRecord(array, record, ev, structure, true);
 }
 
-void CTlmMeasConfig::DelRecAndNodeByNci(TEventNciParse&, CMDArray*, bool) {}
+// Without a row the tree is left alone, even where it shows a node of that key.
+void CTlmMeasConfig::DelRecAndNodeByNci(TEventNciParse& ev, CMDArray* array, bool withNode) {
+  const QString key = moduleCodec->toUnicode(ev.key);
+  MDRData* record = seekText(*array, 0, key, moduleCodec);
+  if (!record) return;
+  if (withNode) DeleteNodeByEvent(key);
+  delOwn(*array, record);
+}
 
-void CTlmMeasConfig::FillKeyLinkIncomplete(TEventNciParse&) {}
+void CTlmMeasConfig::delOwn(CMDArray& array, MDRData* record) {
+  array.code = record && MDROwner(record) == array.array ? MDARecDel(record) : MDX_E_FOREIGN;
+}
 
-bool CTlmMeasConfig::AddKeyLinkIncomplete(QString, MDRData*, CMDArray*) { return false; }
+// ---- the two events of a new object ----------------------------------------------------------------------
+
+namespace {
+
+// The classes whose objects are announced by two events.
+bool isJoined(const QString& className) {
+  return className.compare(QLatin1String(kRemoteUnitClass), Qt::CaseInsensitive) == 0 ||
+         measClassByName(className, Qt::CaseInsensitive);
+}
+
+bool isEntryOf(const QString& info, const QString& key) { return info.startsWith(key + QLatin1Char(',')); }
+
+void writeText(CMDArray& array, MDRData* record, const char* field, const QByteArray& text) {
+  if (record) array.SetVal(record, field, textVar(text));
+}
+
+}  // namespace
+
+// The first event: class and name wait until the object's own table announces the key.
+void CTlmMeasConfig::FillKeyLinkIncomplete(TEventNciParse& ev) {
+  QString className;
+  QString name;
+  bool waits = true;
+  eachField(ev, [&](int number, bool, const MDRVar& value) {
+    const QByteArray field = fieldName(strIdentifiedObject, number);
+    if (qstricmp(field.constData(), "ClassName") == 0) {
+      className = decodeVar(value, moduleCodec);
+      waits = waits && isJoined(className);
+    } else if (field == "name_") {
+      name = decodeVar(value, moduleCodec);
+    }
+  });
+  if (!waits) return;
+  const QString key = moduleCodec->toUnicode(ev.key);
+  keyLinkIncomplete.append(key);
+  keyLinkIncompleteInfo.append(key + QLatin1Char(',') + className + QLatin1Char(',') + name);
+}
+
+// The second event: the row gets its class and name. A name with a comma in it is not understood.
+bool CTlmMeasConfig::AddKeyLinkIncomplete(QString key, MDRData* record, CMDArray* array) {
+  const int at = incompleteEntry(key);
+  if (at < 0) return false;
+  const QStringList parts = keyLinkIncompleteInfo[at].split(QLatin1Char(','));
+  const bool complete = parts.size() == 3;
+  if (complete) {
+    MDRData* row = editOwn(*array, record);
+    writeText(*array, row, "ClassName", moduleCodec->fromUnicode(parts[1]));
+    writeText(*array, row, "name_", moduleCodec->fromUnicode(parts[2]));
+    array->RecPost(row);
+  }
+  dropIncomplete(at);
+  return complete;
+}
+
+// The place of a key's entry in the two lists; -1 when there is none, or the lists disagree.
+int CTlmMeasConfig::incompleteEntry(const QString& key) const {
+  if (!keyLinkIncomplete.contains(key)) return -1;
+  int at = 0;
+  while (keyLinkIncomplete[at].compare(key, Qt::CaseInsensitive) != 0) ++at;
+  return isEntryOf(keyLinkIncompleteInfo.value(at), key) ? at : -1;
+}
+
+void CTlmMeasConfig::dropIncomplete(int at) {
+  keyLinkIncomplete.removeAt(at);
+  keyLinkIncompleteInfo.removeAt(at);
+}

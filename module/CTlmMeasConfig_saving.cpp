@@ -249,10 +249,7 @@ bool CTlmMeasConfig::commitDeletes() {
   CTlmCliSes* ses = session();
   if (ses) {
     ses->BlockBeg();
-    for (int i = 0; i < changes.tables.size(); ++i)
-      if (MDARecCount(changes.arrays[i]->array) > 0)
-        ses->SqlUpdate(moduleCodec->fromUnicode(changes.tables[i]).constData(), changes.arrays[i]->array, true,
-                       nullptr);
+    queueChanges(ses, changes, moduleCodec);
   }
   if (!ses || !endBlock(false)) {
     showBox(tr(kCommitTitle), tr(kCommitFailed), kBoxError, kBoxOk);
@@ -312,6 +309,7 @@ void CTlmMeasConfig::onActCancel_Triggered() {
   Cancel();
   if (newObjectInPassport) {
     newObjectInPassport = false;
+    takeBackAdded();
   } else if (passportEdited) {
     passportEdited = false;
     OnTV_selectionChanged(present, present);

@@ -2,6 +2,8 @@
 
 #include "RecordAccess.h"
 
+#include <TlmClient/CTlmCliSes.h>
+
 #include <memory>
 
 void addKeyRecord(QStringList& tables, QList<CMDArray*>& arrays, const QString& table, const CMDArray& structure,
@@ -22,6 +24,12 @@ void addKeyRecord(QStringList& tables, QList<CMDArray*>& arrays, const QString& 
   if (!made) return;
   tables.append(table);
   arrays.append(made.release());
+}
+
+void queueChanges(CTlmCliSes* session, const ChangeSet& changes, QTextCodec* codec) {
+  for (int i = 0; i < changes.tables.size(); ++i)
+    if (MDARecCount(changes.arrays[i]->array) > 0)
+      session->SqlUpdate(codec->fromUnicode(changes.tables[i]).constData(), changes.arrays[i]->array, true, nullptr);
 }
 
 bool isMarked(const CMDArray& array, const MDRData* record, int field) {

@@ -8,6 +8,9 @@
 #include <QString>
 #include <QStringList>
 
+class CTlmCliSes;
+class QTextCodec;
+
 // Two parallel lists; owns its arrays.
 struct ChangeSet {
   ChangeSet() = default;
@@ -23,6 +26,9 @@ struct ChangeSet {
 // table's entry is made from `structure` when the lists have none yet.
 void addKeyRecord(QStringList& tables, QList<CMDArray*>& arrays, const QString& table, const CMDArray& structure,
                   const QByteArray& key, int mark);
+
+// Queues the records of each table that has some, in the open block.
+void queueChanges(CTlmCliSes* session, const ChangeSet& changes, QTextCodec* codec);
 
 // Copies a record into a new one of `target`, which has the same fields: every value by number. A field gets the
 // changed mark where `markAll` is set or the source's field has it. Not posted.

@@ -35,13 +35,27 @@ unit Без папки
   analog 3001 U 10 кВ
 )";
 
+// Notes which event came last.
+class WatchedModule : public CTlmMeasConfig {
+ public:
+  using CTlmMeasConfig::CTlmMeasConfig;
+  int MessageData(MDXCliParam* message) override {
+    const int result = CTlmMeasConfig::MessageData(message);
+    MDRVar number{};
+    if (message) MDRGetVal(MDXParamFld(message, MDX_EVENT_SEQUENCE), message, &number);
+    if (number.type == MDX_INT64 && !number.isNull) lastEvent = number.i64;
+    return result;
+  }
+  int64_t lastEvent = 0;
+};
+
 class ModuleWindow : public testing::Test {
  protected:
   explicit ModuleWindow(const char* model = kSmallModel)
       : server(model),
         host(std::make_unique<TestApp>(*server.core())),
         app(*host),
-        module(std::make_unique<CTlmMeasConfig>(&app)) {}
+        module(std::make_unique<WatchedModule>(&app)) {}
 
   void start() {
     module->show();
@@ -107,6 +121,12 @@ class ModuleWindow : public testing::Test {
     }
     QTest::keyClick(editor, Qt::Key_Return);
     settle();
+  }
+
+  // Waits until the window has handled all that the server published.
+  bool eventsAreIn() {
+    const int64_t last = server.core()->lastSequence();
+    return processUntil([&] { return static_cast<WatchedModule*>(module.get())->lastEvent >= last; });
   }
 
   QString shownName(const char* name) { return find(name).data().toString(); }

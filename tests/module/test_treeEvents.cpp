@@ -1,0 +1,721 @@
+// The tree follows what others do: rows that come, go and move by the server's events alone.
+#include <QSignalSpy>
+
+#include "Colleague.h"
+#include "EventWindow.h"
+
+namespace tlm::test {
+namespace {
+
+constexpr char kModel[] = R"(folder Подстанция Северная
+  folder ОРУ-110
+    unit КП-1
+      analog 1001 P Т-1
+      analog 1002 Q Т-1
+      discrete 1003 Q-110
+  unit КП-2
+    analog 2001 I Т-2
+folder Подстанция Южная
+unit Без папки
+  analog 3001 U 10 кВ
+table MeasurementArchGroup Часовая {aggregatedData=1}
+table MeasurementArchGroup Обычная {aggregatedData=0}
+)";
+
+class TreeEvents : public EventWindow {
+ protected:
+  TreeEvents() : EventWindow(kModel), other(*server.core()) {}
+
+  // Carries out a block of the colleague and waits until the window knows.
+  void commit() {
+    ASSERT_TRUE(other.commit());
+    ASSERT_TRUE(eventsAreIn());
+  }
+  // Fetches a unit and sorts it, as its opening does.
+  void load(const char* unit) {
+    ASSERT_TRUE(module->AddMeasForRTU(row(unit), QString(), false, QString()));
+    module->treeModel->SortChildren(nodeOf(row(unit)), 0, Qt::AscendingOrder, false);
+  }
+
+  QModelIndex row(const char* name) { return module->treeModel->findByKey(key(name)); }
+  QString text() { return treeText(*module->treeModel); }
+  QString below(const char* name) { return treeText(*module->treeModel, row(name)); }
+  QString current() { return tree()->currentIndex().data().toString(); }
+
+  void addMeasurement(const char* name, const char* className, int number, const char* unit,
+                      const QStringList& more = {}) {
+    QStringList fields{QString("name_=") + name, "locId=" + QString::number(number)};
+    if (unit) fields += "RemoteUnitKey=" + key(unit);
+    other.add(className, key(name), fields + more);
+  }
+
+  // Gives a row of the module's own another value, past all events.
+  void set(CMDArray& array, const char* name, const char* field, const MDRVar& value) {
+    MDRData* record = seekText(array, 0, key(name), module->moduleCodec);
+    ASSERT_NE(record, nullptr);
+    array.SetVal(record, field, value);
+  }
+  // A row that no node shows.
+  MDRData* looseRow(CMDArray& array, const char* name, const QStringList& fields) {
+    MDRData* record = MDARecNew(array.array);
+    put(array, record, "KeyLink", key(name));
+    for (const QString& each : fields) put(array, record, each.section('=', 0, 0).toLatin1(), each.section('=', 1));
+    return array.RecPost(record);
+  }
+
+  Colleague other;
+};
+
+// ---- AddNodeByEvent --------------------------------------------------------------------------------------
+
+TEST_F(TreeEvents, RowThatStandsAlreadyIsPaintedAgain) {
+  start();
+  const QString before = text();
+  QSignalSpy painted(module->treeModel, &QAbstractItemModel::dataChanged);
+  module->AddNodeByEvent(key("КП-1"), "RemoteUnit");
+  ASSERT_EQ(painted.size(), 1);
+  EXPECT_EQ(painted[0][0].toModelIndex(), row("КП-1"));
+  EXPECT_EQ(painted[0][1].toModelIndex(), row("КП-1"));
+  EXPECT_EQ(text(), before);
+}
+
+TEST_F(TreeEvents, AddedFolderEntersItsParentAtTheTop) {
+  start();
+  EXPECT_EQ(text(), picture(R"(
+      Подстанция Северная
+        ОРУ-110
+          КП-1
+        КП-2
+      Подстанция Южная
+      Без папки
+        Аналоговые измерения
+          3001 U 10 кВ
+  )"));
+  other.add("RemoteUnitFolder", key("Я"), {"caption=Я", "ParentKey=" + key("Подстанция Северная")});
+  commit();
+  EXPECT_EQ(text(), picture(R"(
+      Подстанция Северная
+        Я
+        ОРУ-110
+          КП-1
+        КП-2
+      Подстанция Южная
+      Без папки
+        Аналоговые измерения
+          3001 U 10 кВ
+  )"));
+  EXPECT_TRUE(nodeOf(row("Я"))->isFolder);
+}
+
+TEST_F(TreeEvents, AddedRootFolderEntersTheTopLevel) {
+  start();
+  other.add("RemoteUnitFolder", key("Я"), {"caption=Я"});
+  commit();
+  EXPECT_EQ(module->treeModel->index(0, 0).data().toString(), "Я");
+}
+
+TEST_F(TreeEvents, FolderOfAParentThatIsNotHereLandsAtTheTop) {
+  start();
+  looseRow(module->tblRemoteUnitFolder, "Я", {"caption=Я", "ParentKey=" + QString(32, 'F')});
+  module->AddNodeByEvent(key("Я"), "RemoteUnitFolder");
+  EXPECT_EQ(row("Я"), module->treeModel->index(0, 0));
+}
+
+TEST_F(TreeEvents, FolderIsAFolderUnderWhateverClass) {
+  start();
+  looseRow(module->tblRemoteUnitFolder, "Я", {"caption=Я", "ParentKey="});
+  module->AddNodeByEvent(key("Я"), "Measurement");
+  ASSERT_TRUE(row("Я").isValid());
+  EXPECT_TRUE(nodeOf(row("Я"))->isFolder);
+  EXPECT_FALSE(row("Я").parent().isValid());
+}
+
+TEST_F(TreeEvents, AddedUnitEntersItsFolderAndIsFetchedWhenItIsOpened) {
+  start();
+  other.add("RemoteUnit", key("КП-9"), {"name_=КП-9", "SrvGroup=1", "RemoteUnitFolderKey=" + key("ОРУ-110")});
+  addMeasurement("I Т-9", "Analog", 9001, "КП-9");
+  commit();
+  EXPECT_EQ(below("ОРУ-110"), picture(R"(
+      КП-9
+      КП-1
+  )"));
+  EXPECT_FALSE(nodeOf(row("КП-9"))->isLoaded);
+  EXPECT_TRUE(module->treeModel->hasChildren(row("КП-9")));
+  load("КП-9");
+  EXPECT_EQ(below("КП-9"), picture(R"(
+      Аналоговые измерения
+        9001 I Т-9
+  )"));
+}
+
+TEST_F(TreeEvents, UnitWithoutAFolderOrOfAnUnknownOneLandsAtTheTop) {
+  start();
+  other.add("RemoteUnit", key("КП-8"), {"name_=КП-8", "SrvGroup=1"});
+  other.add("RemoteUnit", key("КП-9"), {"name_=КП-9", "SrvGroup=1", "RemoteUnitFolderKey=" + QString(32, 'F')});
+  commit();
+  EXPECT_EQ(row("КП-9"), module->treeModel->index(0, 0));
+  EXPECT_EQ(row("КП-8"), module->treeModel->index(1, 0));
+}
+
+TEST_F(TreeEvents, UnitIsTakenByTheExactNameOfItsTable) {
+  start();
+  looseRow(module->tblRemoteUnit, "КП-9", {"name_=КП-9"});
+  const QString before = text();
+  module->AddNodeByEvent(key("КП-9"), "remoteunit");
+  module->AddNodeByEvent(key("КП-9"), "Measurement");
+  module->AddNodeByEvent(key("КП-10"), "RemoteUnit");
+  EXPECT_EQ(text(), before);
+  module->AddNodeByEvent(key("КП-9"), "RemoteUnit");
+  EXPECT_TRUE(row("КП-9").isValid());
+}
+
+TEST_F(TreeEvents, AddedMeasurementEntersTheGroupOfItsUnitAtTheEnd) {
+  start();
+  load("КП-1");
+  addMeasurement("А", "Analog", 1009, "КП-1");
+  addMeasurement("Режим", "StringMeasurement", 1010, "КП-1");
+  commit();
+  EXPECT_EQ(below("КП-1"), picture(R"(
+      Аналоговые измерения
+        1001 P Т-1
+        1002 Q Т-1
+        1009 А
+      Дискретные сигналы
+        1003 Q-110
+      Строковые величины
+        1010 Режим
+  )"));
+}
+
+TEST_F(TreeEvents, MeasurementWithoutAUnitGetsNoRow) {
+  start();
+  looseRow(module->measRecords, "А", {"name_=А", "ClassName=Analog", "locId=1009", "RemoteUnitKey="});
+  looseRow(module->measRecords, "Б", {"name_=Б", "ClassName=Analog", "locId=1010"});
+  const QString before = text();
+  module->AddNodeByEvent(key("А"), "Measurement");
+  module->AddNodeByEvent(key("Б"), "Measurement");
+  EXPECT_EQ(text(), before);
+}
+
+TEST_F(TreeEvents, MeasurementNeedsAUnitThatIsHereAndOpen) {
+  start();
+  looseRow(module->measRecords, "А", {"ClassName=Analog", "RemoteUnitKey=" + QString(32, 'F')});
+  looseRow(module->measRecords, "Б", {"ClassName=Analog", "RemoteUnitKey=" + key("КП-1")});
+  module->AddNodeByEvent(key("А"), "Measurement");
+  module->AddNodeByEvent(key("Б"), "Measurement");
+  EXPECT_FALSE(row("А").isValid());
+  EXPECT_FALSE(row("Б").isValid());
+  EXPECT_EQ(below("КП-1"), "");
+}
+
+TEST_F(TreeEvents, MeasurementNeedsAClassARowAndItsTablesExactName) {
+  start();
+  load("КП-1");
+  const QString before = text();
+  looseRow(module->measRecords, "А", {"RemoteUnitKey=" + key("КП-1")});
+  looseRow(module->measRecords, "Б", {"ClassName=", "RemoteUnitKey=" + key("КП-1")});
+  looseRow(module->measRecords, "В", {"ClassName=Analog", "RemoteUnitKey=" + key("КП-1")});
+  module->AddNodeByEvent(key("А"), "Measurement");
+  module->AddNodeByEvent(key("Б"), "Measurement");
+  module->AddNodeByEvent(key("В"), "measurement");
+  module->AddNodeByEvent(key("В"), "Analog");
+  module->AddNodeByEvent(key("Г"), "Measurement");
+  EXPECT_EQ(text(), before);
+}
+
+TEST_F(TreeEvents, AggregatedMeasurementEntersUnderItsPrimary) {
+  start();
+  load("КП-1");
+  addMeasurement("P Т-1 макс", "Analog", 1011, "КП-1",
+                 {"primaryLocId=1001", "MeasurementArchGroupKey=" + key("Часовая")});
+  commit();
+  EXPECT_EQ(below("P Т-1"), "1011 P Т-1 макс\n");
+  EXPECT_TRUE(nodeOf(row("P Т-1 макс"))->isAggregated);
+}
+
+TEST_F(TreeEvents, OnlyAGroupOfAggregatedDataMakesAMeasurementAggregated) {
+  start();
+  load("КП-1");
+  addMeasurement("P Т-1 макс", "Analog", 1011, "КП-1",
+                 {"primaryLocId=1001", "MeasurementArchGroupKey=" + key("Обычная")});
+  commit();
+  EXPECT_EQ(below("P Т-1"), "");
+  EXPECT_EQ(row("P Т-1 макс").parent(), row("P Т-1").parent());
+}
+
+TEST_F(TreeEvents, AggregatedMeasurementOfAPrimaryThatIsNotHereGetsNoRow) {
+  start();
+  load("КП-1");
+  for (int primary : {2001, 7777})
+    addMeasurement(primary == 2001 ? "А" : "Б", "Analog", primary + 1, "КП-1",
+                   {"primaryLocId=" + QString::number(primary), "MeasurementArchGroupKey=" + key("Часовая")});
+  const QString before = text();
+  commit();
+  EXPECT_EQ(text(), before);
+  EXPECT_NE(held(module->measRecords, "А", "name_"), "absent");
+}
+
+TEST_F(TreeEvents, AggregatedMeasurementFindsItsPrimaryInAnotherUnit) {
+  start();
+  load("КП-1");
+  load("КП-2");
+  addMeasurement("А", "Analog", 1011, "КП-1", {"primaryLocId=2001", "MeasurementArchGroupKey=" + key("Часовая")});
+  commit();
+  EXPECT_EQ(below("I Т-2"), "1011 А\n");
+}
+
+TEST_F(TreeEvents, AddsLeaveSelectionAndSheetAlone) {
+  start();
+  click("P Т-1");
+  addMeasurement("А", "Analog", 1009, "КП-1");
+  other.add("RemoteUnitFolder", key("Я"), {"caption=Я"});
+  commit();
+  EXPECT_EQ(current(), "P Т-1");
+  EXPECT_EQ(tree()->selectionModel()->selectedIndexes(), QModelIndexList{row("P Т-1")});
+  EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
+}
+
+TEST_F(TreeEvents, DiscreteOfAnotherClientCannotBeCommandedUntilItChanges) {
+  start();
+  load("КП-1");
+  addMeasurement("Q-111", "Discrete", 1012, "КП-1", {"CheckTu=1"});
+  commit();
+  EXPECT_FALSE(nodeOf(row("Q-111"))->checkTu);
+  other.change("Discrete", key("Q-111"), {"CheckTu=1"});
+  commit();
+  EXPECT_TRUE(nodeOf(row("Q-111"))->checkTu);
+}
+
+// ---- DeleteNodeByEvent -----------------------------------------------------------------------------------
+
+TEST_F(TreeEvents, DeletedRowGoesWithItsGroup) {
+  start();
+  load("КП-1");
+  other.remove("Discrete", key("Q-110"));
+  commit();
+  EXPECT_EQ(below("КП-1"), picture(R"(
+      Аналоговые измерения
+        1001 P Т-1
+        1002 Q Т-1
+  )"));
+  EXPECT_EQ(held(module->measRecords, "Q-110", "name_"), "absent");
+}
+
+TEST_F(TreeEvents, DeletedUnitAndFolderGo) {
+  start();
+  other.remove("RemoteUnit", key("КП-2"));
+  commit();
+  EXPECT_EQ(below("Подстанция Северная"), picture(R"(
+      ОРУ-110
+        КП-1
+  )"));
+  EXPECT_EQ(held(module->tblRemoteUnit, "КП-2", "name_"), "absent");
+  other.remove("RemoteUnitFolder", key("Подстанция Северная"));
+  commit();
+  EXPECT_FALSE(row("КП-1").isValid());
+  EXPECT_EQ(held(module->tblRemoteUnitFolder, "Подстанция Северная", "caption"), "absent");
+}
+
+TEST_F(TreeEvents, DeletedKeyThatIsNotHereLeavesTheTreeAlone) {
+  start();
+  const QString before = text();
+  module->DeleteNodeByEvent(key("Q Т-1"));
+  module->DeleteNodeByEvent(QString());
+  EXPECT_EQ(text(), before);
+}
+
+TEST_F(TreeEvents, DeletingTheOnlyRowOfTheSelectionLandsOnTheNearestAncestorWithAKey) {
+  start();
+  click("Q-110");
+  other.remove("Discrete", key("Q-110"));
+  commit();
+  EXPECT_EQ(current(), "КП-1");
+  EXPECT_EQ(tree()->selectionModel()->selectedIndexes(), QModelIndexList{row("КП-1")});
+  EXPECT_EQ(module->passport.currentKey, key("КП-1"));
+}
+
+TEST_F(TreeEvents, DeletingTheCurrentRowSelectsTheSiblingThatTheViewMovedTo) {
+  start();
+  click("Q Т-1");
+  other.remove("Analog", key("Q Т-1"));
+  commit();
+  EXPECT_EQ(current(), "P Т-1");
+  EXPECT_EQ(tree()->selectionModel()->selectedIndexes(), QModelIndexList{row("P Т-1")});
+  EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
+}
+
+TEST_F(TreeEvents, DeletingTheCurrentRowIsSeenInTheNumbersColumnToo) {
+  start();
+  const QModelIndex name = find("Q-110");
+  click(name.sibling(name.row(), 1));
+  ASSERT_EQ(tree()->currentIndex().column(), 1);
+  other.remove("Discrete", key("Q-110"));
+  commit();
+  EXPECT_EQ(current(), "КП-1");
+}
+
+TEST_F(TreeEvents, DeletingTheLastTopRowClearsTheSelection) {
+  start();
+  for (const char* name : {"Подстанция Северная", "Подстанция Южная"}) other.remove("RemoteUnitFolder", key(name));
+  commit();
+  click("Без папки");
+  other.remove("RemoteUnit", key("Без папки"));
+  commit();
+  EXPECT_EQ(text(), "");
+  EXPECT_FALSE(tree()->currentIndex().isValid());
+  EXPECT_TRUE(tree()->selectionModel()->selectedIndexes().isEmpty());
+}
+
+TEST_F(TreeEvents, DeletingAnotherRowLeavesSelectionAndSheetAlone) {
+  start();
+  click("P Т-1");
+  other.remove("Discrete", key("Q-110")).remove("RemoteUnitFolder", key("Подстанция Южная"));
+  commit();
+  EXPECT_EQ(current(), "P Т-1");
+  EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
+}
+
+TEST_F(TreeEvents, DeletingWhatStandsAboveTheCurrentRowChoosesNoOther) {
+  start();
+  click("P Т-1");
+  module->DeleteNodeByEvent(key("ОРУ-110"));
+  EXPECT_FALSE(tree()->currentIndex().isValid());
+  EXPECT_TRUE(tree()->selectionModel()->selectedIndexes().isEmpty());
+}
+
+// ---- moves of units and folders ---------------------------------------------------------------------------
+
+TEST_F(TreeEvents, UnitMovesToAnotherFolder) {
+  start();
+  click("КП-1");
+  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey=" + key("Подстанция Южная")});
+  commit();
+  EXPECT_EQ(text(), picture(R"(
+      Подстанция Северная
+        ОРУ-110
+        КП-2
+      Подстанция Южная
+        КП-1
+      Без папки
+        Аналоговые измерения
+          3001 U 10 кВ
+  )"));
+  EXPECT_EQ(held(module->tblRemoteUnit, "КП-1", "RemoteUnitFolderKey"), key("Подстанция Южная"));
+}
+
+TEST_F(TreeEvents, UnitThatLosesItsFolderLandsAtTheTop) {
+  start();
+  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey"});
+  commit();
+  EXPECT_FALSE(row("КП-1").parent().isValid());
+  EXPECT_TRUE(row("КП-1").isValid());
+}
+
+TEST_F(TreeEvents, UnitOfAFolderThatIsNotHereLandsAtTheTop) {
+  start();
+  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey=" + QString(32, 'F')});
+  commit();
+  ASSERT_TRUE(row("КП-1").isValid());
+  EXPECT_FALSE(row("КП-1").parent().isValid());
+}
+
+TEST_F(TreeEvents, FolderMovesWithAllBelowIt) {
+  start();
+  other.change("RemoteUnitFolder", key("ОРУ-110"), {"ParentKey=" + key("Подстанция Южная")});
+  commit();
+  EXPECT_EQ(below("Подстанция Южная"), picture(R"(
+      ОРУ-110
+        КП-1
+  )"));
+  other.change("RemoteUnitFolder", key("ОРУ-110"), {"ParentKey"});
+  commit();
+  EXPECT_FALSE(row("ОРУ-110").parent().isValid());
+}
+
+TEST_F(TreeEvents, ChangeWithoutANewParentMovesNothing) {
+  start();
+  const QString before = text();
+  QSignalSpy moved(module->treeModel, &QAbstractItemModel::rowsMoved);
+  other.change("RemoteUnit", key("КП-1"), {"SrvGroup=2", "RemoteUnitFolderKey=" + key("ОРУ-110")});
+  other.change("RemoteUnitFolder", key("ОРУ-110"), {"caption=ОРУ-110"});
+  commit();
+  EXPECT_EQ(text(), before);
+  EXPECT_EQ(moved.size(), 0);
+}
+
+TEST_F(TreeEvents, MovedUnitIsShownInTheSheetAndTheSelectionStays) {
+  start();
+  click("КП-2");
+  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey=" + key("Подстанция Южная")});
+  commit();
+  EXPECT_EQ(module->passport.currentKey, key("КП-1"));
+  EXPECT_EQ(current(), "КП-2");
+}
+
+TEST_F(TreeEvents, OwnMoveGetsTheFocusAndIsForgotten) {
+  start();
+  click("КП-2");
+  module->ownMoves = QStringList{key("КП-1"), key("КП-1"), key("КП-2")};
+  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey=" + key("Подстанция Южная")});
+  commit();
+  EXPECT_EQ(current(), "КП-1");
+  EXPECT_EQ(module->ownMoves, QStringList{key("КП-2")});
+}
+
+TEST_F(TreeEvents, OwnMovesAreKnownByTheirExactKeys) {
+  start();
+  click("КП-2");
+  module->ownMoves = QStringList{key("КП-1").toLower()};
+  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey=" + key("Подстанция Южная")});
+  commit();
+  EXPECT_EQ(current(), "КП-2");
+  EXPECT_EQ(module->ownMoves, QStringList{key("КП-1").toLower()});
+}
+
+TEST_F(TreeEvents, ForeignMoveIsSortedInAndOwnMoveToo) {
+  start();
+  for (const bool own : {false, true}) {
+    if (own) module->ownMoves = QStringList{key("КП-2")};
+    other.change("RemoteUnit", key(own ? "КП-2" : "КП-1"), {"RemoteUnitFolderKey=" + key("Подстанция Южная")});
+    other.change("RemoteUnitFolder", key("ОРУ-110"), {"ParentKey=" + key("Подстанция Южная")});
+    commit();
+  }
+  EXPECT_EQ(below("Подстанция Южная"), picture(R"(
+      ОРУ-110
+      КП-1
+      КП-2
+  )"));
+}
+
+TEST_F(TreeEvents, MoveOfWhatIsNotHereDoesNothing) {
+  start();
+  const QString before = text();
+  module->MoveByEvent(key("Q Т-1"), key("КП-2"), true, false);
+  module->MoveByEvent(key("Q Т-1"), QString(), false, true);
+  EXPECT_EQ(text(), before);
+}
+
+// ---- moves of measurements -------------------------------------------------------------------------------
+
+TEST_F(TreeEvents, MeasurementMovesToAnotherOpenUnit) {
+  start();
+  load("КП-1");
+  load("КП-2");
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(below("КП-2"), picture(R"(
+      Аналоговые измерения
+        2001 I Т-2
+        1001 P Т-1
+  )"));
+  EXPECT_EQ(below("КП-1"), picture(R"(
+      Аналоговые измерения
+        1002 Q Т-1
+      Дискретные сигналы
+        1003 Q-110
+  )"));
+}
+
+TEST_F(TreeEvents, MeasurementThatGoesToAUnitNotOpenedIsForgottenUntilItIs) {
+  start();
+  load("КП-1");
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_FALSE(row("P Т-1").isValid());
+  EXPECT_EQ(held(module->measRecords, "P Т-1", "name_"), "absent");
+  EXPECT_FALSE(nodeOf(row("КП-2"))->isLoaded);
+  load("КП-2");
+  EXPECT_EQ(below("КП-2"), picture(R"(
+      Аналоговые измерения
+        2001 I Т-2
+        1001 P Т-1
+  )"));
+}
+
+TEST_F(TreeEvents, OwnMoveIntoAUnitNotOpenedOpensItAndTakesTheFocus) {
+  start();
+  load("КП-1");
+  module->ownMoves = QStringList{key("Q-110")};
+  other.change("Measurement", key("Q-110"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(below("КП-2"), picture(R"(
+      Аналоговые измерения
+        2001 I Т-2
+      Дискретные сигналы
+        1003 Q-110
+  )"));
+  EXPECT_TRUE(nodeOf(row("КП-2"))->isLoaded);
+  EXPECT_EQ(module->loadedRemoteUnits.count(key("КП-2")), 1);
+  EXPECT_EQ(current(), "Q-110");
+  EXPECT_TRUE(module->ownMoves.isEmpty());
+  EXPECT_EQ(below("КП-1"), picture(R"(
+      Аналоговые измерения
+        1001 P Т-1
+        1002 Q Т-1
+  )"));
+}
+
+TEST_F(TreeEvents, OwnMoveIntoAnOpenUnitTakesTheFocus) {
+  start();
+  load("КП-1");
+  load("КП-2");
+  module->ownMoves = QStringList{key("Q-110")};
+  other.change("Measurement", key("Q-110"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(current(), "Q-110");
+  EXPECT_EQ(row("Q-110").parent().parent(), row("КП-2"));
+}
+
+TEST_F(TreeEvents, OpenUnitIsKnownInWhateverCase) {
+  start();
+  load("КП-1");
+  load("КП-2");
+  for (QString& unit : module->loadedRemoteUnits) unit = unit.toLower();
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(row("P Т-1").parent().parent(), row("КП-2"));
+}
+
+TEST_F(TreeEvents, MeasurementWithoutAUnitGoesToTheDefaultUnitWhichIsMadeOnce) {
+  start();
+  load("КП-1");
+  EXPECT_FALSE(module->treeModel->defaultUnit().isValid());
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey"});
+  commit();
+  const QModelIndex unit = module->treeModel->index(0, 0);
+  EXPECT_EQ(treeText(*module->treeModel, unit), picture(R"(
+      Аналоговые измерения
+        1001 P Т-1
+  )"));
+  const myConfNode* node = nodeOf(unit);
+  EXPECT_EQ(node->text, "(Устройство по умолчанию)");
+  EXPECT_EQ(node->parent, module->treeModel->GetRootNode());
+  EXPECT_EQ(node->record, nullptr);
+  EXPECT_EQ(node->table, nullptr);
+  EXPECT_TRUE(node->isLoaded);
+  EXPECT_FALSE(node->isFolder || node->isExpanded || node->isAggregated || node->checkTu);
+
+  other.change("Measurement", key("Q-110"), {"RemoteUnitKey"});
+  commit();
+  EXPECT_EQ(text(), picture(R"(
+      (Устройство по умолчанию)
+        Аналоговые измерения
+          1001 P Т-1
+        Дискретные сигналы
+          1003 Q-110
+      Подстанция Северная
+        ОРУ-110
+          КП-1
+            Аналоговые измерения
+              1002 Q Т-1
+        КП-2
+      Подстанция Южная
+      Без папки
+        Аналоговые измерения
+          3001 U 10 кВ
+  )"));
+}
+
+TEST_F(TreeEvents, DefaultUnitIsToldToTheViews) {
+  start();
+  load("КП-1");
+  QSignalSpy inserted(module->treeModel, &QAbstractItemModel::rowsInserted);
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey"});
+  commit();
+  ASSERT_GE(inserted.size(), 1);
+  EXPECT_FALSE(inserted[0][0].toModelIndex().isValid());
+  EXPECT_EQ(inserted[0][1].toInt(), 0);
+  EXPECT_EQ(inserted[0][2].toInt(), 0);
+}
+
+TEST_F(TreeEvents, MeasurementLeavesTheDefaultUnitWhichStays) {
+  start();
+  load("КП-1");
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey"});
+  commit();
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-1")});
+  commit();
+  EXPECT_EQ(row("P Т-1").parent().parent(), row("КП-1"));
+  ASSERT_TRUE(module->treeModel->defaultUnit().isValid());
+  EXPECT_EQ(module->treeModel->rowCount(module->treeModel->defaultUnit()), 0);
+}
+
+TEST_F(TreeEvents, MeasurementOfAUnitThatIsLoadedButGoneStaysWhereItIs) {
+  start();
+  load("КП-1");
+  load("КП-2");
+  other.remove("Analog", key("I Т-2")).remove("RemoteUnit", key("КП-2"));
+  commit();
+  const QString before = text();
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(text(), before);
+}
+
+TEST_F(TreeEvents, ChangeOfAMeasurementThatIsNotHereBringsItNowhere) {
+  start();
+  load("КП-2");
+  const QString before = text();
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(text(), before);
+  EXPECT_EQ(held(module->measRecords, "P Т-1", "name_"), "absent");
+}
+
+TEST_F(TreeEvents, PrimaryThatGoesToAUnitNotOpenedLeavesTheRowsOfItsAggregatedChildren) {
+  start();
+  load("КП-1");
+  addMeasurement("P Т-1 макс", "Analog", 1011, "КП-1",
+                 {"primaryLocId=1001", "MeasurementArchGroupKey=" + key("Часовая")});
+  commit();
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_FALSE(row("P Т-1 макс").isValid());
+  EXPECT_EQ(held(module->measRecords, "P Т-1 макс", "name_"), "P Т-1 макс");
+}
+
+TEST_F(TreeEvents, MeasurementIsForgottenAlsoWithoutANode) {
+  start();
+  load("КП-1");
+  looseRow(module->measRecords, "А", {"ClassName=Analog", "RemoteUnitKey=" + key("КП-1")});
+  const QString before = text();
+  send(602, "А", "Measurement", module->strMeasurement, {"RemoteUnitKey=" + key("КП-2")});
+  EXPECT_EQ(text(), before);
+  EXPECT_EQ(held(module->measRecords, "А", "ClassName"), "absent");
+}
+
+TEST_F(TreeEvents, SheetShowsTheServersStateBeforeTheMerge) {
+  start();
+  click("P Т-1");
+  app.log.clear();
+  other.change("Measurement", key("P Т-1"), {"work_=0"});
+  commit();
+  // Once for the row, and once more because the object is shown and stays in its unit.
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 2);
+  app.log.clear();
+  load("КП-2");
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 1);
+}
+
+// ---- ChangeParent ----------------------------------------------------------------------------------------
+
+TEST_F(TreeEvents, NewParentIsReadFromTheRow) {
+  start();
+  MDRData* unit = seekText(module->tblRemoteUnit, 0, key("КП-1"), module->moduleCodec);
+  QString parent = "before";
+  EXPECT_FALSE(module->ChangeParent(nullptr, module->tblRemoteUnit, "RemoteUnitFolderKey", "old", parent));
+  EXPECT_EQ(parent, "before");
+  EXPECT_TRUE(module->ChangeParent(unit, module->tblRemoteUnit, "remoteunitfolderkey", "old", parent));
+  EXPECT_EQ(parent, key("ОРУ-110"));
+  EXPECT_FALSE(module->ChangeParent(unit, module->tblRemoteUnit, "RemoteUnitFolderKey", key("ОРУ-110"), parent));
+  set(module->tblRemoteUnit, "КП-1", "RemoteUnitFolderKey", nullTextVar());
+  parent = "before";
+  EXPECT_TRUE(module->ChangeParent(unit, module->tblRemoteUnit, "RemoteUnitFolderKey", "old", parent));
+  EXPECT_EQ(parent, "before");
+  EXPECT_FALSE(module->ChangeParent(unit, module->tblRemoteUnit, "no such field", "before", parent));
+}
+
+}  // namespace
+}  // namespace tlm::test
