@@ -59,9 +59,11 @@ struct TlmSession::Private : TransportListener {
 
   // any thread
   void onReply(uint64_t id, wire::BlockReply reply) override { desk.arrive(id, std::move(reply)); }
+  void onLost(uint64_t id, const std::string& why) override { desk.lose(id, why); }
   void onEvent(wire::Event event) override { queue(std::move(event)); }
   void onValue(wire::ParamValue value) override { queue(std::move(value)); }
   void onLine(bool alive, const std::string& why) override;
+  void onEventsLost(const std::string& why) override;
 
   // GUI thread
   bool submit(wire::Request request, MDXCliParam** reply);
@@ -84,9 +86,10 @@ struct TlmSession::Private : TransportListener {
   std::vector<MDXCliParam**> blockReplies;
   std::unordered_set<MDXCliParam*> handedOut;
 
-  mutable std::mutex mutex;  // of the two queues
+  mutable std::mutex mutex;  // of the queues
   std::deque<Message> messages;
   std::vector<LineChange> lineChanges;
+  std::optional<std::string> eventsLost;  // and why
 
   QPointer<CTlmCliMod> module;
   bool delivering = false;
@@ -113,7 +116,15 @@ void TlmSession::Private::onLine(bool alive, const std::string& why) {
     const std::lock_guard lock(mutex);
     lineChanges.push_back({alive, why});
   }
-  if (!alive) desk.loseAll(why);
+  desk.lineIs(alive);
+  wakeUp.ring();
+}
+
+void TlmSession::Private::onEventsLost(const std::string& why) {
+  {
+    const std::lock_guard lock(mutex);
+    eventsLost = why;
+  }
   wakeUp.ring();
 }
 
@@ -159,14 +170,17 @@ void TlmSession::Private::hand(MDXCliParam** pointer, const wire::Reply& reply) 
 
 void TlmSession::Private::onWake() {
   std::vector<LineChange> changes;
+  std::optional<std::string> lost;
   {
     const std::lock_guard lock(mutex);
     changes.swap(lineChanges);
+    lost.swap(eventsLost);
   }
   for (const LineChange& change : changes) emit session->lineChanged(change.alive, QString::fromStdString(change.why));
   for (const Refusal& refusal : desk.takeRefusals()) {
     emit session->writeRefused(refusal.status, windows1251()->toUnicode(refusal.why.c_str()));
   }
+  if (lost) emit session->eventsLost(QString::fromStdString(*lost));
   deliver();
 }
 

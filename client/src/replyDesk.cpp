@@ -80,7 +80,7 @@ void ReplyDesk::waitFor(uint64_t id, int timeoutMs, std::unique_lock<std::mutex>
   awaited_ = id;
   const auto ready = [&] { return done(id); };
   if (timeoutMs < 0)
-    arrived_.wait(lock, ready);
+    arrived_.wait(lock, [&] { return lineDead_ || ready(); });
   else
     arrived_.wait_for(lock, std::chrono::milliseconds(timeoutMs), ready);
   awaited_ = 0;
@@ -98,18 +98,20 @@ void ReplyDesk::arrive(uint64_t id, wire::BlockReply reply) {
   if (awaited) arrived_.notify_one();
 }
 
-void ReplyDesk::loseAll(const std::string& why) {
+void ReplyDesk::lose(uint64_t id, const std::string& why) {
   std::unique_lock lock(mutex_);
-  for (auto entry = entries_.begin(); entry != entries_.end();) {
-    const auto next = std::next(entry);
-    if (!entry->second.answer) {
-      entry->second.lost = true;
-      entry->second.why = why;
-      if (entry->second.watchers == 0) close(entry);
-    }
-    entry = next;
-  }
+  const auto entry = entries_.find(id);
+  if (entry == entries_.end() || entry->second.answer) return;
+  entry->second.lost = true;
+  entry->second.why = why;
+  if (entry->second.watchers == 0) close(entry);
   tellRefusals(lock);
+  arrived_.notify_all();
+}
+
+void ReplyDesk::lineIs(bool alive) {
+  const std::lock_guard lock(mutex_);
+  lineDead_ = !alive;
   arrived_.notify_all();
 }
 

@@ -23,7 +23,7 @@ struct Refusal {
 };
 
 // Callers are known by the address of their reply pointer, which is never written to here. All functions but
-// arrive, loseAll and takeRefusals belong to the session's thread.
+// arrive, lose, lineIs and takeRefusals belong to the session's thread.
 class ReplyDesk {
  public:
   using Pointer = MDXCliParam**;
@@ -58,7 +58,8 @@ class ReplyDesk {
   uint64_t openId(Pointer pointer) const;
 
   void arrive(uint64_t id, wire::BlockReply reply);
-  void loseAll(const std::string& why);  // no answer will come for what is under way
+  void lose(uint64_t id, const std::string& why);  // no answer will come
+  void lineIs(bool alive);                         // while it is dead, no wait without limit waits
   std::vector<Refusal> takeRefusals();
 
   size_t underWay() const;  // entries held, answered or not
@@ -98,6 +99,7 @@ class ReplyDesk {
   std::unordered_map<Pointer, Place> places_;
   std::vector<Refusal> refusals_;
   bool untold_ = false;
+  bool lineDead_ = false;
 };
 
 }  // namespace tlm

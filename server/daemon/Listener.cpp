@@ -58,29 +58,31 @@ void Listener::subscribe(const v1::Subscription& subscription) {
     const std::lock_guard lock(mutex_);
     plain_ = subscription.plain();
   }
-  const bool lost = !coreSubscribe(subscription);
   house_.core.subscribeValues(this, list(subscription.loc_ids()));
-  answer(subscription, lost);
-  --asked_;
-  if (done_) house_.core.unsubscribe(this);  // it ended meanwhile
-}
-
-// False when events are lost; the subscription is from now on then.
-bool Listener::coreSubscribe(const v1::Subscription& subscription) {
-  const std::vector<int> kinds = list(subscription.kinds());
-  const bool same = subscription.store().empty() || subscription.store() == house_.core.identity();
-  const bool fromNow = !subscription.has_after() || subscription.after() < 0;
-  if (same && house_.core.subscribe(this, kinds, fromNow ? -1 : subscription.after())) return true;
-  house_.core.subscribe(this, kinds, -1);
-  return false;
-}
-
-void Listener::answer(const v1::Subscription& subscription, bool lost) {
-  const int64_t position = house_.core.publishedSequence();  // all of them stand in the queue before the answer
+  subscribeEvents(subscription);
   {
     const std::lock_guard lock(mutex_);
     --subscribing_;
   }
+  --asked_;
+  if (done_) house_.core.unsubscribe(this);  // it ended meanwhile
+}
+
+// The answer stands behind all events up to its position. Where events are lost it stands before the later ones: their
+// numbers may be of another store.
+void Listener::subscribeEvents(const v1::Subscription& subscription) {
+  const std::vector<int> kinds = list(subscription.kinds());
+  const bool same = subscription.store().empty() || subscription.store() == house_.core.identity();
+  const bool fromNow = !subscription.has_after() || subscription.after() < 0;
+  if (same && house_.core.subscribe(this, kinds, fromNow ? -1 : subscription.after()))
+    return answer(subscription, house_.core.publishedSequence(), false);
+  const int64_t position = house_.core.publishedSequence();
+  answer(subscription, position, true);
+  if (!house_.core.subscribe(this, kinds, position))
+    finish({grpc::StatusCode::INTERNAL, "the log of events cannot be read"});
+}
+
+void Listener::answer(const v1::Subscription& subscription, int64_t position, bool lost) {
   put(kBeside, [&](v1::Delivery& delivery) {
     v1::Subscribed* const subscribed = delivery.mutable_subscribed();
     subscribed->set_serial(subscription.serial());

@@ -57,8 +57,8 @@ class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>,
   void onValue(const wire::ParamValue& value) override;
 
   void subscribe(const v1::Subscription& subscription);
-  bool coreSubscribe(const v1::Subscription& subscription);
-  void answer(const v1::Subscription& subscription, bool lost);
+  void subscribeEvents(const v1::Subscription& subscription);
+  void answer(const v1::Subscription& subscription, int64_t position, bool lost);
 
   // Puts something of about that size into the last waiting message, or a new one.
   void put(size_t bytes, const std::function<void(v1::Delivery&)>& fill);

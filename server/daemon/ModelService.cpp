@@ -17,7 +17,7 @@ using grpc::StatusCode;
 constexpr auto kReplyKept = std::chrono::seconds(30);
 constexpr auto kSlowCall = std::chrono::seconds(1);
 
-Status tooMany() { return {StatusCode::RESOURCE_EXHAUSTED, "too many calls under way"}; }
+Status tooMany() { return {StatusCode::UNAVAILABLE, "too many calls under way"}; }
 Status tooLarge() { return {StatusCode::RESOURCE_EXHAUSTED, "over the limit of size"}; }
 
 std::string count(size_t number) { return std::to_string(number); }

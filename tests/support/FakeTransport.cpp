@@ -17,6 +17,11 @@ std::optional<wire::BlockReply> FakeTransport::carryOut(uint64_t id) {
   return std::nullopt;
 }
 
+void FakeTransport::breakLine(const std::string& why) {
+  for (const Sent& one : sent) listener_->onLost(one.id, why);
+  listener_->onLine(false, why);
+}
+
 wire::BlockReply echo(const wire::Block& block) {
   wire::BlockReply reply;
   for (const wire::Request& request : block.requests) {

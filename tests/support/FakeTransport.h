@@ -35,7 +35,10 @@ class FakeTransport : public ITransport {
   void answer(uint64_t id, wire::BlockReply reply) { listener_->onReply(id, std::move(reply)); }
   void publish(wire::Event event) { listener_->onEvent(std::move(event)); }
   void publish(wire::ParamValue value) { listener_->onValue(std::move(value)); }
-  void breakLine(const std::string& why) { listener_->onLine(false, why); }
+  void lose(uint64_t id, const std::string& why) { listener_->onLost(id, why); }
+  void breakLine(const std::string& why);  // everything that was sent and not answered is lost
+  void dieAlone(const std::string& why) { listener_->onLine(false, why); }  // nothing is lost
+  void loseEvents(const std::string& why) { listener_->onEventsLost(why); }
   void mendLine() { listener_->onLine(true, {}); }
 
   std::vector<Sent> sent;

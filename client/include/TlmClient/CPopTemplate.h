@@ -4,6 +4,7 @@
 
 #include <TlmClient/export.h>
 
+#include <QPointer>
 #include <QString>
 #include <QWidget>
 
@@ -37,6 +38,7 @@ class TLMCLIENT_API CPopTemplate : public QWidget {
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
   void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;  // the focus goes back to where it was
   void paintEvent(QPaintEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
@@ -47,6 +49,7 @@ class TLMCLIENT_API CPopTemplate : public QWidget {
   QPoint keptInside(const QPoint& topLeft) const;
 
   QString panelTitle_;
+  QPointer<QWidget> focusBefore_;
   QPoint grab_;
   bool dragging_ = false;
 };

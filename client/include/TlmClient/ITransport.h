@@ -12,14 +12,20 @@
 
 namespace tlm {
 
-// Called by a transport on any thread, never from within a call of the transport.
+// Called by a transport on any thread, never from within a call of the transport (onLost: from carryOut too).
 class TLMCLIENT_API TransportListener {
  public:
   virtual ~TransportListener();
-  virtual void onReply(uint64_t id, wire::BlockReply reply) = 0;  // each id at most once
+  // For each id either an answer, or the word that none will come; at most once. When the line dies, what only reads
+  // is lost; a block that writes is sent again when the line is back, under its identity, and answered then, or lost
+  // when that takes too long.
+  virtual void onReply(uint64_t id, wire::BlockReply reply) = 0;
+  virtual void onLost(uint64_t id, const std::string& why) = 0;
   virtual void onEvent(wire::Event event) = 0;
   virtual void onValue(wire::ParamValue value) = 0;
-  virtual void onLine(bool alive, const std::string& why) = 0;
+  virtual void onLine(bool alive, const std::string& why) = 0;  // `why` in UTF-8
+  // Events were missed and cannot be had any more: what was read before may be out of date. Later ones come.
+  virtual void onEventsLost(const std::string& why) = 0;
 };
 
 // Used by one thread.

@@ -42,6 +42,8 @@ class TLMCLIENT_API TlmSession : public QObject, public CTlmCliSes, public CTlmC
 
  signals:
   void lineChanged(bool alive, const QString& why);
+  // Events were missed that the server no longer has: what the module holds may be out of date.
+  void eventsLost(const QString& why);
   // A block that nobody waited for was refused by the server, or its answer never came.
   void writeRefused(int status, const QString& why);
 

@@ -1,0 +1,128 @@
+#include "grpcCalls.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tlm {
+namespace {
+
+using grpc::Status;
+using grpc::StatusCode;
+
+// What the server has said by a status of the call: it has carried out nothing, and would not at another time.
+struct Verdict {
+  StatusCode code;
+  wire::Status status;
+};
+
+constexpr Verdict kVerdicts[] = {{StatusCode::RESOURCE_EXHAUSTED, wire::kTooLarge},
+                                 {StatusCode::INVALID_ARGUMENT, wire::kMalformed},
+                                 {StatusCode::UNIMPLEMENTED, wire::kUnknownRequest},
+                                 {StatusCode::PERMISSION_DENIED, wire::kRefused},
+                                 {StatusCode::UNAUTHENTICATED, wire::kRefused}};
+
+GrpcOutcome failed(const Status& status) {
+  for (const Verdict& verdict : kVerdicts) {
+    if (verdict.code == status.error_code())
+      return {wire::BlockReply{wire::Reply::failure(verdict.status, status.error_message()), {}}, {}};
+  }
+  return {std::nullopt, status.error_message()};
+}
+
+// Splits the pieces over the parts that wait for them.
+class Filler {
+ public:
+  explicit Filler(const std::vector<wire::Part>& parts) : parts_(parts) {}
+
+  bool take(std::string_view data) {
+    while (!data.empty()) {
+      if (at_ == parts_.size()) return false;
+      std::string& text = *parts_[at_].text;
+      if (text.empty()) text.reserve(parts_[at_].bytes);
+      const size_t room = std::min<uint64_t>(parts_[at_].bytes - text.size(), data.size());
+      text.append(data.substr(0, room));
+      data.remove_prefix(room);
+      if (text.size() == parts_[at_].bytes) ++at_;
+    }
+    return true;
+  }
+  bool full() const { return at_ == parts_.size(); }
+
+ private:
+  const std::vector<wire::Part>& parts_;
+  size_t at_ = 0;
+};
+
+Status broken() { return {StatusCode::DATA_LOSS, "the pieces of a reply do not make a whole"}; }
+
+}  // namespace
+
+GrpcOutcome GrpcCalls::carryOut(const wire::Block& block) const {
+  v1::BlockReply message;
+  Status status = call(block, &message);
+  GrpcOutcome outcome{wire::BlockReply{}, {}};
+  std::vector<wire::Part> missing;
+  if (status.ok()) {
+    const std::string rest = std::move(*message.mutable_rest());
+    wire::fromMessage(std::move(message), &*outcome.reply, &missing);
+    if (!rest.empty()) status = takeRest(rest, missing);
+  }
+  return status.ok() ? std::move(outcome) : failed(status);
+}
+
+Status GrpcCalls::call(const wire::Block& block, v1::BlockReply* reply) const {
+  grpc::ClientContext context;
+  context.set_deadline(deadline);
+  if (!enter(context)) return {StatusCode::UNAVAILABLE, "the line is dead"};
+  Status status;
+  if (wire::sizeOf(block) > wire::kPieceBytes) {
+    status = upload(context, block, reply);
+  } else {
+    v1::Block message;
+    wire::toMessage(block, user, true, &message);
+    status = stub.Call(&context, message, reply);
+  }
+  leave();
+  return status;
+}
+
+Status GrpcCalls::upload(grpc::ClientContext& context, const wire::Block& block, v1::BlockReply* reply) const {
+  const auto writer = stub.Upload(&context, reply);
+  v1::BlockPiece piece;
+  wire::toMessage(block, user, false, piece.mutable_block());
+  bool going = writer->Write(piece);
+  piece.clear_block();
+  const auto send = [&] {
+    going = going && writer->Write(piece);
+    piece.mutable_data()->clear();
+  };
+  for (const wire::Request& request : block.requests) {
+    for (size_t at = 0; at < request.body.size() && going;) {
+      const size_t room = std::min(wire::kPieceBytes - piece.data().size(), request.body.size() - at);
+      piece.mutable_data()->append(request.body, at, room);
+      at += room;
+      if (piece.data().size() == wire::kPieceBytes) send();
+    }
+  }
+  if (!piece.data().empty()) send();
+  if (going) writer->WritesDone();
+  return writer->Finish();
+}
+
+Status GrpcCalls::takeRest(const std::string& name, const std::vector<wire::Part>& parts) const {
+  grpc::ClientContext context;
+  context.set_deadline(deadline);
+  if (!enter(context)) return {StatusCode::UNAVAILABLE, "the line is dead"};
+  v1::PiecesRequest request;
+  request.set_rest(name);
+  const auto reader = stub.TakePieces(&context, request);
+  Filler filler(parts);
+  v1::Piece piece;
+  bool good = true;
+  while (reader->Read(&piece)) good = good && filler.take(piece.data());
+  const Status status = reader->Finish();
+  leave();
+  return status.ok() && !(good && filler.full()) ? broken() : status;
+}
+
+}  // namespace tlm
