@@ -114,6 +114,7 @@ void CPopMessageBox::show() {
   const int width = qBound(200, wanted, kTextWidth);
   parts_->text->setFixedWidth(width);
   parts_->text->setMinimumHeight(parts_->text->heightForWidth(width));
+  for (QAbstractButton* button : qAsConst(parts_->buttons)) button->show();  // what is hidden gets no room
   layout()->invalidate();
   moveToCenter();
   if (!waiting().contains(this)) waiting().append(this);

@@ -61,7 +61,15 @@ bool CPopTemplate::eventFilter(QObject* watched, QEvent* event) {
 
 void CPopTemplate::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
+  QWidget* const focused = QApplication::focusWidget();
+  if (focused && !isAncestorOf(focused) && focused != this) focusBefore_ = focused;
   raise();
+}
+
+void CPopTemplate::hideEvent(QHideEvent* event) {
+  QWidget::hideEvent(event);
+  if (focusBefore_ && focusBefore_->isVisible() && focusBefore_->isEnabled()) focusBefore_->setFocus();
+  focusBefore_ = nullptr;
 }
 
 void CPopTemplate::paintEvent(QPaintEvent*) {

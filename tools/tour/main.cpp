@@ -1,4 +1,4 @@
-// tlm_tour DIR: plays the road of one edit; pictures and report.json go to DIR.
+// tlm_tour DIR: plays the roads of the program; pictures and report.json go to DIR.
 #include <TlmClient/ModuleStyle.h>
 
 #include <QApplication>
@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "EditRoad.h"
+#include "PassportRoad.h"
 
 namespace {
 
@@ -20,8 +21,8 @@ int play(const QDir& folder) {
   }
   const QTemporaryDir scratch;
   tlm::tour::Report report(folder);
-  tlm::tour::EditRoad road(*library, QDir(scratch.path()), report);
-  const bool played = road.play();
+  bool played = tlm::tour::EditRoad(*library, QDir(scratch.path()), report).play();
+  played = tlm::tour::PassportRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
 }
 

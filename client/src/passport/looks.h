@@ -12,6 +12,8 @@ namespace tlm::passport {
 
 inline const QColor kEditedColor(0xb0, 0x3a, 0x00);
 inline const QColor kLockedColor(0x70, 0x70, 0x70);
+inline const QColor kMixedColor(0x80, 0x80, 0x80);
+inline const QColor kMixedPattern(0xdd, 0xdd, 0xdd);
 
 // Bold alone: family and size stay those of the view.
 inline QFont boldFont() {

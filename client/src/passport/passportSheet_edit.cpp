@@ -35,6 +35,7 @@ bool PassportSheet::onEdit(SheetField& field, Edit edit) {
   field.value = edit.value;
   field.text = edit.text;
   field.check = edit.value.toBool() ? Qt::Checked : Qt::Unchecked;
+  field.mixed = false;
   field.unseen = QString();
   const FieldMetaPtr meta = field.meta;
   shown_->setEdit(meta->table, *meta, edit, shown_->isMerged);

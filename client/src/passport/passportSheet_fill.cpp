@@ -32,6 +32,15 @@ QHash<QString, QString> tableTitles(const CLiteModel& model) {
 
 Qt::CheckState checkOf(const QVariant& value) { return value.toBool() ? Qt::Checked : Qt::Unchecked; }
 
+// Whether the text of all objects tells that they differ: it is not how the first object's own value looks.
+bool differs(const SheetField& field) {
+  const bool empty = !field.value.isValid() || field.value == QVariant(QString());
+  if (field.meta->kind == FieldKind::kReference) return field.text.isEmpty();
+  if (field.value.type() == QVariant::Bool) return false;
+  if (field.text.isEmpty()) return !empty;
+  return field.text == QLatin1String("0") && !empty && field.value.toDouble() != 0;
+}
+
 bool isClassName(const FieldMeta& meta) {
   return meta.name.compare(QLatin1String("ClassName"), Qt::CaseInsensitive) == 0;
 }
@@ -131,6 +140,7 @@ void PassportSheet::mergeField(SheetField* field, multiPasp* merged) const {
   const bool on = text == QLatin1String("true"), off = text == QLatin1String("false");
   field->check = partly ? Qt::PartiallyChecked : known && on ? Qt::Checked : Qt::Unchecked;
   field->text = known && !partly ? text : QString();
+  field->mixed = partly || (known && differs(*field));
   if (field->meta->kind == FieldKind::kChoice && known && (on || off))
     field->text = choiceText(field->meta->choices, on ? 1 : 0);
 }

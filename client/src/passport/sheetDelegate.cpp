@@ -1,6 +1,7 @@
 #include "passport/sheetDelegate.h"
 
 #include "passport/editors.h"
+#include "passport/looks.h"
 #include "passport/referenceList.h"
 #include "passport/sheetModel.h"
 #include "passport/valueTexts.h"
@@ -106,7 +107,43 @@ void paintArrow(QPainter* painter, const QRect& cell, bool open, const QColor& c
   painter->restore();
 }
 
+// The live value on a row of its own: in the column of the values where it fits there, else as far left as it must.
+// Its name gives way first.
+void paintLive(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) {
+  constexpr int kSide = 4, kGap = 12;
+  auto* view = qobject_cast<const QTreeView*>(option.widget);
+  const QString name = index.data().toString();
+  const QString value = index.sibling(index.row(), SheetModel::kValue).data().toString();
+  QFont bold = option.font;
+  bold.setBold(true);
+  const QRect room = option.rect.adjusted(kSide, 0, -kSide, 0);
+  const int nameEnd = room.left() + option.fontMetrics.horizontalAdvance(name) + kGap;
+  const int wanted = room.right() - QFontMetrics(bold).horizontalAdvance(value);
+  const int column = view ? view->columnViewportPosition(SheetModel::kValue) + kSide : nameEnd;
+  const bool named = wanted >= nameEnd;
+  const int from = named ? qMax(nameEnd, qMin(column, wanted)) : room.left();
+  painter->save();
+  const bool selected = option.state & QStyle::State_Selected;
+  painter->setPen(option.palette.color(selected ? QPalette::HighlightedText : QPalette::Text));
+  painter->setFont(option.font);
+  if (named) painter->drawText(room, Qt::AlignLeft | Qt::AlignVCenter, name);
+  painter->setFont(bold);
+  const QRect rest(QPoint(from, room.top()), room.bottomRight());
+  painter->drawText(rest, Qt::AlignLeft | Qt::AlignVCenter,
+                    QFontMetrics(bold).elidedText(value, Qt::ElideRight, rest.width()));
+  painter->restore();
+}
+
 }  // namespace
+
+// Tells why an edit cannot be kept. The message may take the focus: the editor stays open behind it, with what was
+// typed.
+void SheetDelegate::refuse(const QString& why) const {
+  const bool before = refusing_;
+  refusing_ = true;
+  host_->refuse(why);
+  refusing_ = before;
+}
 
 void SheetDelegate::endLater(QWidget* editor) const {
   auto* self = const_cast<SheetDelegate*>(this);
@@ -141,7 +178,7 @@ QWidget* SheetDelegate::makeEditor(const FieldMeta& meta, QWidget* parent) const
     case FieldKind::kServerGroup:
       return makeChoiceEditor(host->texts().serverGroups(), parent);
     default:
-      return makeTextEditor(meta, parent, [host](const QString& why) { host->refuse(why); });
+      return makeTextEditor(meta, parent, [this](const QString& why) { refuse(why); });
   }
 }
 
@@ -185,7 +222,7 @@ void SheetDelegate::setModelData(QWidget* editor, QAbstractItemModel* model, con
   Edit edit;
   const QString fault = readEditor(editor, *meta, host_, &edit);
   if (!fault.isEmpty()) {
-    host_->refuse(fault);
+    refuse(fault);
     return;
   }
   model->setData(index, QVariant::fromValue(edit), Qt::EditRole);
@@ -211,6 +248,7 @@ void SheetDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIn
   QStyledItemDelegate::initStyleOption(option, index);
   option->text.replace('\n', ' ').replace(QChar::LineSeparator, ' ');
   option->state &= ~QStyle::State_HasFocus;
+  if (index.data(SheetModel::kLiveRole).toBool()) option->text.clear();  // painted by itself
   const bool isCheck = option->features & QStyleOptionViewItem::HasCheckIndicator;
   if (!index.data(SheetModel::kLockedRole).toBool() || index.column() != SheetModel::kValue) return;
   if (isCheck) option->state &= ~QStyle::State_Enabled;
@@ -231,7 +269,10 @@ void SheetDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     paintArrow(painter, option.rect, view && view->isExpanded(index), selected ? Qt::white : QColor(80, 80, 80));
     return;
   }
+  if (index.column() == SheetModel::kValue && index.data(SheetModel::kMixedRole).toBool())
+    painter->fillRect(option.rect, QBrush(kMixedPattern, Qt::BDiagPattern));
   QStyledItemDelegate::paint(painter, option, index);
+  if (index.data(SheetModel::kLiveRole).toBool()) paintLive(painter, option, index);
   if (index.column() == SheetModel::kValue && index.data(SheetModel::kLockedRole).toBool())
     paintLock(painter, option.rect, option.state & QStyle::State_Selected ? Qt::white : QColor(150, 150, 150));
 }
@@ -253,13 +294,13 @@ bool SheetDelegate::finish(QWidget* editor) {
   if (!meta) return true;
   if (auto* reference = qobject_cast<ReferenceEditor*>(editor)) {
     if (!reference->takeCurrentRow()) {
-      host_->refuse(QString::fromUtf8("В списке нет строки «%1».").arg(reference->text()));
+      refuse(QString::fromUtf8("В списке нет строки «%1».").arg(reference->text()));
       return false;
     }
   } else if (isTouched(editor) && !qobject_cast<QComboBox*>(editor)) {
     const QString fault = parseTyped(*meta, typedText(editor), host_->texts()).fault;
     if (!fault.isEmpty()) {
-      host_->refuse(fault);
+      refuse(fault);
       return false;
     }
   }
@@ -312,6 +353,7 @@ bool SheetDelegate::handleKey(QWidget* editor, QKeyEvent* event) {
 
 bool SheetDelegate::eventFilter(QObject* object, QEvent* event) {
   auto* editor = qobject_cast<QWidget*>(object);
+  if (refusing_ && event->type() == QEvent::FocusOut) return false;
   if (editor && event->type() == QEvent::KeyPress && metaOf(editor))
     return handleKey(editor, static_cast<QKeyEvent*>(event)) || QStyledItemDelegate::eventFilter(object, event);
   return QStyledItemDelegate::eventFilter(object, event);

@@ -62,9 +62,11 @@ class SheetDelegate : public QStyledItemDelegate {
   bool handleKey(QWidget* editor, QKeyEvent* event);
   bool handleBoxKey(QWidget* editor, QKeyEvent* event);
   void tab(QWidget* editor, int step);
+  void refuse(const QString& why) const;
 
   EditorHost* host_;
   mutable QPointer<QWidget> editor_;
+  mutable bool refusing_ = false;  // a message about the open editor takes the focus now
 };
 
 }  // namespace tlm::passport

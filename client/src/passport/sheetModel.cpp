@@ -15,8 +15,16 @@ QString tip(const SheetField& field) {
     lines << QString::fromUtf8("Изменение не сохранено: «%1»").arg(field.unseen);
   else if (field.edited)
     lines << QString::fromUtf8("Изменено, не сохранено");
+  else if (field.mixed)
+    lines << QString::fromUtf8("У выбранных объектов значения различаются");
   if (field.text.contains('\n') || field.text.size() > 40) lines << field.text;
   return lines.join('\n');
+}
+
+// A name may be cut where the column is narrow.
+QString nameTip(const SheetField& field) {
+  const QString more = tip(field);
+  return more.isEmpty() ? field.meta->title : field.meta->title + '\n' + more;
 }
 
 QString shownText(const SheetField& field) {
@@ -171,11 +179,12 @@ QVariant SheetModel::fieldData(const SheetField& at, int column, int role) const
     case Qt::EditRole:
       return column == kName ? QVariant(at.meta->title) : at.value;
     case Qt::ToolTipRole:
-      return tip(at);
+      return column == kName ? nameTip(at) : tip(at);
     case Qt::FontRole:
       return at.edited ? QVariant(boldFont()) : QVariant();
     case Qt::ForegroundRole:
       if (at.edited) return kEditedColor;
+      if (at.mixed && column == kValue) return kMixedColor;
       return at.locked.isEmpty() || column == kName ? QVariant() : QVariant(kLockedColor);
     case Qt::CheckStateRole:
       return column == kValue && at.meta->kind == FieldKind::kFlag ? QVariant(at.check) : QVariant();
@@ -185,6 +194,8 @@ QVariant SheetModel::fieldData(const SheetField& at, int column, int role) const
       return typedText(at);
     case kLockedRole:
       return !at.locked.isEmpty();
+    case kMixedRole:
+      return at.mixed;
     default:
       return {};
   }

@@ -17,6 +17,7 @@ struct SheetField {
   Qt::CheckState check = Qt::Unchecked;
   bool edited = false;
   bool merged = false;  // of several objects: the text alone is true of all
+  bool mixed = false;   // of several objects that are known to differ here
   Edit stored;          // as the server gave it
   Qt::CheckState storedCheck = Qt::Unchecked;
   QString unseen;  // an edit that the server's value covers on the screen
@@ -40,8 +41,9 @@ class SheetModel : public QAbstractItemModel {
   Q_OBJECT
 
  public:
-  // kMetaRole: the const FieldMeta* as void*; kTypedRole: what stands in an opened editor
-  enum Role { kMetaRole = Qt::UserRole + 1, kLockedRole, kGroupRole, kLiveRole, kTypedRole };
+  // kMetaRole: the const FieldMeta* as void*; kTypedRole: what stands in an opened editor;
+  // kMixedRole: several objects that differ
+  enum Role { kMetaRole = Qt::UserRole + 1, kLockedRole, kGroupRole, kLiveRole, kTypedRole, kMixedRole };
   enum Column { kName = 0, kValue = 1 };
 
   // Carries an edit of the user out; false refuses it.

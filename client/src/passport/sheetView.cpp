@@ -56,6 +56,7 @@ void SheetView::setUpLooks() {
   view_->setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed |
                          QAbstractItemView::DoubleClicked);
   view_->setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
+  view_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);  // one width for short and long objects
   view_->setTextElideMode(Qt::ElideRight);
   view_->header()->setSectionsMovable(false);
   QFile sheet(QString::fromLatin1(kStyleSheet));
@@ -92,8 +93,8 @@ void SheetView::restorePlace() {
     const QModelIndex at = model_->index(row, 0);
     const SheetGroup* group = model_->group(at);
     if (group) view_->setExpanded(at, !closed_.contains(group->table));
-    const bool heading = !group && model_->index(row, 1).data().toString().isEmpty() && model_->liveIndex(0) != at;
-    view_->setFirstColumnSpanned(row, {}, group || heading);
+    const bool whole = group || model_->liveIndex(0) == at || model_->index(row, 1).data().toString().isEmpty();
+    view_->setFirstColumnSpanned(row, {}, whole);
   }
   if (model_->content().groups.empty()) return;
   const QModelIndex current = indexOfPlace(current_);
