@@ -1,0 +1,458 @@
+// What a server does with bytes that make no sense, and with those who say nothing. It refuses them and serves others.
+#include <TlmWireGrpc/convert.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <grpcpp/generic/generic_stub.h>
+#include <grpcpp/grpcpp.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+
+#include <tlm/v1/model.grpc.pb.h>
+
+#include "support/EmbeddedServer.h"
+#include "support/ModelText.h"
+#include "support/NetworkServer.h"
+#include "support/Peer.h"
+
+namespace tlm::test {
+namespace {
+
+using grpc::Status;
+using grpc::StatusCode;
+
+constexpr char kModel[] = R"(
+unit КП-1
+  analog 1001 P Т-1
+)";
+
+std::shared_ptr<grpc::Channel> channelTo(const std::string& address) {
+  grpc::ChannelArguments arguments;
+  arguments.SetMaxReceiveMessageSize(-1);
+  arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
+  arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
+  return grpc::CreateCustomChannel(address, grpc::InsecureChannelCredentials(), arguments);
+}
+
+int connectSilently(const std::string& address) {
+  sockaddr_in to{};
+  to.sin_family = AF_INET;
+  to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  to.sin_port = htons(static_cast<uint16_t>(std::stoi(address.substr(address.rfind(':') + 1))));
+  const int handle = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (handle >= 0 && connect(handle, reinterpret_cast<sockaddr*>(&to), sizeof to) == 0) return handle;
+  if (handle >= 0) close(handle);
+  return -1;
+}
+
+class BadInput : public testing::Test {
+ protected:
+  explicit BadInput(server::NetOptions options = quickNet())
+      : server(kModel, small()),
+        network(*server.core(), limited(options)),
+        channel(channelTo(network.tcp())),
+        stub(v1::Model::NewStub(channel)) {}
+  // Whatever came before, somebody else is served.
+  ~BadInput() override {
+    std::string problem;
+    auto transport = connectToServer(quickLine(network.tcp()), &problem);
+    EXPECT_NE(transport, nullptr) << problem;
+    if (!transport) return;
+    Peer peer(std::move(transport));
+    EXPECT_EQ(peer.ask("SRV_GROUPS_INFO", "").status, 0);
+  }
+
+  static server::CoreOptions small() {
+    server::CoreOptions options;
+    options.maxRequestBytes = size_t{8} << 20;
+    return options;
+  }
+  static server::NetOptions limited(server::NetOptions options) {
+    options.maxRequestBytes = small().maxRequestBytes;
+    return options;
+  }
+
+  Status call(const v1::Block& block, v1::BlockReply* reply) {
+    grpc::ClientContext context;
+    return stub->Call(&context, block, reply);
+  }
+
+  // Any bytes as the message of any method.
+  Status callRaw(const std::string& method, const std::string& bytes) {
+    grpc::GenericStub generic(channel);
+    grpc::ClientContext context;
+    grpc::CompletionQueue queue;
+    const grpc::Slice slice(bytes);
+    const auto call = generic.PrepareUnaryCall(&context, method, grpc::ByteBuffer(&slice, 1), &queue);
+    grpc::ByteBuffer reply;
+    Status status;
+    call->StartCall();
+    call->Finish(&reply, &status, nullptr);
+    void* tag = nullptr;
+    bool ok = false;
+    queue.Next(&tag, &ok);
+    queue.Shutdown();
+    while (queue.Next(&tag, &ok)) continue;
+    return status;
+  }
+
+  static v1::Block oneRequest(v1::RequestKind kind, const std::string& name, const std::string& body) {
+    v1::Block block;
+    v1::Request* const request = block.add_requests();
+    request->set_kind(kind);
+    request->set_name(name);
+    request->set_body(body);
+    return block;
+  }
+
+  EmbeddedServer server;
+  NetworkServer network;
+  std::shared_ptr<grpc::Channel> channel;
+  std::unique_ptr<v1::Model::Stub> stub;
+};
+
+TEST_F(BadInput, AMethodThatIsNoneIsRefused) {
+  EXPECT_EQ(callRaw("/tlm.v1.Model/Nothing", "").error_code(), StatusCode::UNIMPLEMENTED);
+  EXPECT_EQ(callRaw("/other.Service/Call", "").error_code(), StatusCode::UNIMPLEMENTED);
+}
+
+TEST_F(BadInput, AMessageThatIsNoneIsRefused) {
+  for (const std::string& bytes : {std::string("\xff\xff\xff"), std::string("\x1a\x7f"), std::string(100, '\x0b')}) {
+    EXPECT_FALSE(callRaw("/tlm.v1.Model/Call", bytes).ok());
+  }
+}
+
+TEST_F(BadInput, ATruncatedMessageIsRefusedOrAnsweredAtEveryLength) {
+  const std::string whole = oneRequest(v1::PACKET, "TableRecords", "RemoteUnit").SerializeAsString();
+  for (size_t length = 0; length < whole.size(); ++length) {
+    const Status status = callRaw("/tlm.v1.Model/Call", whole.substr(0, length));
+    EXPECT_TRUE(status.ok() || status.error_code() == StatusCode::INTERNAL) << length << ' ' << status.error_message();
+  }
+}
+
+TEST_F(BadInput, ARequestThatIsNoneGetsAStatus) {
+  v1::BlockReply reply;
+  ASSERT_TRUE(call(oneRequest(v1::PACKET, "NoSuchRequest", ""), &reply).ok());
+  EXPECT_EQ(reply.each(0).status(), wire::kUnknownRequest);
+}
+
+TEST_F(BadInput, AKindOfRequestThatIsNoneIsRefused) {
+  v1::BlockReply reply;
+  for (const int kind : {4, 99, -1}) {
+    EXPECT_EQ(call(oneRequest(static_cast<v1::RequestKind>(kind), "x", ""), &reply).error_code(),
+              StatusCode::INVALID_ARGUMENT);
+  }
+}
+
+TEST_F(BadInput, BodiesOfNoiseGetAStatus) {
+  std::mt19937 random(7);
+  const char* const names[] = {"TableRecords", "RecByKey", "LiteModel", "MeasParams", "ManualValue", "ValueHistory"};
+  for (int i = 0; i < 300; ++i) {
+    std::string body(random() % 200, '\0');
+    for (char& byte : body) byte = static_cast<char>(random());
+    v1::BlockReply reply;
+    ASSERT_TRUE(call(oneRequest(v1::PACKET, names[i % std::size(names)], body), &reply).ok());
+    ASSERT_TRUE(call(oneRequest(v1::UPDATE, "Measurement", body), &reply).ok());
+    EXPECT_NE(reply.whole().status(), 0);
+    ASSERT_TRUE(call(oneRequest(v1::SCRIPT, "f(a)\n{\n}\n", "x" + body), &reply).ok());
+    EXPECT_NE(reply.each(0).status(), 0);
+  }
+}
+
+TEST_F(BadInput, AnIdentityOfAnotherLengthIsRefused) {
+  CMDArray set;
+  v1::Block block = oneRequest(v1::UPDATE, "IdentifiedObject", wire::packArray(set.array));
+  block.set_identity("short");
+  v1::BlockReply reply;
+  ASSERT_TRUE(call(block, &reply).ok());
+  EXPECT_EQ(reply.whole().status(), wire::kMalformed);
+}
+
+TEST_F(BadInput, AMessageOfAHundredMegabytesIsRefused) {
+  v1::BlockReply reply;
+  const Status status = call(oneRequest(v1::PACKET, "TableRecords", std::string(100'000'000, 'x')), &reply);
+  EXPECT_EQ(status.error_code(), StatusCode::RESOURCE_EXHAUSTED) << status.error_message();
+}
+
+TEST_F(BadInput, AMessageJustOverTheLimitIsRefused) {
+  v1::BlockReply reply;
+  EXPECT_EQ(call(oneRequest(v1::PACKET, "x", std::string(wire::kMessageBytes, 'x')), &reply).error_code(),
+            StatusCode::RESOURCE_EXHAUSTED);
+  EXPECT_TRUE(call(oneRequest(v1::PACKET, "x", std::string(wire::kMessageBytes - 100, 'x')), &reply).ok());
+}
+
+// ---- the plain form ----
+
+TEST_F(BadInput, APlainTableThatMakesNoSenseIsRefused) {
+  struct Case {
+    const char* name;
+    std::function<void(v1::Table&)> make;
+  };
+  const auto field = [](v1::Table& table, const char* name, int type) {
+    v1::Field* const one = table.add_fields();
+    one->set_name(name);
+    one->set_type(type);
+  };
+  const Case cases[] = {
+      {"no field", [](v1::Table&) {}},
+      {"no name", [&](v1::Table& table) { field(table, "", 5); }},
+      {"a name that is too long", [&](v1::Table& table) { field(table, std::string(64, 'n').c_str(), 5); }},
+      {"no such type", [&](v1::Table& table) { field(table, "a", 77); }},
+      {"a negative type", [&](v1::Table& table) { field(table, "a", -1); }},
+      {"a size of no text", [&](v1::Table& table) { field(table, "a", 9), table.mutable_fields(0)->set_size(-5); }},
+      {"too few values", [&](v1::Table& table) { field(table, "a", 5), table.add_rows(); }},
+      {"too many values",
+       [&](v1::Table& table) {
+         field(table, "a", 5);
+         v1::Row* const row = table.add_rows();
+         row->add_values();
+         row->add_values();
+       }},
+      {"a text for a number",
+       [&](v1::Table& table) { field(table, "a", 5), table.add_rows()->add_values()->set_text("x"); }},
+      {"a number for a text",
+       [&](v1::Table& table) { field(table, "a", 10), table.add_rows()->add_values()->set_integer(1); }},
+      {"a list", [&](v1::Table& table) { field(table, "a", 10), table.add_rows()->add_values()->mutable_list(); }},
+  };
+  for (const Case& one : cases) {
+    v1::Block block = oneRequest(v1::UPDATE, "IdentifiedObject", "");
+    one.make(*block.mutable_requests(0)->mutable_table());
+    v1::BlockReply reply;
+    EXPECT_EQ(call(block, &reply).error_code(), StatusCode::INVALID_ARGUMENT) << one.name;
+  }
+}
+
+TEST_F(BadInput, ListsTooDeepWithinOneAnotherAreRefused) {
+  v1::Block block = oneRequest(v1::SCRIPT, "f(a)\n{\n}\n", "");
+  v1::Value* value = block.mutable_requests(0)->mutable_argument();
+  for (int i = 0; i < 30; ++i) value = value->mutable_list()->add_values();
+  v1::BlockReply reply;
+  EXPECT_EQ(call(block, &reply).error_code(), StatusCode::INVALID_ARGUMENT);
+}
+
+// ---- pieces ----
+
+TEST_F(BadInput, LengthsBeyondReasonAreRefusedAtOnce) {
+  for (const uint64_t length : {uint64_t{9} << 20, uint64_t{1} << 62, ~uint64_t{0}}) {
+    v1::BlockPiece piece;
+    *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+    piece.mutable_block()->mutable_requests(0)->set_body_bytes(length);
+    grpc::ClientContext context;
+    v1::BlockReply reply;
+    const auto writer = stub->Upload(&context, &reply);
+    writer->Write(piece);
+    EXPECT_EQ(writer->Finish().error_code(), StatusCode::RESOURCE_EXHAUSTED) << length;
+  }
+}
+
+TEST_F(BadInput, LengthsThatAddUpBeyondReasonAreRefused) {
+  v1::BlockPiece piece;
+  for (int i = 0; i < 3; ++i) {
+    piece.mutable_block()->add_requests()->set_body_bytes(~uint64_t{0} / 2);
+  }
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  EXPECT_EQ(writer->Finish().error_code(), StatusCode::RESOURCE_EXHAUSTED);
+}
+
+TEST_F(BadInput, MoreOrFewerBytesThanToldAreRefused) {
+  for (const size_t sent : {size_t{9}, size_t{11}}) {
+    v1::BlockPiece piece;
+    *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+    piece.mutable_block()->mutable_requests(0)->set_body_bytes(10);
+    grpc::ClientContext context;
+    v1::BlockReply reply;
+    const auto writer = stub->Upload(&context, &reply);
+    writer->Write(piece);
+    piece.clear_block();
+    piece.set_data(std::string(sent, 'x'));
+    writer->Write(piece);
+    writer->WritesDone();
+    EXPECT_EQ(writer->Finish().error_code(), StatusCode::INVALID_ARGUMENT) << sent;
+  }
+}
+
+TEST_F(BadInput, AnUploadWithoutABlockIsRefused) {
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->WritesDone();
+  EXPECT_EQ(writer->Finish().error_code(), StatusCode::INVALID_ARGUMENT);
+}
+
+TEST_F(BadInput, PiecesOfNoReplyAreNotThere) {
+  for (const std::string& name : {std::string(), std::string("guess"), std::string(1000, 'x')}) {
+    grpc::ClientContext context;
+    v1::PiecesRequest request;
+    request.set_rest(name);
+    v1::Piece piece;
+    const auto reader = stub->TakePieces(&context, request);
+    EXPECT_FALSE(reader->Read(&piece));
+    EXPECT_EQ(reader->Finish().error_code(), StatusCode::NOT_FOUND);
+  }
+}
+
+// ---- those who say nothing ----
+
+class Impatient : public BadInput {
+ protected:
+  Impatient() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.patienceMs = 300;
+    options.maxSessions = 4;
+    return options;
+  }
+};
+
+TEST_F(Impatient, AThousandConnectionsThatSayNothing) {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  std::vector<int> silent;
+  for (int i = 0; i < 1000; ++i) {
+    const int handle = connectSilently(network.tcp());
+    ASSERT_GE(handle, 0) << i;
+    silent.push_back(handle);
+  }
+  v1::BlockReply reply;
+  EXPECT_TRUE(call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply).ok()) << "while they are there";
+  // The server closes them, whatever it has told them before.
+  char byte[256];
+  for (const int handle : silent) {
+    while (recv(handle, byte, sizeof byte, 0) > 0) continue;
+    close(handle);
+  }
+}
+
+TEST_F(Impatient, SessionsOverTheLimitAreRefused) {
+  std::vector<std::unique_ptr<grpc::ClientContext>> contexts;
+  std::vector<std::unique_ptr<grpc::ClientReaderWriter<v1::Subscription, v1::Delivery>>> streams;
+  for (int i = 0; i < 4; ++i) {
+    contexts.push_back(std::make_unique<grpc::ClientContext>());
+    streams.push_back(stub->Listen(contexts.back().get()));
+    streams.back()->Write({});
+    v1::Delivery delivery;
+    ASSERT_TRUE(streams.back()->Read(&delivery));
+    EXPECT_TRUE(delivery.has_subscribed());
+  }
+  grpc::ClientContext context;
+  const auto fifth = stub->Listen(&context);
+  v1::Delivery delivery;
+  EXPECT_FALSE(fifth->Read(&delivery));
+  EXPECT_EQ(fifth->Finish().error_code(), StatusCode::RESOURCE_EXHAUSTED);
+  for (size_t i = 0; i < streams.size(); ++i) {
+    contexts[i]->TryCancel();
+    while (streams[i]->Read(&delivery)) continue;
+    EXPECT_EQ(streams[i]->Finish().error_code(), StatusCode::CANCELLED);
+  }
+}
+
+TEST_F(Impatient, AStreamWithoutASubscriptionIsEnded) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Delivery delivery;
+  while (stream->Read(&delivery)) EXPECT_FALSE(delivery.has_position()) << "it has subscribed to nothing";
+  EXPECT_EQ(stream->Finish().error_code(), StatusCode::DEADLINE_EXCEEDED);
+}
+
+TEST_F(Impatient, AnUploadThatStopsHalfWayIsEnded) {
+  v1::BlockPiece piece;
+  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+  piece.mutable_block()->mutable_requests(0)->set_body_bytes(10);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  EXPECT_FALSE(writer->Finish().ok());
+}
+
+class OneCall : public BadInput {
+ protected:
+  OneCall() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.maxCalls = 1;
+    return options;
+  }
+};
+
+TEST_F(OneCall, CallsOverTheLimitAreToldToComeAgain) {
+  v1::BlockPiece piece;
+  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+  piece.mutable_block()->mutable_requests(0)->set_body_bytes(1);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  Status status;
+  do {  // until the upload has begun over there
+    status = call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
+  } while (status.ok());
+  EXPECT_EQ(status.error_code(), StatusCode::UNAVAILABLE);
+  context.TryCancel();
+  writer->Finish();
+}
+
+class Narrow : public BadInput {
+ protected:
+  Narrow() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.queueBytes = size_t{1} << 20;
+    return options;
+  }
+};
+
+// One that does not read is cut off, the events that stand in its queue are not lost for it when it comes back.
+TEST_F(Narrow, AClientThatDoesNotKeepUpIsEndedAndMayComeBack) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Subscription subscription;
+  subscription.add_kinds(602);
+  stream->Write(subscription);
+  v1::Delivery delivery;
+  ASSERT_TRUE(stream->Read(&delivery));
+  Peer writer([&] {
+    std::string problem;
+    return connectToServer(quickLine(network.tcp()), &problem);
+  }());
+  constexpr int kWrites = 60;
+  for (int i = 0; i < kWrites; ++i) {
+    ASSERT_EQ(writer.write(keyOf("P Т-1"), "description", std::string(200'000, 'd')), 0);
+  }
+  int64_t position = 0;
+  const auto follow = [&](grpc::ClientReaderWriter<v1::Subscription, v1::Delivery>& from) {
+    while (position < kWrites && from.Read(&delivery)) {
+      for (const v1::Event& event : delivery.events()) {
+        EXPECT_EQ(event.sequence(), position + 1);
+        position = event.sequence();
+      }
+    }
+  };
+  follow(*stream);
+  EXPECT_LT(position, kWrites);
+  EXPECT_EQ(stream->Finish().error_code(), StatusCode::RESOURCE_EXHAUSTED);
+  for (int i = 0; i < kWrites && position < kWrites; ++i) {
+    grpc::ClientContext again;
+    const auto next = stub->Listen(&again);
+    subscription.set_after(position);
+    next->Write(subscription);
+    follow(*next);
+    again.TryCancel();
+    next->Finish();
+  }
+  EXPECT_EQ(position, kWrites);
+}
+
+}  // namespace
+}  // namespace tlm::test
