@@ -2,6 +2,10 @@
 
 #include "RecordAccess.h"
 
+#include <TlmMdx/bulk.h>
+
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace {
@@ -14,39 +18,13 @@ void takeFirstRows(CMDArray& held, MDArray* rows) {
   while (MDAKeyCount(held.array) > static_cast<int>(std::size(kKeys))) MDAKeyDel(held.array, 0);
 }
 
-// A field of the rows that come and the one of the same number here.
-struct FieldPair {
-  const MDRField* from;
-  const MDRField* to;
-};
-
-std::vector<FieldPair> fieldPairs(const CMDArray& held, const MDArray* rows) {
-  std::vector<FieldPair> pairs;
-  for (int i = 0; i < MDAFldCount(rows); ++i) {
-    const MDRField* to = MDRFldByNum(held.array, i);
-    if (to) pairs.push_back({MDRFldByNum(rows, i), to});
-  }
-  return pairs;
-}
-
-void addRow(CMDArray& held, const MDRData* row, const std::vector<FieldPair>& fields) {
-  MDRData* record = MDARecNew(held.array);
-  MDRSetFlags(record, MDX_REC_INSERT);
-  for (const FieldPair& field : fields) {
-    MDRVar value{};
-    MDRGetVal(field.from, row, &value);
-    MDRSetVal(field.to, record, &value);
-  }
-  held.RecPost(record);
-}
-
 // Calls `each(row, key)` for the rows that have a key.
 template <typename Each>
 void forKeyedRows(const MDArray* rows, Each each) {
   const MDRField* keyField = MDRFldByNum(rows, 0);
   const int count = MDARecCount(rows);
   for (int i = 0; i < count; ++i) {
-    const MDRData* row = MDARec(rows, 0, i);
+    MDRData* row = MDARec(rows, 0, i);
     MDRVar key{};
     MDRGetVal(keyField, row, &key);
     if (isText(key) && key.text.length > 0) each(row, key);
@@ -61,12 +39,17 @@ bool holds(const MDRVar& value, const QByteArray& bytes) {
 
 void mergeMeasurements(CMDArray& held, MDArray* rows, const MergeRules& rules) {
   if (MDARecCount(held.array) == 0) return takeFirstRows(held, rows);
-  const std::vector<FieldPair> fields = fieldPairs(held, rows);
-  forKeyedRows(rows, [&](const MDRData* row, const MDRVar& key) {
+  std::vector<MDRData*> fresh;
+  std::unordered_set<std::string_view> known;  // keys of the rows that come
+  known.reserve(rules.leaveOutHeld ? static_cast<size_t>(MDARecCount(rows)) : 0);
+  forKeyedRows(rows, [&](MDRData* row, const MDRVar& key) {
     if (!rules.except.isEmpty() && holds(key, rules.except)) return;
-    if (rules.leaveOutHeld && MDARecSeekV(held.array, 0, &key, nullptr)) return;
-    addRow(held, row, fields);
+    if (rules.leaveOutHeld &&
+        (!known.insert({key.text.data, key.text.length}).second || MDARecSeekV(held.array, 0, &key, nullptr)))
+      return;
+    fresh.push_back(row);
   });
+  held.code = MDXRecsAdd(held.array, fresh.data(), static_cast<int>(fresh.size()), MDX_REC_INSERT);
 }
 
 void listMeasurements(MDArray* rows, QTextCodec* codec, QStringList* keys) {

@@ -148,7 +148,8 @@ std::vector<Result> findKeyBench() {
     MDRVar key{};
     rows.GetVal(row, 0, key);
     keys.push_back(QString::fromLatin1(key.text.data, static_cast<int>(key.text.length)));
-    hash.insert(keys.back(), row);
+    // With a text of its own: a key that is looked up comes from a row or an event, not out of the hash.
+    hash.insert(QString(keys.back().constData(), keys.back().size()), row);
   }
   std::shuffle(keys.begin(), keys.end(), std::mt19937(3));
   const int count = std::min<int>(200'000, static_cast<int>(keys.size()));

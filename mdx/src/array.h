@@ -128,6 +128,8 @@ struct MDArray {
   void indexAll(const std::vector<MDRData*>& inArrivalOrder);
   std::vector<MDRData*> recordsInArrivalOrder() const;
   void sortKey(mdx::Key& key);
+  // Posts copies of posted records of one other table; when that throws, none is there.
+  void addRows(MDRData* const* rows, int count, uint8_t change);
   // Stores the text of a field whose slot is empty.
   void putText(MDRData* record, const MDRField& field, std::string_view text);
 

@@ -1,4 +1,7 @@
-// Many records at once: rows arrive without a look at the keys, which are built by sorting at the end.
+// Many records at once: a new table's rows arrive without a look at its keys, which are built by sorting at the end;
+// those of another table are copied field by field, without a conversion where the fields are alike.
+
+#include <TlmMdx/bulk.h>
 
 #include <algorithm>
 
@@ -31,4 +34,92 @@ void MDArray::sortKey(mdx::Key& key) {
   const std::vector<MDRData*> records = recordsInArrivalOrder();
   key.takeFlags();
   key.build(records);
+}
+
+// ---- rows of another table
+
+namespace {
+
+// A field of the rows that come and the one of the same number here.
+struct FieldPair {
+  const MDRField* from;
+  const MDRField* to;
+  bool alike;
+};
+
+std::vector<FieldPair> fieldPairs(const MDArray& from, const MDArray& to) {
+  std::vector<FieldPair> pairs;
+  for (size_t i = 0; i < std::min(from.fields.size(), to.fields.size()); ++i) {
+    const MDRField &source = from.fields[i], &target = to.fields[i];
+    pairs.push_back({&source, &target, source.type == target.type && source.size == target.size});
+  }
+  return pairs;
+}
+
+// Takes over a value that is not null. The record holds null there.
+void copyValue(MDArray& array, MDRData* record, const MDRData* row, const FieldPair& pair) {
+  const unsigned char* place = row->body + pair.from->offset;
+  if (!pair.alike) {
+    MDRVar value;
+    mdx::Staged staged;
+    row->array->readValue(row, pair.from->number, value);
+    if (array.stage(pair.to->number, value, staged) == MDX_OK) array.store(record, pair.to->number, staged);
+    return;
+  }
+  if (pair.to->type == MDX_MEMO)
+    array.putText(record, *pair.to, mdx::readText(pair.from->type, pair.from->size, place));
+  else
+    std::memcpy(record->body + pair.to->offset, place,
+                pair.to->type == MDX_TEXT ? pair.to->size + size_t{1} : mdx::numberSize(pair.to->type));
+  MDArray::setBit(record->body, pair.to->number, false);
+}
+
+int checkRows(const MDArray& array, MDRData* const* rows, int count) {
+  for (int i = 0; i < count; ++i) {
+    if (!rows[i]) return MDX_E_ARG;
+    if (!rows[i]->array || rows[i]->state != mdx::kPosted) return MDX_E_STATE;
+    if (rows[i]->array == &array || rows[i]->array != rows[0]->array) return MDX_E_FOREIGN;
+  }
+  return MDX_OK;
+}
+
+}  // namespace
+
+void MDArray::addRows(MDRData* const* rows, int count, uint8_t change) {
+  const std::vector<FieldPair> pairs = fieldPairs(*rows[0]->array, *this);
+  std::vector<MDRData*> added;
+  added.reserve(static_cast<size_t>(count));
+  try {
+    for (int i = 0; i < count; ++i) {
+      MDRData* record = newRecord();
+      added.push_back(record);
+      for (const FieldPair& pair : pairs) {
+        if (!rows[i]->array->isNull(rows[i], pair.from->number)) copyValue(*this, record, rows[i], pair);
+      }
+      record->change = change;
+      postRecord(record);
+    }
+  } catch (...) {
+    for (MDRData* record : added) deleteRecord(record);
+    throw;
+  }
+}
+
+int MDXRecsAdd(MDArray* array, MDRData* const* records, int count, int change) {
+  if (!array || count < 0 || (count > 0 && !records)) return MDX_E_ARG;
+  if (change != MDX_REC_NONE && change != MDX_REC_INSERT && change != MDX_REC_UPDATE && change != MDX_REC_DELETE)
+    return MDX_E_ARG;
+  if (const int code = checkRows(*array, records, count)) return code;
+  return mdx::guarded([&] {
+    if (count > 0) array->addRows(records, count, static_cast<uint8_t>(change));
+    return count;
+  });
+}
+
+int MDXRecsSeek(const MDArray* array, int key, const MDRVar* values, int count, MDRData** found) {
+  if (!array || count < 0 || (count > 0 && (!values || !found))) return MDX_E_ARG;
+  const mdx::Key* order = array->key(key);
+  if (!order || order->parts().size() != 1) return MDX_E_KEY;
+  order->seekMany(values, count, found);
+  return MDX_OK;
 }

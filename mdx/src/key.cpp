@@ -102,8 +102,7 @@ Span Key::at(uint32_t position) const {
 Span Key::after(const Span& span) const { return at(span.position + static_cast<uint32_t>(span.count - span.index)); }
 
 template <int W>
-Span Key::landed(const Tree<W>& tree, const Probe<W>& probe, bool canMatch, bool& found) const {
-  const auto place = tree.find(probe);
+Span Key::landed(const typename Tree<W>::Place& place, const Probe<W>& probe, bool canMatch, bool& found) const {
   const uint32_t position = nulls_.size() + place.position;
   found = false;
   if (!place.leaf) return pastEnd(position);
@@ -112,14 +111,12 @@ Span Key::landed(const Tree<W>& tree, const Probe<W>& probe, bool canMatch, bool
   return spanOf(place, position, false);
 }
 
-Span Key::seekNumber(const SeekValue& value, bool& found) const {
-  Probe<1> probe;
+bool Key::aimAt(Probe<1>& probe, const SeekValue& value) const {
   probe.words = {value.code};
-  return landed(one_, probe, value.exact, found);
+  return value.exact;
 }
 
-Span Key::seekText32(const SeekValue& value, bool& found) const {
-  Probe<4> probe;
+bool Key::aimAt(Probe<4>& probe, const SeekValue& value) const {
   probe.words = textWords(value.text);
   const bool tooLong = value.text.size() > 32;
   if (tooLong) {
@@ -128,7 +125,14 @@ Span Key::seekText32(const SeekValue& value, bool& found) const {
     probe.wordsDecide = decides(probe.words);
     probe.tie = {this, nullptr, &value};
   }
-  return landed(four_, probe, !tooLong, found);
+  return !tooLong;
+}
+
+template <int W>
+Span Key::seekOne(const Tree<W>& tree, const SeekValue& value, bool& found) const {
+  Probe<W> probe;
+  const bool canMatch = aimAt(probe, value);
+  return landed<W>(tree.find(probe), probe, canMatch, found);
 }
 
 Span Key::seekGeneral(const SeekValue* values, bool& found) const {
@@ -136,7 +140,7 @@ Span Key::seekGeneral(const SeekValue* values, bool& found) const {
   probe.words = {prefixOf(values[0])};
   probe.wordsDecide = false;
   probe.tie = {this, nullptr, values};
-  return landed(one_, probe, true, found);
+  return landed<1>(one_.find(probe), probe, true, found);
 }
 
 Span Key::seek(const MDRVar* values, bool& found) const {
@@ -152,8 +156,49 @@ Span Key::seek(const MDRVar* values, bool& found) const {
   if (value.place == SeekValue::null) return at(0);
   if (value.place == SeekValue::belowAll) return at(nulls_.size());
   if (value.place == SeekValue::aboveAll) return pastEnd(size());
-  if (form_ == Form::number) return seekNumber(value, found);
-  return form_ == Form::text32 ? seekText32(value, found) : seekGeneral(&value, found);
+  if (form_ == Form::number) return seekOne(one_, value, found);
+  return form_ == Form::text32 ? seekOne(four_, value, found) : seekGeneral(&value, found);
+}
+
+template <int W>
+void Key::seekTogether(const Tree<W>& tree, const MDRVar* values, int many, MDRData** out) const {
+  std::array<SeekValue, kSeekTogether> wanted;
+  std::array<Probe<W>, kSeekTogether> probes;
+  std::array<typename Tree<W>::Place, kSeekTogether> places;
+  std::array<bool, kSeekTogether> canMatch{};
+  for (int i = 0; i < many; ++i) {
+    wanted[i] = seekValue(parts_[0], values[i]);
+    if (wanted[i].place == SeekValue::inside) canMatch[i] = aimAt(probes[i], wanted[i]);
+  }
+  tree.findTogether(probes.data(), many, places.data());
+  for (int i = 0; i < many; ++i) {
+    bool found = false;
+    Span span;
+    if (wanted[i].place == SeekValue::null) {
+      span = at(0);
+      found = nulls_.size() > 0;
+    } else {
+      span = landed<W>(places[i], probes[i], canMatch[i], found);
+    }
+    out[i] = found ? span.records[span.index] : nullptr;
+  }
+}
+
+void Key::seekMany(const MDRVar* values, int count, MDRData** out) const {
+  for (int from = 0; from < count; from += kSeekTogether) {
+    const int many = std::min(kSeekTogether, count - from);
+    if (form_ == Form::text32) {
+      seekTogether(four_, values + from, many, out + from);
+    } else if (form_ == Form::number) {
+      seekTogether(one_, values + from, many, out + from);
+    } else {
+      for (int i = from; i < from + many; ++i) {
+        bool found;
+        const Span span = seek(values + i, found);
+        out[i] = found ? span.records[span.index] : nullptr;
+      }
+    }
+  }
 }
 
 // ---- changing

@@ -82,6 +82,8 @@ class Key {
   Span at(uint32_t position) const;
   // Where the values stand or would stand; `found` says which.
   Span seek(const MDRVar* values, bool& found) const;
+  // Of a key of one field: for each value the first record with it, or null.
+  void seekMany(const MDRVar* values, int count, MDRData** out) const;
   // The run behind the one of `span`, from its first entry on.
   Span after(const Span& span) const;
 
@@ -141,11 +143,16 @@ class Key {
   static bool decides(const Words<4>& words) { return words[3] & 0xff; }
   template <int W>
   void aim(Probe<W>& probe, const MDRData* record, Bound bound) const;
-  Span seekNumber(const SeekValue& value, bool& found) const;
-  Span seekText32(const SeekValue& value, bool& found) const;
+  // Aims at a value inside the field's domain. False: no entry can equal it.
+  bool aimAt(Probe<1>& probe, const SeekValue& value) const;
+  bool aimAt(Probe<4>& probe, const SeekValue& value) const;
   Span seekGeneral(const SeekValue* values, bool& found) const;
   template <int W>
-  Span landed(const Tree<W>& tree, const Probe<W>& probe, bool canMatch, bool& found) const;
+  Span landed(const typename Tree<W>::Place& place, const Probe<W>& probe, bool canMatch, bool& found) const;
+  template <int W>
+  Span seekOne(const Tree<W>& tree, const SeekValue& value, bool& found) const;
+  template <int W>
+  void seekTogether(const Tree<W>& tree, const MDRVar* values, int many, MDRData** out) const;
   template <int W>
   void buildTree(Tree<W>& tree, const std::vector<MDRData*>& records);
 

@@ -107,6 +107,10 @@ struct Entries : FirstWords<W>, FurtherWords<W> {
     if constexpr (W > 0) fetch(this->word.data(), sizeof this->word);
     fetch(&count, 1);
   }
+  void fetchEntry(int at) const {
+    if constexpr (W > 1) fetch(this->rest.data() + at, sizeof this->rest[0]);
+    fetch(record.data() + at, sizeof record[0]);
+  }
   // What an insert at a place moves and writes.
   void fetchMoved(int at) const {
     const auto moved = static_cast<size_t>(count - at + 1);

@@ -12,7 +12,8 @@
 namespace mdx {
 
 constexpr int kMaxHeight = 16;
-constexpr int kBulkFill = 60;  // entries of a node after a bulk build: a few inserts find room
+constexpr int kSeekTogether = 32;  // probes that are looked for at once
+constexpr int kBulkFill = 60;      // entries of a node after a bulk build: a few inserts find room
 
 // The way from the root to a place in a leaf. Nodes are those of one tree; `leaf` is null in an empty one.
 struct Path {
@@ -62,6 +63,28 @@ class Tree {
     const int index = countBefore(*leaf, probe);
     place.position += static_cast<uint32_t>(index);
     return settle(leaf, index, place.position);
+  }
+
+  // The same for many probes, which wait for memory together. Each place's entry is asked for.
+  void findTogether(const Probe<W>* probes, int many, Place* places) const {
+    for (int i = 0; i < many; ++i) places[i] = {};
+    if (!root_) return;
+    std::array<const void*, kSeekTogether> nodes;
+    nodes.fill(root_);
+    for (int level = 0; level < height_; ++level) {
+      for (int i = 0; i < many; ++i) {
+        const auto* inner = static_cast<const InnerNode*>(nodes[i]);
+        const int at = childFor(*inner, probes[i]);
+        places[i].position += inner->before[at];
+        nodes[i] = fetched(inner->child[at], level);
+      }
+    }
+    for (int i = 0; i < many; ++i) {
+      const auto* leaf = static_cast<const LeafNode*>(nodes[i]);
+      const int index = countBefore(*leaf, probes[i]);
+      places[i] = settle(leaf, index, places[i].position + static_cast<uint32_t>(index));
+      if (places[i].leaf) places[i].leaf->fetchEntry(places[i].index);
+    }
   }
 
   Place at(uint32_t position) const {

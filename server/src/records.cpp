@@ -1,5 +1,10 @@
 #include "records.h"
 
+#include <TlmMdx/bulk.h>
+
+#include <algorithm>
+#include <array>
+
 #include "values.h"
 
 namespace tlm::server {
@@ -12,10 +17,12 @@ void copyRow(const MDRData* from, MDRData* to) {
 
 void appendAll(const MDArray* from, MDArray* to) {
   const int count = MDARecCount(from);
-  for (int i = 0; i < count; ++i) {
-    MDRData* record = MDARecNew(to);
-    copyRow(MDARec(from, 0, i), record);
-    MDARecPost(record, nullptr);
+  constexpr int kAtOnce = 1024;
+  std::array<MDRData*, kAtOnce> rows;
+  for (int i = 0; i < count; i += kAtOnce) {
+    const int many = std::min(kAtOnce, count - i);
+    for (int row = 0; row < many; ++row) rows[static_cast<size_t>(row)] = MDARec(from, 0, i + row);
+    MDXRecsAdd(to, rows.data(), many, MDX_REC_NONE);
   }
 }
 

@@ -2,12 +2,14 @@
 #include "requests.h"
 
 #include <TlmMdx/CMDArray.h>
+#include <TlmMdx/bulk.h>
 
 #include "objects.h"
 #include "records.h"
 #include "values.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace tlm::server {
@@ -74,6 +76,7 @@ class Levels {
     for (int from = 0; from < count; from += kBatch) {
       const int until = std::min(count, from + kBatch);
       gather(from, until, deepest + 1, &rows);
+      if (deepest > 0) callTexts(columns, rows, deepest + 1);
       for (size_t at = 0; at < rows.size(); at += deepest + 1) copy(columns, &rows[at], out);
     }
   }
@@ -92,12 +95,25 @@ class Levels {
 
   void gather(int from, int until, size_t levels, std::vector<const MDRData*>* rows) const {
     const MDRField* keyField = MDRFldByNum(arrays_[0], 0);
-    rows->assign(static_cast<size_t>(until - from) * levels, nullptr);
-    for (int i = from; i < until; ++i) callIntoCache((*rows)[(i - from) * levels] = MDARec(arrays_[0], 0, i));
-    for (size_t at = 0; levels > 1 && at < rows->size(); at += levels) {
-      const MDRVar key = valueOf(keyField, (*rows)[at]);
-      for (size_t level = 1; level < levels; ++level)
-        callIntoCache((*rows)[at + level] = MDARecSeekV(arrays_[level], 0, &key, nullptr));
+    const int many = until - from;
+    rows->assign(static_cast<size_t>(many) * levels, nullptr);
+    for (int i = 0; i < many; ++i) callIntoCache((*rows)[i * levels] = MDARec(arrays_[0], 0, from + i));
+    if (levels == 1) return;
+    std::array<MDRVar, kBatch> keys;
+    std::array<MDRData*, kBatch> found;
+    for (int i = 0; i < many; ++i) keys[i] = valueOf(keyField, (*rows)[i * levels]);
+    for (size_t level = 1; level < levels; ++level) {
+      MDXRecsSeek(arrays_[level], 0, keys.data(), many, found.data());
+      for (int i = 0; i < many; ++i) callIntoCache((*rows)[i * levels + level] = found[i]);
+    }
+  }
+
+  // Long texts stand apart from their rows.
+  static void callTexts(const std::vector<Column>& columns, const std::vector<const MDRData*>& rows, size_t levels) {
+    for (size_t at = 0; at < rows.size(); at += levels) {
+      for (const Column& column : columns) {
+        if (const MDRData* row = rows[at + column.level]) __builtin_prefetch(textOf(valueOf(column.field, row)).data());
+      }
     }
   }
 

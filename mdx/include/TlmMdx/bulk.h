@@ -1,0 +1,30 @@
+/* Many records at once. The conventions are those of TlmMdx/mdx.h. */
+#ifndef TLMMDX_BULK_H
+#define TLMMDX_BULK_H
+
+#include <TlmMdx/mdx.h>
+
+#if defined(__cplusplus)
+extern "C" {
+#endif
+
+/*
+ * Posts a copy of each of `count` records of another table, in the order given: what MDARecNew, MDRSetVal for
+ * each field by its number, MDRSetFlags and MDARecPost do, at less cost. A value that does not fit its field is
+ * null there, as is a field that the other table lacks. The copies carry no changed marks, and the kind of
+ * change `change` (MDX_REC_*). Returns `count`. The records must be posted ones (MDX_E_STATE) of one table other
+ * than `array` (MDX_E_FOREIGN); on failure none is added.
+ */
+MDX_API int MDXRecsAdd(MDArray* array, MDRData* const* records, int count, int change);
+
+/*
+ * Looks for `count` values in a key of one field (MDX_E_KEY for another): found[i] is what MDARecSeekV gives for
+ * values[i], or null. In a large table it costs less than as many calls, since the values wait for memory together.
+ */
+MDX_API int MDXRecsSeek(const MDArray* array, int key, const MDRVar* values, int count, MDRData** found);
+
+#if defined(__cplusplus)
+} /* extern "C" */
+#endif
+
+#endif
