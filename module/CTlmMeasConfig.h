@@ -436,6 +436,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   bool walkForName(const QString& text, const QModelIndex& start, QModelIndex& found, bool forward);
   FoundPlace placeOf(const QModelIndex& index) const;
   QModelIndex indexOfPlace(const FoundPlace& place) const;
+  QModelIndex rowWithNumber(const QString& text);
   bool openUnitOf(const CMDArray& records, QModelIndex& unit);
   std::vector<FoundPlace> foundPlaces;  // where to find foundIndexes again after a change of the tree
 

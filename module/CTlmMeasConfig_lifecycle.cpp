@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QMenu>
+#include <QShortcut>
 #include <QTextCodec>
 #include <QToolBar>
 #include <QToolButton>
@@ -122,6 +123,9 @@ void CTlmMeasConfig::makeFindBar() {
   ui->verticalLayout_2->addWidget(toolBarFind);
   SetFindActions();
   FillToolBarFind();
+  auto* escape = new QShortcut(Qt::Key_Escape, toolBarFind);
+  escape->setContext(Qt::WidgetWithChildrenShortcut);
+  connect(escape, SIGNAL(activated()), SLOT(ExecFindClose()));
   toolBarFind->hide();
 }
 

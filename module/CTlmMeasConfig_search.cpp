@@ -1,9 +1,14 @@
 #include "CTlmMeasConfig.h"
 #include "IndexFacts.h"
+#include "NameWalk.h"
 #include "RecordAccess.h"
 #include "WorkWithData.h"
 #include "ui_TlmMeasConfig.h"
 
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QRadioButton>
+#include <QTextCodec>
 #include <QToolBar>
 
 namespace {
@@ -13,18 +18,46 @@ QString unitOfFirstRecord(const CMDArray& records, QTextCodec* codec) {
   return fieldText(records, MDARec(records.array, 0, 0), "remoteunitkey", codec);
 }
 
+// The last row at the deepest level; invalid in an empty tree.
+QModelIndex lastIndex(const MeasConfTreeModel& model) {
+  QModelIndex last;
+  const myConfNode* node = model.GetRootNode();
+  while (node && !node->children.empty()) {
+    const int row = static_cast<int>(node->children.size()) - 1;
+    node = node->children.back();
+    model.GetIndex(last, row, 0, const_cast<myConfNode*>(node));
+  }
+  return last;
+}
+
+// Shows that the window is busy for as long as it lives.
+class WaitCursor {
+ public:
+  WaitCursor() { QGuiApplication::setOverrideCursor(Qt::WaitCursor); }
+  ~WaitCursor() { QGuiApplication::restoreOverrideCursor(); }
+  WaitCursor(const WaitCursor&) = delete;
+  WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
 }  // namespace
 
 void CTlmMeasConfig::FindClear() {
   foundIndexes.clear();
+  foundPlaces.clear();
   foundPos = -1;
 }
 
 void CTlmMeasConfig::ExecActFind(QModelIndex ind) {
-  if (ind.isValid()) toolBarFind->show();
+  if (!ind.isValid()) return;
+  toolBarFind->show();
+  lE_Find->setFocus(Qt::ShortcutFocusReason);
+  lE_Find->selectAll();
 }
 
-void CTlmMeasConfig::ExecFindClose() { toolBarFind->hide(); }
+void CTlmMeasConfig::ExecFindClose() {
+  toolBarFind->hide();
+  ui->tV_MeasConfig->setFocus(Qt::OtherFocusReason);
+}
 
 void CTlmMeasConfig::ExecFindActGroup(QAction* action) { FindValue(action == actFindNext); }
 
@@ -35,27 +68,163 @@ void CTlmMeasConfig::onLeFindEdited(QString) {
   FindClear();
 }
 
-// Opens the unit and its groups and looks again below it; without a hit the unit itself stays the result.
+bool CTlmMeasConfig::FindValue(bool forward) {
+  const QString text = lE_Find->text();
+  QModelIndex found;
+  bool success = false;
+  {
+    const WaitCursor busy;
+    if (radioButton_KeyLink->isChecked())
+      success = FindKeyLink(text, found);
+    else if (radioButton_LocID->isChecked())
+      success = FindLocId(text, found);
+    else if (radioButton_Name->isChecked())
+      success = FindName(text, ui->tV_MeasConfig->currentIndex(), found, forward);
+  }
+  if (success)
+    goTo(found);
+  else
+    showBox(QStringLiteral("Результат поиска"), QStringLiteral("Искомый элемент не найден"), kBoxError, kBoxOk);
+  return success;
+}
+
+// Showing a row opens and sorts what it lies in, so it may stand elsewhere afterwards.
+void CTlmMeasConfig::goTo(const QModelIndex& found) {
+  const myConfNode* node = nodeOf(found);
+  const int column = found.column();
+  ui->tV_MeasConfig->scrollTo(found, QAbstractItemView::EnsureVisible);
+  const QModelIndex row = treeModel->indexOf(node);
+  ui->tV_MeasConfig->setCurrentIndex(row.sibling(row.row(), column));
+}
+
+bool CTlmMeasConfig::FindName(QString text, QModelIndex start, QModelIndex& found, bool forward) {
+  if (!treeModel->GetRootNode() || text.isEmpty()) return false;
+  if (stepThroughHits(forward, found)) return true;
+  FindClear();
+  // No name can hold what its encoding lacks; the server would look for question marks instead.
+  if (!moduleCodec->canEncode(text)) return false;
+  if (walkForName(text, start.siblingAtColumn(0), found, forward)) return true;
+  if (findFromStart) return false;
+  // The text has been hit before, so it is looked for once round the tree.
+  return walkForName(text, forward ? treeModel->index(0, 0) : lastIndex(*treeModel), found, forward);
+}
+
+// The hits were found at an earlier press, and the tree may have changed since. One that is gone is passed over.
+bool CTlmMeasConfig::stepThroughHits(bool forward, QModelIndex& found) {
+  if (foundPos == -1) return false;
+  const int count = static_cast<int>(foundPlaces.size());
+  for (int at = forward ? foundPos + 1 : foundPos - 1; at >= 0 && at < count; at += forward ? 1 : -1) {
+    const QModelIndex hit = indexOfPlace(foundPlaces[size_t(at)]);
+    if (!hit.isValid()) continue;
+    foundPos = at;
+    foundIndexes[at] = found = hit;
+    return true;
+  }
+  return false;
+}
+
+bool CTlmMeasConfig::walkForName(const QString& text, const QModelIndex& start, QModelIndex& found, bool forward) {
+  NameWalk walk(*this, text, forward);
+  const QModelIndex hit = walk.next(walk.entered(start));
+  foundIndexes = walk.hits;
+  foundPos = walk.position;
+  foundPlaces.clear();
+  if (foundPos >= 0)
+    for (const QModelIndex& place : qAsConst(foundIndexes)) foundPlaces.push_back(placeOf(place));
+  if (!hit.isValid()) {
+    FindClear();
+    return false;
+  }
+  found = hit;
+  findFromStart = false;
+  return true;
+}
+
+// A group has no key of its own: it is known by its unit and its caption.
+CTlmMeasConfig::FoundPlace CTlmMeasConfig::placeOf(const QModelIndex& index) const {
+  const QString key = keyOf(index);
+  return key.isEmpty() ? FoundPlace{keyOf(index.parent()), nodeOf(index)->text} : FoundPlace{key, QString()};
+}
+
+QModelIndex CTlmMeasConfig::indexOfPlace(const FoundPlace& place) const {
+  const QModelIndex index = treeModel->findByKey(place.key);
+  int row = 0;
+  if (place.groupCaption.isEmpty() || !index.isValid()) return index;
+  return treeModel->ExistFold(&nodeOf(index)->children, place.groupCaption, row) ? treeModel->index(row, 0, index)
+                                                                                 : QModelIndex();
+}
+
+// Fetches the unit of the record and opens it with its groups.
+bool CTlmMeasConfig::openUnitOf(const CMDArray& records, QModelIndex& unit) {
+  const QString rtuKey = unitOfFirstRecord(records, moduleCodec);
+  const QModelIndex hit = rtuKey.isEmpty() ? QModelIndex() : treeModel->findByKey(rtuKey);
+  if (!hit.isValid()) return false;
+  unit = hit;
+  if (!AddMeasForRTU(unit, rtuKey, false, QString())) return false;
+  QTreeView* tree = ui->tV_MeasConfig;
+  tree->setExpanded(unit, true);
+  for (int row = 0; row < treeModel->rowCount(unit); ++row) tree->setExpanded(treeModel->index(row, 0, unit), true);
+  return true;
+}
+
 bool CTlmMeasConfig::FindKeyLink(QString text, QModelIndex& found) {
-  QModelIndex hit = treeModel->findByKey(text);
-  if (hit.isValid()) {
-    found = hit;
+  const QModelIndex held = treeModel->findByKey(text);
+  if (held.isValid()) {
+    found = held;
     return true;
   }
   CMDArray records;
-  if (!GetRecByKey(session(), text.toStdString(), &records)) return false;
-  const QString rtuKey = unitOfFirstRecord(records, moduleCodec);
-  if (rtuKey.isEmpty()) return false;
-  hit = treeModel->findByKey(rtuKey);
-  if (!hit.isValid()) return false;
-  found = hit;
-  if (!AddMeasForRTU(found, rtuKey, false, QString())) return false;
-  QTreeView* tree = ui->tV_MeasConfig;
-  tree->setExpanded(found, true);
-  for (int row = 0; row < treeModel->rowCount(found); ++row) tree->setExpanded(treeModel->index(row, 0, found), true);
-  hit = treeModel->findByKey(text);
+  if (!GetRecByKey(session(), text.toStdString(), &records) || !openUnitOf(records, found)) return false;
+  // Without a hit the unit stays the result.
+  const QModelIndex hit = treeModel->findByKey(text);
   if (hit.isValid()) found = hit;
   return true;
+}
+
+// The first row in display order whose number is shown as that text, in the number's column. The arrays tell at once
+// that there is none, or one; the tree is only walked where several objects have the number.
+QModelIndex CTlmMeasConfig::rowWithNumber(const QString& text) {
+  constexpr int kNumberKey = 2;
+  const int64_t number = text.toLongLong();
+  if (QString::number(number) != text) return QModelIndex();
+  MDRVar value{};
+  value.type = MDX_INT64;
+  value.i64 = number;
+  int at = -1;
+  const MDRData* record = MDARecSeekV(measRecords.array, kNumberKey, &value, &at);
+  if (!record) return QModelIndex();
+  const auto numberAt = [&](int place) {
+    return fieldText(measRecords, MDARec(measRecords.array, kNumberKey, place), "locId", moduleCodec);
+  };
+  const bool several = at + 1 < MDARecCount(measRecords.array) && numberAt(at + 1) == text;
+  QModelIndex row;
+  if (!several) row = treeModel->findByKey(fieldText(measRecords, record, "KeyLink", moduleCodec));
+  for (QModelIndex i = treeModel->index(0, 0); several && i.isValid() && !row.isValid(); i = GetNextIndex(i))
+    if (numberOf(i) == text) row = i;
+  return row.siblingAtColumn(1);
+}
+
+bool CTlmMeasConfig::FindLocId(QString text, QModelIndex& found) {
+  bool isNumber = false;
+  const int number = text.toInt(&isNumber, 10);
+  if (!isNumber) return false;
+  const QModelIndex held = rowWithNumber(text);
+  if (held.isValid()) {
+    found = held;
+    return true;
+  }
+  CMDArray records;
+  if (!GetRecByKey(session(), QStringLiteral("#%1").arg(number).toStdString(), &records)) return false;
+  if (!openUnitOf(records, found)) return false;
+  const QModelIndex fetched = rowWithNumber(text);
+  if (fetched.isValid()) {
+    found = fetched;
+    return true;
+  }
+  const QString key = fieldText(records, MDARec(records.array, 0, 0), "keylink", moduleCodec);
+  if (key.isEmpty()) return true;
+  found = treeModel->findByKey(key);
+  return found.isValid();
 }
 
 void CTlmMeasConfig::OnSetFocusRow(QModelIndex id) {
@@ -79,11 +248,3 @@ void CTlmMeasConfig::OnSetFocusRow(QModelIndex id) {
     tree->clearSelection();
   tree->setCurrentIndex(index);
 }
-
-// The search itself is not offered yet.
-
-bool CTlmMeasConfig::FindValue(bool) { return false; }
-
-bool CTlmMeasConfig::FindName(QString, QModelIndex, QModelIndex&, bool) { return false; }
-
-bool CTlmMeasConfig::FindLocId(QString, QModelIndex&) { return false; }
