@@ -151,7 +151,7 @@ class Telling {
           for (const Row& row : at->below)
             if (row.holds(text)) list_.append(&row);
           if (!list_.isEmpty()) return take(0);
-          at = step(&at->below.back(), true);
+          at = step(at->below.empty() ? at : &at->below.back(), true);
           break;
         }
         default:
