@@ -3,6 +3,7 @@
 #define TLMMEAS_RECORDACCESS_H
 
 #include <TlmMdx/CMDArray.h>
+#include <TlmMdx/values.h>
 
 #include <QByteArray>
 #include <QString>
@@ -27,37 +28,14 @@ class ScopeGuard {
 
 // Values for seeks and writes. A text value points at `bytes`, which must outlive it.
 inline MDRVar textVar(const QByteArray& bytes) {
-  MDRVar value{};
-  value.type = MDX_TEXT;
-  value.text.length = static_cast<uint32_t>(bytes.size());
-  value.text.data = bytes.constData();
-  return value;
+  return mdx::textVar({bytes.constData(), static_cast<size_t>(bytes.size())});
 }
-inline MDRVar nullTextVar() {
-  MDRVar value{};
-  value.type = MDX_TEXT;
-  value.isNull = 1;
-  return value;
-}
-inline MDRVar intVar(int number) {
-  MDRVar value{};
-  value.type = MDX_INT32;
-  value.i32 = number;
-  return value;
-}
-inline MDRVar boolVar(bool flag) {
-  MDRVar value{};
-  value.type = MDX_BOOL;
-  value.flag = flag ? 1 : 0;
-  return value;
-}
+inline MDRVar nullTextVar() { return mdx::nullVar(MDX_TEXT); }
+inline MDRVar intVar(int number) { return mdx::int32Var(number); }
+inline MDRVar boolVar(bool flag) { return mdx::boolVar(flag); }
 
-// True when a value was read: the field exists and is not null.
-inline bool hasValue(const MDRVar& value) { return value.type != MDX_NONE && !value.isNull; }
-
-inline bool isText(const MDRVar& value) {
-  return hasValue(value) && (value.type == MDX_TEXT || value.type == MDX_MEMO);
-}
+using mdx::hasValue;
+inline bool isText(const MDRVar& value) { return hasValue(value) && mdx::hasTextType(value); }
 
 // The text of a text value, decoded; empty for anything else.
 inline QString decodeVar(const MDRVar& value, QTextCodec* codec) {

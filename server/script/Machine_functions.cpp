@@ -2,6 +2,8 @@
 #include "Machine.h"
 #include "Texts.h"
 
+#include <TlmMdx/values.h>
+
 #include <charconv>
 #include <cstring>
 
@@ -12,41 +14,12 @@ namespace {
 constexpr int64_t kSeekSteps = 8;
 constexpr int64_t kRecordSteps = 8;
 
-MDRVar textVar(std::string_view text) {
-  MDRVar var{};
-  var.type = MDX_TEXT;
-  var.text.length = static_cast<uint32_t>(text.size());
-  var.text.data = text.data();
-  return var;
-}
+using mdx::boolVar;
+using mdx::doubleVar;
+using mdx::nullVar;
+using mdx::textVar;
 
-MDRVar intVar(int64_t integer) {
-  MDRVar var{};
-  var.type = MDX_INT64;
-  var.i64 = integer;
-  return var;
-}
-
-MDRVar doubleVar(double fraction) {
-  MDRVar var{};
-  var.type = MDX_DOUBLE;
-  var.f64 = fraction;
-  return var;
-}
-
-MDRVar boolVar(bool flag) {
-  MDRVar var{};
-  var.type = MDX_BOOL;
-  var.flag = flag;
-  return var;
-}
-
-MDRVar nullVar(uint8_t type) {
-  MDRVar var{};
-  var.type = type;
-  var.isNull = 1;
-  return var;
-}
+MDRVar intVar(int64_t integer) { return mdx::int64Var(integer); }
 
 bool holdsText(uint8_t type) { return type == MDX_TEXT || type == MDX_MEMO; }
 bool holdsFraction(uint8_t type) { return type == MDX_FLOAT || type == MDX_DOUBLE; }

@@ -3,6 +3,7 @@
 #define TLMSERVER_VALUES_H
 
 #include <TlmMdx/mdx.h>
+#include <TlmMdx/values.h>
 
 #include <cstring>
 #include <optional>
@@ -11,45 +12,15 @@
 
 namespace tlm::server {
 
-// The text of `text` must outlive the value.
-inline MDRVar textVar(std::string_view text) {
-  MDRVar v{};
-  v.type = MDX_TEXT;
-  v.text.length = static_cast<uint32_t>(text.size());
-  v.text.data = text.data();
-  return v;
-}
+using mdx::boolVar;
+using mdx::doubleVar;
+using mdx::nullVar;
+using mdx::textVar;
 
-inline MDRVar intVar(int64_t value) {
-  MDRVar v{};
-  v.type = MDX_INT64;
-  v.i64 = value;
-  return v;
-}
+inline MDRVar intVar(int64_t value) { return mdx::int64Var(value); }
 
-inline MDRVar boolVar(bool value) {
-  MDRVar v{};
-  v.type = MDX_BOOL;
-  v.flag = value ? 1 : 0;
-  return v;
-}
-
-inline MDRVar doubleVar(double value) {
-  MDRVar v{};
-  v.type = MDX_DOUBLE;
-  v.f64 = value;
-  return v;
-}
-
-inline MDRVar nullVar(uint8_t type) {
-  MDRVar v{};
-  v.type = type;
-  v.isNull = 1;
-  return v;
-}
-
-inline bool isText(const MDRVar& v) { return v.type == MDX_TEXT || v.type == MDX_MEMO; }
-inline bool isNull(const MDRVar& v) { return v.type == MDX_NONE || v.isNull; }
+inline bool isText(const MDRVar& v) { return mdx::hasTextType(v); }
+inline bool isNull(const MDRVar& v) { return !mdx::hasValue(v); }
 
 inline MDRVar valueOf(const MDRField* field, const MDRData* record) {
   MDRVar v{};

@@ -4,6 +4,7 @@
 
 #include <TlmMdx/CMDArray.h>
 #include <TlmMdx/mdx.h>
+#include <TlmMdx/values.h>
 
 #include <cstdint>
 #include <cstring>
@@ -14,49 +15,15 @@
 
 namespace test {
 
-inline MDRVar null(int type = MDX_NONE) {
-  MDRVar value{};
-  value.type = static_cast<uint8_t>(type);
-  value.isNull = 1;
-  return value;
-}
-inline MDRVar int32(int32_t number) {
-  MDRVar value{};
-  value.type = MDX_INT32;
-  value.i32 = number;
-  return value;
-}
-inline MDRVar int64(int64_t number) {
-  MDRVar value{};
-  value.type = MDX_INT64;
-  value.i64 = number;
-  return value;
-}
-inline MDRVar real(double number) {
-  MDRVar value{};
-  value.type = MDX_DOUBLE;
-  value.f64 = number;
-  return value;
-}
-inline MDRVar single(float number) {
-  MDRVar value{};
-  value.type = MDX_FLOAT;
-  value.f32 = number;
-  return value;
-}
-inline MDRVar boolean(bool flag) {
-  MDRVar value{};
-  value.type = MDX_BOOL;
-  value.flag = flag;
-  return value;
-}
+inline MDRVar null(int type = MDX_NONE) { return mdx::nullVar(static_cast<uint8_t>(type)); }
+inline MDRVar int32(int32_t number) { return mdx::int32Var(number); }
+inline MDRVar int64(int64_t number) { return mdx::int64Var(number); }
+inline MDRVar real(double number) { return mdx::doubleVar(number); }
+inline MDRVar single(float number) { return mdx::floatVar(number); }
+inline MDRVar boolean(bool flag) { return mdx::boolVar(flag); }
 // The bytes stay with the caller.
 inline MDRVar text(std::string_view bytes, int type = MDX_TEXT) {
-  MDRVar value{};
-  value.type = static_cast<uint8_t>(type);
-  value.text.length = static_cast<uint32_t>(bytes.size());
-  value.text.data = bytes.data();
-  return value;
+  return mdx::textVar(bytes, static_cast<uint8_t>(type));
 }
 
 struct Field {
