@@ -117,21 +117,20 @@ void GrpcTransport::attempt() {
   lock.unlock();
 }
 
-// False when the attempt failed. The listener knows that the line stands before anything is sent.
+// False when the attempt failed. Blocks may be sent by the time that the listener hears of it.
 bool GrpcTransport::waitUntilUp(Lock& lock) {
   const auto ready = [this] { return stopping_ || ended_ || confirmed_ == first_; };
   if (!changed_.wait_for(lock, milliseconds(line_.connectMs), ready)) why_ = "no answer in time";
   if (stopping_ || ended_ || confirmed_ != first_) return false;
   attempts_ = 0;
-  if (std::exchange(knownDead_, false) && listener_) {
-    TransportListener* const listener = listener_;
+  alive_ = true;
+  changed_.notify_all();
+  if (serial_ != first_) stream_->write(subscription(false));  // the lists have changed meanwhile
+  if (TransportListener* const listener = listener_; std::exchange(knownDead_, false) && listener) {
     lock.unlock();
     listener->onLine(true, {});
     lock.lock();
   }
-  alive_ = true;
-  changed_.notify_all();
-  if (serial_ != first_) stream_->write(subscription(false));  // the lists have changed meanwhile
   return true;
 }
 

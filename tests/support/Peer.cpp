@@ -2,6 +2,8 @@
 
 #include <TlmServer/Catalogue.h>
 
+#include <QElapsedTimer>
+
 #include <cstring>
 
 #include "Gui.h"
@@ -19,6 +21,17 @@ void set(CMDArray* array, MDRData* record, const char* field, const std::string&
 }
 
 }  // namespace
+
+bool eventually(const std::function<bool()>& condition, int limitMs) {
+  constexpr int kLookMs = 2;
+  QElapsedTimer time;
+  time.start();
+  while (!condition()) {
+    if (time.hasExpired(limitMs)) return false;
+    processUntil(condition, kLookMs);
+  }
+  return true;
+}
 
 std::string bytesOf(const MDXCliParam* record, int position) {
   int length = 0;
@@ -39,8 +52,6 @@ Peer::Peer(std::unique_ptr<ITransport> transport) : session_(std::move(transport
   QObject::connect(&session_, &TlmSession::eventsLost, [this](const QString&) { told.append("lost"); });
   QObject::connect(&session_, &TlmSession::writeRefused,
                    [this](int status, const QString&) { told.append(QString("refused %1").arg(status)); });
-  const server::Catalogue& catalogue = server::Catalogue::builtIn();
-  server::Catalogue::makeStructure(*catalogue.table("IdentifiedObject"), structure_.array);
 }
 
 Answer Peer::collect(MDXCliParam** reply, int timeoutMs) {
@@ -76,8 +87,9 @@ int Peer::rows(const std::string& table, CMDArray* into) {
   return code == 0 ? MDARecCount(into->array) : -1;
 }
 
-void Peer::fillSet(const std::string& key, const std::string& field, const std::string& text, CMDArray* into) {
-  MDACopy(into->array, structure_.array, 0);
+void Peer::fillSet(const std::string& table, const std::string& key, const std::string& field, const std::string& text,
+                   CMDArray* into) {
+  server::Catalogue::makeStructure(*server::Catalogue::builtIn().table(table), into->array);
   MDRData* const record = MDARecNew(into->array);
   set(into, record, "KeyLink", key, false);
   set(into, record, field.c_str(), text, true);
@@ -85,26 +97,27 @@ void Peer::fillSet(const std::string& key, const std::string& field, const std::
   into->RecPost(record);
 }
 
-int Peer::write(const std::string& key, const std::string& field, const std::string& text, int timeoutMs) {
+int Peer::write(const std::string& table, const std::string& key, const std::string& field, const std::string& text,
+                int timeoutMs) {
   CMDArray rows;
-  fillSet(key, field, text, &rows);
+  fillSet(table, key, field, text, &rows);
   MDXCliParam* whole = nullptr;
   session_.BlockBeg();
-  session_.SqlUpdate("IdentifiedObject", rows.array, true, nullptr);
+  session_.SqlUpdate(table.c_str(), rows.array, true, nullptr);
   return session_.BlockEnd(true, &whole) ? collect(&whole, timeoutMs).status : -1;
 }
 
 bool Peer::renameUnwaited(const std::string& key, const std::string& name) {
   CMDArray rows;
-  fillSet(key, "name_", name, &rows);
+  fillName(key, name, &rows);
   session_.BlockBeg();
   session_.SqlUpdate("IdentifiedObject", rows.array, true, nullptr);
   return session_.BlockEnd(true, nullptr);
 }
 
-std::string Peer::field(const std::string& key, const std::string& field) {
+std::string Peer::field(const std::string& table, const std::string& key, const std::string& field) {
   CMDArray all;
-  rows("IdentifiedObject", &all);
+  rows(table, &all);
   for (int i = 0; i < MDARecCount(all.array); ++i) {
     const MDRData* const record = MDARec(all.array, 0, i);
     MDRVar found{};
@@ -136,7 +149,7 @@ void Peer::take() {
 }
 
 bool Peer::waitForMessages(int count) {
-  return processUntil([&] {
+  return eventually([&] {
     take();
     return taken_.size() >= count;
   });

@@ -7,6 +7,7 @@
 
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,16 +37,21 @@ class Peer {
   // The rows of a table as it stands on the server; -1 when there is no answer.
   int rows(const std::string& table, CMDArray* into);
 
-  // A change set for one object: a text field of "IdentifiedObject".
-  void fillSet(const std::string& key, const std::string& field, const std::string& text, CMDArray* set);
+  // A change set for one text field of one row.
+  static void fillSet(const std::string& table, const std::string& key, const std::string& field,
+                      const std::string& text, CMDArray* set);
+  static void fillName(const std::string& key, const std::string& name, CMDArray* set) {
+    fillSet("IdentifiedObject", key, "name_", name, set);
+  }
   // Sends it in a block of its own and waits: the status, or -1 without an answer.
-  int write(const std::string& key, const std::string& field, const std::string& text, int timeoutMs = 5000);
-  int rename(const std::string& key, const std::string& name) { return write(key, "name_", name); }
+  int write(const std::string& table, const std::string& key, const std::string& field, const std::string& text,
+            int timeoutMs = 5000);
+  int rename(const std::string& key, const std::string& name) { return write("IdentifiedObject", key, "name_", name); }
   // Sends it in a block that nobody waits for.
   bool renameUnwaited(const std::string& key, const std::string& name);
 
-  std::string field(const std::string& key, const std::string& field);
-  std::string nameOf(const std::string& key) { return field(key, "name_"); }
+  std::string field(const std::string& table, const std::string& key, const std::string& field);
+  std::string nameOf(const std::string& key) { return field("IdentifiedObject", key, "name_"); }
 
   void listen(const std::vector<int>& kinds);
   void listenValues(const std::vector<int>& locIds);
@@ -63,8 +69,10 @@ class Peer {
 
   TlmSession session_;
   QStringList taken_;
-  CMDArray structure_;  // of "IdentifiedObject"
 };
+
+// As processUntil, for conditions that become true without an event of Qt: they are looked at again and again.
+bool eventually(const std::function<bool()>& condition, int limitMs = 20'000);
 
 std::string bytesOf(const MDXCliParam* record, int position);
 int64_t numberOf(const MDXCliParam* record, int position);

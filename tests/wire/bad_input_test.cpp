@@ -30,6 +30,7 @@ using grpc::StatusCode;
 constexpr char kModel[] = R"(
 unit КП-1
   analog 1001 P Т-1
+table Archives Склад
 )";
 
 std::shared_ptr<grpc::Channel> channelTo(const std::string& address) {
@@ -428,7 +429,7 @@ TEST_F(Narrow, AClientThatDoesNotKeepUpIsEndedAndMayComeBack) {
   }());
   constexpr int kWrites = 60;
   for (int i = 0; i < kWrites; ++i) {
-    ASSERT_EQ(writer.write(keyOf("P Т-1"), "description", std::string(200'000, 'd')), 0);
+    ASSERT_EQ(writer.write("Archives", keyOf("Склад"), "location", std::string(200'000, 'd')), 0);
   }
   int64_t position = 0;
   const auto follow = [&](grpc::ClientReaderWriter<v1::Subscription, v1::Delivery>& from) {

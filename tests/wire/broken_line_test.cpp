@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "support/EmbeddedServer.h"
-#include "support/Gui.h"
 #include "support/ModelText.h"
 #include "support/NetworkServer.h"
 #include "support/Peer.h"
@@ -51,12 +50,12 @@ class BrokenLine : public testing::Test {
   void breakLine(Peer& peer) {
     proxy.refuse(true);
     proxy.cut();
-    ASSERT_TRUE(processUntil([&] { return peer.told.contains("down"); }));
+    ASSERT_TRUE(eventually([&] { return peer.told.contains("down"); }));
   }
   void mendLine(Peer& peer) {
     proxy.refuse(false);
-    ASSERT_TRUE(processUntil([&] { return peer.told.contains("up"); }));
-    ASSERT_TRUE(processUntil([&] { return peer.session().alive(); }));
+    ASSERT_TRUE(eventually([&] { return peer.told.contains("up"); }));
+    ASSERT_TRUE(eventually([&] { return peer.session().alive(); }));
   }
 
   EmbeddedServer server;
@@ -104,7 +103,7 @@ TEST_F(BrokenLine, IsNoticedWhenNothingComesAnyMore) {
   EXPECT_FALSE(peer->ask("SRV_GROUPS_INFO", "").came) << "a wait without limit ends";
   EXPECT_FALSE(peer->session().alive());
   proxy.hold(false);
-  EXPECT_TRUE(processUntil([&] { return peer->session().alive(); }));
+  EXPECT_TRUE(eventually([&] { return peer->session().alive(); }));
   EXPECT_EQ(peer->ask("SRV_GROUPS_INFO", "").status, 0);
 }
 
@@ -182,7 +181,7 @@ TEST_F(BrokenLine, DeliversEveryEventOnceThroughManyBreaks) {
     if (i % 20 == 5) proxy.cut();
     ASSERT_EQ(other->rename(key, "name " + std::to_string(i)), 0);
     if (i % 20 == 15) {
-      ASSERT_TRUE(processUntil([&] { return peer->told.count("up") == i / 20 + 1; }));
+      ASSERT_TRUE(eventually([&] { return peer->told.count("up") == i / 20 + 1; }));
     }
   }
   ASSERT_TRUE(peer->waitForMessages(kWrites));
@@ -223,13 +222,13 @@ TEST_F(ShortLog, TellsThatEventsAreLostAndGoesOn) {
   // The log is looked at every few thousand events.
   wire::Block block;
   CMDArray set;
-  peer->fillSet(key, "name_", "many", &set);
+  peer->fillName(key, "many", &set);
   for (int i = 0; i < 5000; ++i) block.requests.push_back({wire::RequestKind::kUpdate, "IdentifiedObject", {}});
   const std::string body = wire::packArray(set.array);
   for (wire::Request& request : block.requests) request.body = body;
   ASSERT_EQ(server.core()->execute(block, {"other"}).whole.status, 0);
   mendLine(*peer);
-  EXPECT_TRUE(processUntil([&] { return peer->told.contains("lost"); }));
+  EXPECT_TRUE(eventually([&] { return peer->told.contains("lost"); }));
   EXPECT_EQ(peer->messages().size(), 0) << "nothing of what can only be told in part";
   ASSERT_EQ(connectDirectly()->rename(key, "later"), 0);
   ASSERT_TRUE(peer->waitForMessages(1));
@@ -248,7 +247,7 @@ TEST_F(BrokenLine, TellsThatEventsAreLostWhenTheServerNeverGaveAsHighANumber) {
   NetworkServer second(*otherModel.core());
   proxy.retarget(second.tcp());
   mendLine(*peer);
-  EXPECT_TRUE(processUntil([&] { return peer->told.contains("lost"); }));
+  EXPECT_TRUE(eventually([&] { return peer->told.contains("lost"); }));
   const auto fresh = connectPeer(quickLine(second.tcp()));
   ASSERT_EQ(fresh->rename(key, "first there"), 0);
   ASSERT_TRUE(peer->waitForMessages(6));
@@ -266,10 +265,10 @@ TEST_F(BrokenLine, AppliesAWriteWhoseAnswerWasLostOnce) {
   proxy.holdReplies(true);
   ASSERT_TRUE(peer->renameUnwaited(key, "written once"));
   ASSERT_TRUE(other->waitForMessages(1)) << "it is committed";
-  ASSERT_TRUE(processUntil([&] { return proxy.heldReplies() > 0; }));
+  ASSERT_TRUE(eventually([&] { return proxy.heldReplies() > 0; }));
   proxy.cut();
   proxy.holdReplies(false);
-  ASSERT_TRUE(processUntil([&] { return peer->told.contains("up"); }));
+  ASSERT_TRUE(eventually([&] { return peer->told.contains("up"); }));
   // The next request of the session is answered behind the block that is sent again.
   EXPECT_EQ(peer->nameOf(key), "written once");
   EXPECT_EQ(server.core()->lastSequence(), 1) << "and not twice";
@@ -283,11 +282,11 @@ TEST_F(BrokenLine, AnswersATimedWaitForAWriteThroughAShortBreak) {
   proxy.holdReplies(true);
   MDXCliParam* whole = nullptr;
   CMDArray set;
-  peer->fillSet(key, "name_", "through", &set);
+  peer->fillName(key, "through", &set);
   peer->session().BlockBeg();
   peer->session().SqlUpdate("IdentifiedObject", set.array, true, nullptr);
   ASSERT_TRUE(peer->session().BlockEnd(true, &whole));
-  ASSERT_TRUE(processUntil([&] { return server.core()->lastSequence() == 1; }));
+  ASSERT_TRUE(eventually([&] { return server.core()->lastSequence() == 1; }));
   proxy.cut();
   proxy.holdReplies(false);
   EXPECT_EQ(peer->collect(&whole, 10'000).status, 0);
@@ -300,7 +299,7 @@ TEST_F(BrokenLine, SendsAWriteThatTheServerNeverGot) {
   ASSERT_TRUE(peer->renameUnwaited(key, "late"));
   proxy.cut();
   proxy.hold(false);
-  EXPECT_TRUE(processUntil([&] { return server.core()->lastSequence() == 1; }));
+  EXPECT_TRUE(eventually([&] { return server.core()->lastSequence() == 1; }));
   EXPECT_EQ(connectDirectly()->nameOf(key), "late");
 }
 
@@ -310,7 +309,7 @@ TEST_F(BrokenLine, KeepsTheOrderOfWritesThroughABreak) {
   for (int i = 0; i < 10; ++i) ASSERT_TRUE(peer->renameUnwaited(key, "name " + std::to_string(i)));
   proxy.cut();
   proxy.holdReplies(false);
-  ASSERT_TRUE(processUntil([&] { return peer->told.contains("up"); }));
+  ASSERT_TRUE(eventually([&] { return peer->told.contains("up"); }));
   EXPECT_EQ(peer->nameOf(key), "name 9");
   EXPECT_EQ(server.core()->lastSequence(), 10);
 }
@@ -323,7 +322,7 @@ TEST_F(BrokenLine, TellsOfAWriteThatCouldNotBeSentInItsTime) {
   ASSERT_TRUE(peer->renameUnwaited(key, "never"));
   proxy.refuse(true);
   proxy.cut();
-  EXPECT_TRUE(processUntil([&] { return peer->told.contains(QString("refused %1").arg(wire::kUnavailable)); }));
+  EXPECT_TRUE(eventually([&] { return peer->told.contains(QString("refused %1").arg(wire::kUnavailable)); }));
 }
 
 TEST_F(BrokenLine, DropsARequestThatOnlyReads) {
@@ -359,9 +358,9 @@ TEST_F(Killed, HoldsEveryAcknowledgedWriteAndItsEvents) {
   for (int round = 0; round < 3; ++round) {
     ASSERT_EQ(peer->rename(key, "round " + std::to_string(round)), 0);
     server.kill();
-    ASSERT_TRUE(processUntil([&] { return peer->told.count("down") > round; }));
+    ASSERT_TRUE(eventually([&] { return peer->told.count("down") > round; }));
     ASSERT_TRUE(server.start()) << server.logText();
-    ASSERT_TRUE(processUntil([&] { return peer->told.count("up") > round && peer->session().alive(); }));
+    ASSERT_TRUE(eventually([&] { return peer->told.count("up") > round && peer->session().alive(); }));
     EXPECT_EQ(peer->nameOf(key), "round " + std::to_string(round));
   }
   ASSERT_TRUE(peer->waitForMessages(3));
@@ -383,7 +382,7 @@ TEST_F(Killed, AppliesOnceWhatWasAnsweredToNobody) {
   proxy.cut();
   proxy.holdReplies(false);
   ASSERT_TRUE(server.start()) << server.logText();
-  ASSERT_TRUE(processUntil([&] { return peer->told.contains("up") && peer->session().alive(); }));
+  ASSERT_TRUE(eventually([&] { return peer->told.contains("up") && peer->session().alive(); }));
   EXPECT_EQ(peer->nameOf(key), "once");
   ASSERT_EQ(peer->rename(key, "twice"), 0);
   ASSERT_TRUE(other->waitForMessages(2));
@@ -399,7 +398,7 @@ TEST_F(Killed, StopsInOrderOnATermSignalWithNothingLost) {
   EXPECT_EQ(server.terminate(), 0);
   EXPECT_NE(server.logText().find("event=stopped sequence=20"), std::string::npos) << server.logText();
   ASSERT_TRUE(server.start()) << server.logText();
-  ASSERT_TRUE(processUntil([&] { return peer->told.contains("up") && peer->session().alive(); }));
+  ASSERT_TRUE(eventually([&] { return peer->told.contains("up") && peer->session().alive(); }));
   EXPECT_EQ(peer->nameOf(key), "name 19");
 }
 

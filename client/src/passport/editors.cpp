@@ -116,13 +116,13 @@ void DateTimeEditor::pick() {
 
 QWidget* makeTextEditor(const FieldMeta& meta, QWidget* parent, const std::function<void(QString)>& refuse) {
   if (meta.kind == FieldKind::kMemo) {
-    auto* memo = new MemoEditor(meta.size, parent);
+    auto* memo = new MemoEditor(meta.longest, parent);
     QObject::connect(memo, &MemoEditor::refused, memo, refuse);
     return memo;
   }
   auto* line = new QLineEdit(parent);
   line->setFrame(false);
-  auto* validator = new TextValidator(meta.size, line);
+  auto* validator = new TextValidator(meta.longest, line);
   line->setValidator(validator);
   QObject::connect(line, &QLineEdit::inputRejected, line, [=] {
     if (!validator->lastFault().isEmpty()) refuse(validator->lastFault());
@@ -147,7 +147,7 @@ QComboBox* makeChoiceEditor(const QVector<Choice>& choices, QWidget* parent) {
 
 Parsed parseTyped(const FieldMeta& meta, const QString& text, const ValueTexts& texts) {
   const bool isText = meta.kind == FieldKind::kText || meta.kind == FieldKind::kMemo;
-  if (isText) return {text, textFault(text, meta.size)};
+  if (isText) return {text, textFault(text, meta.longest)};
   if (text.trimmed().isEmpty()) return {};
   switch (meta.kind) {
     case FieldKind::kDouble:

@@ -66,6 +66,7 @@ FieldMetaPtr describe(const FieldSource& source) {
   meta->choices = parseChoices(paramPart(meta->param, "ENUM"));
   meta->refTable = paramPart(meta->param, "REF");
   meta->unit = paramPart(meta->param, "UNIT");
+  meta->longest = meta->size > 0 ? meta->size : paramPart(meta->param, "LEN").toInt();
   meta->readOnly = !paramPart(meta->param, "READONLY").isEmpty();
   meta->kind = kindOf(*meta);
   setLimits(meta.get());

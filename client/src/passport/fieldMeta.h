@@ -48,6 +48,7 @@ struct FieldMeta : FieldSource {
   QString unit;
   double min = 0;  // limits of a number, those of its type included
   double max = 0;
+  int longest = 0;  // characters of a text; 0 without a limit
   bool readOnly = false;
 
   bool isNumber() const {

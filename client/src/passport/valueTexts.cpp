@@ -37,6 +37,7 @@ QString measName(const CLiteModel& model, qint64 locId) {
 }  // namespace
 
 const char* const kNothing = "(нет)";
+const char* const kDeletedRow = "(запись удалена)";
 
 QString numberText(double value) {
   QString text = QString::number(value, 'g', QLocale::FloatingPointShortest);
@@ -139,7 +140,10 @@ QString ValueTexts::text(const FieldMeta& meta, const QVariant& value) {
 
 QString ValueTexts::text(const FieldMeta& meta, const QVariant& value, const CLiteModel& model,
                          const TModelRecord& record) {
-  if (meta.kind == FieldKind::kReference && !sameValue(value, {})) return model.TextValue(record, meta.name);
+  if (meta.kind == FieldKind::kReference && !sameValue(value, {})) {
+    const QString shown = model.TextValue(record, meta.name);
+    return shown == value.toString() ? QString::fromUtf8(kDeletedRow) : shown;
+  }
   if (meta.kind == FieldKind::kMeasNumber) return measText(value, measName(model, value.toLongLong()));
   return text(meta, value);
 }

@@ -12,7 +12,8 @@ struct TModelRecord;
 
 namespace tlm::passport {
 
-extern const char* const kNothing;  // "(нет)"
+extern const char* const kNothing;     // "(нет)"
+extern const char* const kDeletedRow;  // of a reference to a row that is gone
 
 // Decimal, the shortest that reads back as the same number, in the user's notation.
 QString numberText(double value);
