@@ -18,14 +18,14 @@ QLabel* selectable(const QString& text) {
 
 }  // namespace
 
-FormWindow::FormWindow(server::Core& core, const QString& file, const ObjectInfo& object, QWidget* parent)
+FormWindow::FormWindow(StationServer& server, const QString& file, const ObjectInfo& object, QWidget* parent)
     : QWidget(parent, Qt::Window),
-      core_(core),
+      server_(server),
       object_(object),
       value_(selectable({})),
       quality_(selectable({})),
       time_(selectable({})) {
-  const QString title = formTitle(core, file);
+  const QString title = formTitle(server, file);
   setWindowTitle(title);
   auto* const heading = new QLabel(title, this);
   QFont large = heading->font();
@@ -62,7 +62,7 @@ FormWindow::FormWindow(server::Core& core, const QString& file, const ObjectInfo
 QString FormWindow::valueText() const { return value_->text(); }
 
 void FormWindow::refresh() {
-  const auto value = object_.locId != 0 ? core_.live().current(object_.locId) : std::nullopt;
+  const auto value = object_.locId != 0 ? currentValue(server_, object_.locId) : std::nullopt;
   value_->setText(value ? shownValue(*value, object_) : QString("нет"));
   quality_->setText(value ? qualityText(value->quality) : QString("нет"));
   time_->setText(value ? localTime(value->time).toString("dd.MM.yyyy hh:mm:ss") : QString("нет"));

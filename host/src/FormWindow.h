@@ -13,18 +13,18 @@ class QLabel;
 
 namespace tlm {
 
-// The core must outlive it.
+// The server must outlive it.
 class FormWindow : public QWidget {
   Q_OBJECT
 
  public:
-  FormWindow(server::Core& core, const QString& file, const ObjectInfo& object, QWidget* parent = nullptr);
+  FormWindow(StationServer& server, const QString& file, const ObjectInfo& object, QWidget* parent = nullptr);
 
   QString valueText() const;
   void refresh();
 
  private:
-  server::Core& core_;
+  StationServer& server_;
   const ObjectInfo object_;
   QLabel* value_;
   QLabel* quality_;

@@ -19,9 +19,9 @@ enum Column { kTime, kValue, kQuality, kColumns };
 
 }  // namespace
 
-RetroWindow::RetroWindow(server::Core& core, QWidget* parent)
+RetroWindow::RetroWindow(StationServer& server, QWidget* parent)
     : QWidget(parent, Qt::Window),
-      core_(core),
+      server_(server),
       heading_(new QLabel(this)),
       current_(new QLabel(this)),
       chart_(new RetroChart(this)),
@@ -62,8 +62,8 @@ void RetroWindow::setObject(const ObjectInfo& object) {
 
 int RetroWindow::refresh() {
   const double now = server::systemTime();
-  std::vector<server::LiveValue> values = core_.live().history(object_.locId, now - kShownDays, now);
-  const auto current = core_.live().current(object_.locId);
+  std::vector<server::LiveValue> values = history(server_, object_.locId, now - kShownDays, now);
+  const server::LiveValue* const current = values.empty() ? nullptr : &values.back();
   current_->setText(QString("№ %1    Значение: %2    %3")
                         .arg(object_.locId)
                         .arg(current ? shownValue(*current, object_) : QString("нет"),

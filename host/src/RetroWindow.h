@@ -16,12 +16,12 @@ namespace tlm {
 
 class RetroChart;
 
-// Follows the values while it is open. The core must outlive it.
+// Follows the values while it is open. The server must outlive it.
 class RetroWindow : public QWidget {
   Q_OBJECT
 
  public:
-  explicit RetroWindow(server::Core& core, QWidget* parent = nullptr);
+  explicit RetroWindow(StationServer& server, QWidget* parent = nullptr);
 
   void setObject(const ObjectInfo& object);
   const ObjectInfo& object() const { return object_; }
@@ -32,7 +32,7 @@ class RetroWindow : public QWidget {
  private:
   void fillTable(const std::vector<server::LiveValue>& values);
 
-  server::Core& core_;
+  StationServer& server_;
   ObjectInfo object_;
   QLabel* heading_;
   QLabel* current_;

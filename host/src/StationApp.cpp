@@ -6,26 +6,18 @@
 #include <QSettings>
 #include <QTextCodec>
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "FormWindow.h"
 #include "RetroWindow.h"
 #include "StationWindow.h"
-#include "host/embedded/EmbeddedTransport.h"
+#include "stationOptions.h"
 
 namespace tlm {
 namespace {
 
 constexpr int kHostCommand = 64;
 constexpr char kRetroModule[] = "TlmRetro.modRetroQuick";
-
-QString loggedIn() {
-  const passwd* const entry = getpwuid(getuid());
-  return entry ? QString::fromLocal8Bit(entry->pw_name) : QString("engineer");
-}
 
 std::unique_ptr<QSettings> settings(const QString& file) {
   if (!file.isEmpty()) return std::make_unique<QSettings>(file, QSettings::IniFormat);
@@ -53,20 +45,26 @@ StationApp::~StationApp() {
 
 StationWindow* StationApp::openWindow(QString* problem) {
   auto* const window = new StationWindow(*this, freeNumber());
-  opening_ = window;
+  windows_.push_back(window);
+  if (startModule(window, loadState(window->number()), problem)) return window;
+  delete window;
+  return nullptr;
+}
+
+bool StationApp::startModule(StationWindow* window, const QString& state, QString* problem) {
   const QByteArray name = QTextCodec::codecForName("Windows-1251")->fromUnicode(setup_.moduleName);
+  nextLine_ = server_.line(setup_.user, problem);
+  if (!nextLine_) return false;
+  opening_ = window;
   CTlmCliMod* const module = setup_.factory(this, name);
   opening_ = nullptr;
   if (!module) {
     *problem = QString("В библиотеке нет модуля с именем «%1».").arg(setup_.moduleName);
-    delete window;
-    return nullptr;
+    return false;
   }
-  windows_.push_back(window);
-  if (window->start(module, loadState(window->number()))) return window;
+  if (window->start(module, state)) return true;
   *problem = QString("Модуль «%1» не запустился.").arg(setup_.moduleName);
-  delete window;
-  return nullptr;
+  return false;
 }
 
 int StationApp::freeNumber() const {
@@ -94,8 +92,7 @@ QWidget* StationApp::lastForm() const { return lastForm_; }
 
 CTlmCliAbo* StationApp::ConnectModule(CTlmCliMod* module) {
   Line& line = lines_[module];
-  line.session = std::make_unique<TlmSession>(
-      std::make_unique<EmbeddedTransport>(server_.core(), server::Caller{setup_.user.toStdString()}));
+  line.session = std::make_unique<TlmSession>(std::move(nextLine_));
   line.number = opening_ ? opening_->number() : 1;
   if (opening_) opening_->watch(*line.session);
   return line.session.get();
@@ -137,10 +134,10 @@ bool StationApp::ModuleCall(CTlmCliMod* module, int code, void* data) {
 bool StationApp::runModule(StationWindow* window, const QString& command, bool newWindow) {
   const QString name = command.section(';', 0, 0);
   if (name != kRetroModule) return failCall(window, QString("Модуля «%1» на этой станции нет.").arg(name));
-  const auto object = findObject(server_.core(), parameter(command, "Key"));
+  const auto object = findObject(server_, parameter(command, "Key"));
   if (!object || object->locId == 0) return failCall(window, "Ретроспектива: измерения нет на сервере.");
   if (newWindow || !lastRetro_) {
-    lastRetro_ = new RetroWindow(server_.core(), window);
+    lastRetro_ = new RetroWindow(server_, window);
     lastRetro_->setAttribute(Qt::WA_DeleteOnClose);
   }
   lastRetro_->setObject(*object);
@@ -153,9 +150,9 @@ bool StationApp::runModule(StationWindow* window, const QString& command, bool n
 // "FILE;object=KEY"
 bool StationApp::runFile(StationWindow* window, const QString& command) {
   const QString file = command.section(';', 0, 0);
-  const auto object = findObject(server_.core(), parameter(command, "object"));
+  const auto object = findObject(server_, parameter(command, "object"));
   if (file.isEmpty() || !object) return failCall(window, "Связанная форма: объекта нет на сервере.");
-  lastForm_ = new FormWindow(server_.core(), file, *object, window);
+  lastForm_ = new FormWindow(server_, file, *object, window);
   lastForm_->setAttribute(Qt::WA_DeleteOnClose);
   lastForm_->show();
   window->showMessage(QString("Открыта форма: %1").arg(lastForm_->windowTitle()));

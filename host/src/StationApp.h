@@ -70,6 +70,8 @@ class StationApp : public QObject, public CTlmCliApp {
   };
 
   int freeNumber() const;
+  // Gives a window a new module, started with that state. False with a message for the user.
+  bool startModule(StationWindow* window, const QString& state, QString* problem);
   StationWindow* windowOf(CTlmCliMod* module) const;
   bool runModule(StationWindow* window, const QString& command, bool newWindow);
   bool runFile(StationWindow* window, const QString& command);
@@ -83,7 +85,8 @@ class StationApp : public QObject, public CTlmCliApp {
   StationSetup setup_;
   std::map<CTlmCliMod*, Line> lines_;
   std::vector<StationWindow*> windows_;
-  StationWindow* opening_ = nullptr;  // the one whose module is being made
+  StationWindow* opening_ = nullptr;      // the one whose module is being made
+  std::unique_ptr<ITransport> nextLine_;  // of that module
   QPointer<RetroWindow> lastRetro_;
   QPointer<QWidget> lastForm_;
 };

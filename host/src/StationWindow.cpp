@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QStatusBar>
+#include <QToolButton>
 
 #include "StationApp.h"
 #include "stationIcon.h"
@@ -59,7 +60,10 @@ StationWindow::StationWindow(StationApp& app, int number) : app_(app), number_(n
 }
 
 StationWindow::~StationWindow() {
-  end();
+  if (module_) {
+    app_.saveState(number_, module_->GetParamState());
+    stopModule();
+  }
   app_.windowClosed(this);
 }
 
@@ -80,10 +84,16 @@ void StationWindow::makeStatusBar() {
     return text;
   };
   refused_ = label();
+  anew_ = new QToolButton(this);
+  anew_->setText("Загрузить заново");
+  anew_->setToolTip("Закрыть модуль и загрузить модель с сервера еще раз");
+  anew_->setAutoRaise(true);
+  connect(anew_, &QToolButton::clicked, this, &StationWindow::loadAnew);
+  statusBar()->addPermanentWidget(anew_);
   edits_ = label();
   label()->setText(QString("Пользователь: %1").arg(app_.user()));
   connection_ = label();
-  refused_->hide();
+  forgetRefusals();
   showEdited(false);
   showLine(true, {});
 }
@@ -94,6 +104,7 @@ bool StationWindow::start(CTlmCliMod* module, const QString& state) {
   setCentralWidget(module_);
   showTitle(module_->windowTitle(), {});
   show();
+  module_->show();  // not by itself when the window stood already
   if (!state.isEmpty()) module_->SetParamState(state);
   QApplication::setOverrideCursor(Qt::WaitCursor);
   const bool started = module_->ModuleStart() == 1;
@@ -106,6 +117,8 @@ QTextCodec* StationWindow::codec() const { return module_->abo->Session()->Codec
 void StationWindow::watch(TlmSession& session) {
   connect(&session, &TlmSession::lineChanged, this, &StationWindow::showLine);
   connect(&session, &TlmSession::writeRefused, this, &StationWindow::showRefused);
+  connect(&session, &TlmSession::eventsLost, this, &StationWindow::showEventsLost);
+  showLine(session.alive(), {});
 }
 
 // ---- what is shown ----
@@ -128,9 +141,26 @@ void StationWindow::showMessage(const QString& text) { statusBar()->showMessage(
 
 void StationWindow::showLine(bool alive, const QString& why) {
   const QString name = app_.server().name();
-  connection_->setText(alive ? QString("Встроенный сервер: %1").arg(name) : QString("Нет связи: %1").arg(why));
+  const QString place = app_.server().remote() ? QString("Сервер: %1") : QString("Встроенный сервер: %1");
+  connection_->setText(alive ? place.arg(name) : QString("Нет связи с сервером %1, идет подключение").arg(name));
+  connection_->setToolTip(why);
+  QPalette palette = workstationPalette();
+  if (!alive) palette.setColor(QPalette::WindowText, QColor("#c62828"));
+  connection_->setPalette(palette);
 }
 
+void StationWindow::showEventsLost(const QString& why) {
+  anew_->show();
+  QString text =
+      "Пока не было связи, модель изменилась, и сервер уже не хранит всех этих изменений.\n"
+      "Окно может показывать не то, что есть на сервере.\nЗагрузить модель заново?";
+  if (module_ && module_->IsEdit()) text += " Несохраненные изменения пропадут.";
+  box()->setMessage("Изменения пропущены", text, kBoxWarning, kBoxYesNo, SLOT(answerRefused(QAbstractButton*)));
+  box()->setToolTip(why);
+  box()->show();
+}
+
+// What the window shows may be what the server did not take.
 void StationWindow::showRefused(int status, const QString& why) {
   ++refusals_;
   refused_->setText(QString("Отказов записи: %1").arg(refusals_));
@@ -139,10 +169,37 @@ void StationWindow::showRefused(int status, const QString& why) {
   refused_->setPalette(palette);
   refused_->setToolTip(why);
   refused_->show();
+  anew_->show();
   QString text = QString("Сервер не принял изменения: %1.").arg(refusalText(status));
   if (!why.isEmpty()) text += QString("\n\nПодробности: %1").arg(why);
-  box()->setMessage("Изменения не записаны", text, kBoxError, kBoxClose, nullptr);
+  text += "\n\nВ окне могут стоять изменения, которых на сервере нет.\nЗагрузить модель заново?";
+  if (module_ && module_->IsEdit()) text += " Несохраненные изменения пропадут.";
+  box()->setMessage("Изменения не записаны", text, kBoxError, kBoxYesNo, SLOT(answerRefused(QAbstractButton*)));
   box()->show();
+}
+
+void StationWindow::answerRefused(QAbstractButton* button) {
+  const bool anew = question_->ButtonRole(button) == 0;
+  question_->hide();
+  if (anew) loadAnew();
+}
+
+bool StationWindow::loadAnew() {
+  const QString state = module_ ? module_->GetParamState() : QString();
+  if (module_) stopModule();
+  forgetRefusals();
+  showEdited(false);
+  QString problem;
+  if (app_.startModule(this, state, &problem)) return true;
+  box()->setMessage("Загрузка модели", problem, kBoxError, kBoxClose, nullptr);
+  box()->show();
+  return false;
+}
+
+void StationWindow::forgetRefusals() {
+  refusals_ = 0;
+  refused_->hide();
+  anew_->hide();
 }
 
 QString StationWindow::connectionText() const { return connection_->text(); }
@@ -163,8 +220,11 @@ void StationWindow::openSecond() {
 
 void StationWindow::showAbout() {
   box()->setMessage("О рабочей станции",
-                    QString("Рабочая станция телеметрии %1\n\nСервер модели работает внутри станции.\nМодель: %2")
-                        .arg(QApplication::applicationVersion(), app_.server().name()),
+                    QString("Рабочая станция телеметрии %1\n\n%2: %3")
+                        .arg(QApplication::applicationVersion(),
+                             app_.server().remote() ? QString("Сервер модели")
+                                                    : QString("Сервер модели работает внутри станции.\nМодель"),
+                             app_.server().name()),
                     kBoxInformation, kBoxClose, nullptr);
   box()->show();
 }
@@ -190,9 +250,7 @@ void StationWindow::answerClose(QAbstractButton* button) {
   close();
 }
 
-void StationWindow::end() {
-  if (!module_) return;
-  app_.saveState(number_, module_->GetParamState());
+void StationWindow::stopModule() {
   module_->ModuleStop();
   delete module_;
   module_ = nullptr;

@@ -9,6 +9,7 @@ class CPopMessageBox;
 class CTlmCliMod;
 class QAbstractButton;
 class QLabel;
+class QToolButton;
 
 namespace tlm {
 
@@ -37,7 +38,11 @@ class StationWindow : public QMainWindow {
   void showTitle(const QString& title, const QString& subtitle);
   void showMessage(const QString& text);
 
-  // The question at closing, or the message about a refused write; null before the first.
+  // Deletes the module, asks for a new one and gives it the state text back. False, with a message for the user, when
+  // there is none; the window is empty then.
+  bool loadAnew();
+
+  // The question at closing, or the one after a refused write; null before the first.
   CPopMessageBox* question() const { return question_; }
 
   // Texts of the status bar.
@@ -49,6 +54,7 @@ class StationWindow : public QMainWindow {
   void openSecond();
   void showAbout();
   void answerClose(QAbstractButton* button);
+  void answerRefused(QAbstractButton* button);
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -58,8 +64,10 @@ class StationWindow : public QMainWindow {
   void makeStatusBar();
   void showLine(bool alive, const QString& why);
   void showRefused(int status, const QString& why);
+  void showEventsLost(const QString& why);
+  void forgetRefusals();
   CPopMessageBox* box();
-  void end();
+  void stopModule();
 
   StationApp& app_;
   const int number_;
@@ -68,6 +76,7 @@ class StationWindow : public QMainWindow {
   QLabel* connection_ = nullptr;
   QLabel* edits_ = nullptr;
   QLabel* refused_ = nullptr;
+  QToolButton* anew_ = nullptr;  // beside the count of refusals
   int refusals_ = 0;
   bool closeConfirmed_ = false;
 };

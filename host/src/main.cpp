@@ -25,11 +25,14 @@ int run(const tlm::StationOptions& options) {
   QString problem;
   const auto library = tlm::ModuleLibrary::load(options.libraryFile, &problem);
   if (!library) return fail(options, tlm::kExitModule, problem);
-  const auto server = tlm::StationServer::open(options.storeFile, &problem);
-  if (!server) return fail(options, tlm::kExitStore, problem);
-  if (options.simulator) server->startSimulator();
-  tlm::StationApp station(
-      *server, {options.moduleName, options.user, options.settingsFile, library->factory(), library->library()});
+  const QString user = options.user.isEmpty() ? tlm::loggedIn() : options.user;
+  const bool remote = !options.serverAddress.isEmpty();
+  const auto server = remote ? tlm::StationServer::connect(options.serverAddress, user, &problem)
+                             : tlm::StationServer::open(options.storeFile, &problem);
+  if (!server) return fail(options, remote ? tlm::kExitServer : tlm::kExitStore, problem);
+  if (options.simulator && !remote) server->startSimulator();
+  tlm::StationApp station(*server,
+                          {options.moduleName, user, options.settingsFile, library->factory(), library->library()});
   if (!station.openWindow(&problem)) return fail(options, tlm::kExitModule, problem);
   return QApplication::exec();
 }

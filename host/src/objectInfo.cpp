@@ -1,59 +1,57 @@
 #include "objectInfo.h"
 
-#include <TlmServer/Catalogue.h>
+#include <TlmMdx/CMDArray.h>
 #include <TlmServer/CodePage.h>
-#include <TlmServer/ModelTables.h>
 
 #include <cmath>
+
+#include "stationServer.h"
 
 namespace tlm {
 namespace {
 
 QString shown(const std::string& text) { return QString::fromStdString(server::fromCodePage(text)); }
 
-const MDRData* seek(const MDArray* array, const std::string& key) {
+std::string text(const CMDArray& rows, const MDRData* record, const char* field) {
   MDRVar value{};
-  value.type = MDX_TEXT;
-  value.text.length = static_cast<uint32_t>(key.size());
-  value.text.data = key.data();
-  return array && !key.empty() ? MDARecSeekV(array, 0, &value, nullptr) : nullptr;
+  rows.GetVal(record, field, value);
+  const bool is = (value.type == MDX_TEXT || value.type == MDX_MEMO) && !value.isNull;
+  return is ? std::string(value.text.data, value.text.length) : std::string();
 }
 
-std::string text(const MDArray* array, const MDRData* record, const char* field) {
-  MDRVar value{};
-  if (!record || MDRGetVal(MDRFldByName(array, field), record, &value) < 0 || value.isNull) return {};
-  return value.type == MDX_TEXT || value.type == MDX_MEMO ? std::string(value.text.data, value.text.length)
-                                                          : std::string();
-}
-
-int number(const MDArray* array, const MDRData* record, const char* field, int otherwise) {
+int number(const CMDArray& rows, const MDRData* record, const char* field) {
   int32_t value = 0;
-  return record && MDRGetAsInt32(MDRFldByName(array, field), record, &value) >= 0 ? value : otherwise;
+  const MDRField* const handle = MDRFldByName(rows.array, field);
+  return handle && MDRGetAsInt32(handle, record, &value) >= 0 ? value : 0;
 }
 
-// A field of the row of that key.
-QString textOf(const server::ModelTables& tables, const char* table, const std::string& key, const char* field) {
-  const MDArray* const array = tables.table(table);
-  return shown(text(array, seek(array, key), field));
+// The table that a request answers with; false without one.
+bool rowsOf(StationServer& server, const std::string& request, const std::string& body, CMDArray* rows) {
+  const wire::Reply reply = server.ask(request, body);
+  return reply.status == wire::kOk && reply.payload &&
+         MDXArrayUnPackN(rows->array, reply.payload->data(), reply.payload->size(), 1) == 0;
 }
 
-ObjectInfo describe(const server::ModelTables& tables, const std::string& key) {
-  ObjectInfo info;
-  info.key = QString::fromStdString(key);
-  info.name = textOf(tables, "IdentifiedObject", key, "name_");
-  info.className = textOf(tables, "IdentifiedObject", key, "ClassName");
-  const MDArray* const meas = tables.table("Measurement");
-  const MDRData* const row = seek(meas, key);
-  info.locId = number(meas, row, "locId", 0);
-  info.unitName = textOf(tables, "IdentifiedObject", text(meas, row, "RemoteUnitKey"), "name_");
-  info.measure = textOf(tables, "MeasurementUnit", text(meas, row, "UnitKey"), "symbol");
-  const MDArray* const analog = tables.table("Analog");
-  info.decimals = number(analog, seek(analog, key), "decimals", -1);
-  const MDArray* const discrete = tables.table("Discrete");
-  const std::string states = text(discrete, seek(discrete, key), "StateTextsKey");
-  info.states[0] = textOf(tables, "StateTexts", states, "text0");
-  info.states[1] = textOf(tables, "StateTexts", states, "text1");
-  return info;
+// A line "name=value" of a text.
+QString lineOf(const std::string& lines, const std::string& name) {
+  const std::string text = '\n' + lines;
+  const size_t at = text.find('\n' + name + '=');
+  if (at == std::string::npos) return {};
+  const size_t from = at + name.size() + 2;
+  return shown(text.substr(from, text.find('\n', from) - from));
+}
+
+void addParameters(StationServer& server, ObjectInfo* info) {
+  const wire::Reply reply = server.ask("MeasParams", "locId=" + std::to_string(info->locId));
+  if (reply.status != wire::kOk || !reply.text) return;
+  const std::string& lines = *reply.text;
+  info->unitName = lineOf(lines, "unitName");
+  info->measure = lineOf(lines, "unit");
+  info->states[0] = lineOf(lines, "text0");
+  info->states[1] = lineOf(lines, "text1");
+  bool given = false;
+  const int decimals = lineOf(lines, "decimals").toInt(&given);
+  if (given) info->decimals = decimals;
 }
 
 struct Named {
@@ -69,28 +67,56 @@ constexpr Named kClasses[] = {{"Analog", "Аналоговое измерени�
 
 }  // namespace
 
-std::optional<ObjectInfo> findObject(const server::Core& core, const QString& key) {
-  std::optional<ObjectInfo> found;
-  core.read([&](const server::ModelTables& tables) {
-    const std::string bytes = key.toStdString();
-    if (seek(tables.table("IdentifiedObject"), bytes)) found = describe(tables, bytes);
-  });
-  return found;
+std::optional<ObjectInfo> findObject(StationServer& server, const QString& key) {
+  CMDArray rows;
+  if (!rowsOf(server, "RecByKeyLink", key.toStdString(), &rows) || MDARecCount(rows.array) == 0) return std::nullopt;
+  const MDRData* const row = MDARec(rows.array, 0, 0);
+  ObjectInfo info;
+  info.key = key;
+  info.name = shown(text(rows, row, "name_"));
+  info.className = shown(text(rows, row, "ClassName"));
+  info.locId = number(rows, row, "locId");
+  if (info.locId != 0) addParameters(server, &info);
+  return info;
 }
 
-QString formTitle(const server::Core& core, const QString& file) {
-  QString title = file;
-  core.read([&](const server::ModelTables& tables) {
-    const MDArray* const forms = tables.table("ObjectForms");
-    const std::string wanted = server::toCodePage(file.toStdString());
-    for (int i = 0; i < MDARecCount(forms); ++i) {
-      const MDRData* const row = MDARec(forms, 0, i);
-      if (text(forms, row, "file_") != wanted) continue;
-      title = shown(text(forms, row, "caption"));
-      return;
-    }
-  });
-  return title;
+QString formTitle(StationServer& server, const QString& file) {
+  CMDArray forms;
+  const std::string wanted = server::toCodePage(file.toStdString());
+  if (!rowsOf(server, "TableRecords", "ObjectForms,file_,caption", &forms)) return file;
+  for (int i = 0; i < MDARecCount(forms.array); ++i) {
+    const MDRData* const row = MDARec(forms.array, 0, i);
+    if (text(forms, row, "file_") == wanted) return shown(text(forms, row, "caption"));
+  }
+  return file;
+}
+
+std::vector<server::LiveValue> history(StationServer& server, int locId, double from, double to) {
+  CMDArray rows;
+  const std::string body =
+      QString("locId=%1\nfrom=%2\nto=%3").arg(locId).arg(from, 0, 'f', 12).arg(to, 0, 'f', 12).toStdString();
+  std::vector<server::LiveValue> values;
+  if (!rowsOf(server, "ValueHistory", body, &rows)) return values;
+  for (int i = 0; i < MDARecCount(rows.array); ++i) {
+    const MDRData* const row = MDARec(rows.array, 0, i);
+    server::LiveValue value;
+    MDRGetAsDouble(MDRFldByName(rows.array, "time"), row, &value.time);
+    value.quality = static_cast<server::Quality>(number(rows, row, "quality"));
+    double figure = 0;
+    if (MDRGetAsDouble(MDRFldByName(rows.array, "value"), row, &figure) >= 0)
+      value.value = figure;
+    else
+      value.value = text(rows, row, "text");
+    values.push_back(std::move(value));
+  }
+  return values;
+}
+
+std::optional<server::LiveValue> currentValue(StationServer& server, int locId) {
+  constexpr double kAlways = 1e6;
+  std::vector<server::LiveValue> values = history(server, locId, 0, kAlways);
+  if (values.empty()) return std::nullopt;
+  return std::move(values.back());
 }
 
 QString classTitle(const QString& className) {

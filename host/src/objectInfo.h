@@ -2,13 +2,13 @@
 #ifndef TLMHOST_OBJECTINFO_H
 #define TLMHOST_OBJECTINFO_H
 
-#include <TlmServer/Core.h>
 #include <TlmServer/LiveValues.h>
 
 #include <QDateTime>
 #include <QString>
 
 #include <optional>
+#include <vector>
 
 namespace tlm {
 
@@ -23,11 +23,17 @@ struct ObjectInfo {
   int decimals = -1;
 };
 
-// Empty when there is no such object. Any thread.
-std::optional<ObjectInfo> findObject(const server::Core& core, const QString& key);
+class StationServer;
+
+// Empty when there is no such object, or no answer.
+std::optional<ObjectInfo> findObject(StationServer& server, const QString& key);
 
 // The title of a form file that is linked with the object; the file's own name when it has none.
-QString formTitle(const server::Core& core, const QString& file);
+QString formTitle(StationServer& server, const QString& file);
+
+// What was measured between two times (server time), oldest first; the last is the current value.
+std::vector<server::LiveValue> history(StationServer& server, int locId, double from, double to);
+std::optional<server::LiveValue> currentValue(StationServer& server, int locId);
 
 QString classTitle(const QString& className);  // "Аналоговое измерение"
 QString qualityText(server::Quality quality);  // "достоверно"

@@ -1,5 +1,8 @@
 #include "stationOptions.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
 namespace tlm {
 namespace {
 
@@ -12,7 +15,7 @@ struct TextOption {
 
 constexpr TextOption kTexts[] = {
     {"--store", &StationOptions::storeFile, "ФАЙЛ", "файл модели; если его нет, создается с примером сети"},
-    {"--server", &StationOptions::serverAddress, "АДРЕС", "сервер модели в сети"},
+    {"--server", &StationOptions::serverAddress, "АДРЕС", "сервер модели в сети: УЗЕЛ:ПОРТ или unix:ПУТЬ"},
     {"--module", &StationOptions::moduleName, "ИМЯ", "модуль, который открывается (config)"},
     {"--library", &StationOptions::libraryFile, "ФАЙЛ", "библиотека модуля (libTlmMeas.so.2)"},
     {"--settings", &StationOptions::settingsFile, "ФАЙЛ", "где хранится вид окон"},
@@ -59,6 +62,11 @@ bool readSwitch(const QString& name, StationOptions* options) {
 
 }  // namespace
 
+QString loggedIn() {
+  const passwd* const entry = getpwuid(getuid());
+  return entry ? QString::fromLocal8Bit(entry->pw_name) : QString("engineer");
+}
+
 bool readOptions(const QStringList& arguments, StationOptions* options, QString* message, int* exitCode) {
   const auto stop = [&](int code, const QString& text) {
     *exitCode = code;
@@ -75,10 +83,8 @@ bool readOptions(const QStringList& arguments, StationOptions* options, QString*
       return stop(kExitUsage, QString("После %1 нужно значение: %2\n").arg(name, option->value));
     options->*option->member = arguments.at(++i);
   }
-  if (options->serverAddress.isEmpty()) return true;
-  return stop(kExitServer, QString("Подключение к серверу «%1»: связь по сети в эту сборку не входит.\n"
-                                   "Запустите программу без --server, и сервер будет работать внутри нее.\n")
-                               .arg(options->serverAddress));
+  if (options->serverAddress.isEmpty() || options->storeFile.isEmpty()) return true;
+  return stop(kExitUsage, QString("Модель лежит либо в файле (--store), либо на сервере (--server).\n"));
 }
 
 }  // namespace tlm

@@ -21,6 +21,9 @@ struct StationOptions {
   bool simulator = true;
 };
 
+// Who works at this machine.
+QString loggedIn();
+
 // Reads the arguments behind the program's name. False: the program ends with *exitCode after *message has
 // been told (on the output for --help, else on the error stream).
 bool readOptions(const QStringList& arguments, StationOptions* options, QString* message, int* exitCode);

@@ -1,5 +1,6 @@
 #include "stationServer.h"
 
+#include <TlmClient/NetTransport.h>
 #include <TlmServer/Catalogue.h>
 #include <TlmServer/Paths.h>
 #include <TlmServer/SampleModel.h>
@@ -7,12 +8,15 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include "host/embedded/EmbeddedTransport.h"
+
 namespace tlm {
 namespace {
 
 constexpr uint64_t kSeed = 2101;
 constexpr int kTickMs = 2000;
 constexpr int kPastMinutes = 30;
+constexpr int kAnswerMs = 1000;
 constexpr double kMinute = 1.0 / (24 * 60);
 
 struct ProblemText {
@@ -47,6 +51,35 @@ QString ownStore(QString* problem) {
   return {};
 }
 
+std::unique_ptr<ITransport> connectTo(const QString& address, const QString& user, QString* problem) {
+  NetLine line;
+  line.address = address.toStdString();
+  line.user = user.toStdString();
+  std::string why;
+  auto transport = connectToServer(line, &why);
+  if (!transport) {
+    *problem = QString("Сервер «%1» не отвечает.\n\nПодробности: %2").arg(address, QString::fromStdString(why));
+  }
+  return transport;
+}
+
+std::optional<std::string> part(const MDXCliParam* reply, int position) {
+  const MDRField* const field = MDXParamFld(reply, position);
+  if (MDRIsNull(field, reply, nullptr) != 0) return std::nullopt;
+  int length = 0;
+  void* data = nullptr;
+  MDRGetTextRef(field, reply, &length, &data);
+  return data ? std::string(static_cast<const char*>(data), static_cast<size_t>(length)) : std::string();
+}
+
+wire::Reply replyOf(const MDXCliParam* record) {
+  wire::Reply reply;
+  MDRGetAsInt32(MDXParamFld(record, MDX_REPLY_STATUS), record, &reply.status);
+  reply.payload = part(record, MDX_REPLY_PAYLOAD);
+  reply.text = part(record, MDX_REPLY_TEXT);
+  return reply;
+}
+
 }  // namespace
 
 QString storeProblem(server::StoreError why, const QString& file, const QString& detail) {
@@ -77,13 +110,41 @@ std::unique_ptr<StationServer> StationServer::open(const QString& file, QString*
 StationServer::StationServer(std::unique_ptr<server::Core> core, QString name)
     : core_(std::move(core)), name_(std::move(name)) {}
 
+StationServer::StationServer(std::unique_ptr<TlmSession> session, QString address)
+    : session_(std::move(session)), name_(std::move(address)) {}
+
 StationServer::~StationServer() = default;
+
+std::unique_ptr<StationServer> StationServer::connect(const QString& address, const QString& user, QString* problem) {
+  auto transport = connectTo(address, user, problem);
+  if (!transport) return nullptr;
+  auto session = std::make_unique<TlmSession>(std::move(transport));
+  return std::unique_ptr<StationServer>(new StationServer(std::move(session), address));
+}
+
+std::unique_ptr<ITransport> StationServer::line(const QString& user, QString* problem) {
+  if (remote()) return connectTo(name_, user, problem);
+  return std::make_unique<EmbeddedTransport>(*core_, server::Caller{user.toStdString()});
+}
+
+wire::Reply StationServer::ask(const std::string& request, const std::string& body) {
+  if (core_) return core_->execute(wire::Request{wire::RequestKind::kPacket, request, body}, {});
+  MDXCliParam* record = nullptr;
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(body.data());
+  if (!session_->PacketExec(request.c_str(), bytes, static_cast<int>(body.size()), &record) ||
+      !session_->WaitResult(&record, kAnswerMs)) {
+    return wire::Reply::failure(wire::kUnavailable, {});
+  }
+  wire::Reply reply = replyOf(record);
+  session_->PrmFree(record);
+  return reply;
+}
 
 void StationServer::startSimulator() {
   simulator_ = std::make_unique<server::Simulator>(*core_, kSeed);
   const double now = server::systemTime();
   for (int minutes = kPastMinutes; minutes >= 0; --minutes) simulator_->tick(now - minutes * kMinute);
-  connect(&tick_, &QTimer::timeout, this, [this] { simulator_->tick(server::systemTime()); });
+  QObject::connect(&tick_, &QTimer::timeout, this, [this] { simulator_->tick(server::systemTime()); });
   tick_.start(kTickMs);
 }
 

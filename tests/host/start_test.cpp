@@ -64,11 +64,16 @@ TEST(Options, AnswerHelp) {
   EXPECT_TRUE(result.message.contains("--store"));
 }
 
-TEST(Options, SayThatThereIsNoLineToAServerInTheNetwork) {
+TEST(Options, NameAServerOnTheNetwork) {
   const Read result = read({"--server", "host:1234"});
+  EXPECT_TRUE(result.ok);
+  EXPECT_EQ(result.options.serverAddress, "host:1234");
+}
+
+TEST(Options, RefuseAServerBesideAStore) {
+  const Read result = read({"--server", "host:1234", "--store", "a.tlm"});
   EXPECT_FALSE(result.ok);
-  EXPECT_EQ(result.exitCode, kExitServer);
-  EXPECT_TRUE(result.message.contains("host:1234"));
+  EXPECT_EQ(result.exitCode, kExitUsage);
 }
 
 // ---- the store ----
@@ -192,10 +197,10 @@ Ended program(const QStringList& arguments) {
   return {process.exitCode(), QString::fromUtf8(process.readAllStandardError())};
 }
 
-TEST(Program, EndsWithACodeAndATextWhenAServerIsNamed) {
-  const Ended ended = program({"--server", "host:1"});
+TEST(Program, EndsWithACodeAndATextWhenTheServerDoesNotAnswer) {
+  const Ended ended = program({"--server", "unix:/nowhere.sock"});
   EXPECT_EQ(ended.code, kExitServer);
-  EXPECT_TRUE(ended.error.contains("host:1"));
+  EXPECT_TRUE(ended.error.contains("unix:/nowhere.sock"));
 }
 
 TEST(Program, EndsWithACodeAndATextWhenTheLibraryIsBad) {

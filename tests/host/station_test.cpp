@@ -7,8 +7,11 @@
 #include <TlmServer/MemoryStore.h>
 
 #include <QPointer>
+#include <QStatusBar>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTextCodec>
+#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -208,22 +211,89 @@ TEST_F(Station, GivesTheNumberOfAClosedWindowAway) {
 
 // ---- refused writes and messages ----
 
-TEST_F(Station, TellsOfARefusedWrite) {
-  StationWindow* const window = open();
-  EXPECT_EQ(window->refusedText(), QString());
+// A block that nobody waits for and that the server does not take.
+void sendWhatIsRefused(StationWindow* window) {
   CMDArray rows;
   const MDRFldDesc field{"NoSuchField", 0, MDX_INT32, {}};
   MDAFldAdd(rows.array, 1, &field);
   MDRData* const record = rows.RecPost(MDARecNew(rows.array));
   MDRSetFlags(record, MDX_REC_UPDATE);
-  CTlmCliSes* const session = window->module()->abo->Session();
-  ASSERT_TRUE(session->SqlUpdate("Analog", rows.array, true, nullptr));
-  EXPECT_TRUE(processUntil([&] { return !window->refusedText().isEmpty(); }));
+  const QString before = window->refusedText();
+  ASSERT_TRUE(window->module()->abo->Session()->SqlUpdate("Analog", rows.array, true, nullptr));
+  EXPECT_TRUE(processUntil([&] { return window->refusedText() != before; }));
+}
+
+QToolButton* anewButton(StationWindow* window) { return window->statusBar()->findChild<QToolButton*>(); }
+
+TEST_F(Station, TellsOfARefusedWriteAndOffersToLoadAnew) {
+  StationWindow* const window = open();
+  EXPECT_EQ(window->refusedText(), QString());
+  EXPECT_FALSE(anewButton(window)->isVisible());
+  sendWhatIsRefused(window);
   EXPECT_EQ(window->refusedText(), "Отказов записи: 1");
+  EXPECT_TRUE(anewButton(window)->isVisible());
   ASSERT_NE(window->question(), nullptr);
   EXPECT_EQ(window->question()->titleText(), "Изменения не записаны");
-  answerBox(window->question(), 0);
+  EXPECT_TRUE(window->question()->messageText().startsWith("Сервер не принял изменения: "));
+  EXPECT_TRUE(window->question()->messageText().endsWith("Загрузить модель заново?"));
+  EXPECT_EQ(window->question()->type(), kBoxYesNo);
+  answerBox(window->question(), 1);
+}
+
+TEST_F(Station, KeepsItsModuleWhenTheOfferIsDeclined) {
+  StationWindow* const window = open();
+  CTlmCliMod* const module = window->module();
+  sendWhatIsRefused(window);
+  answerBox(window->question(), 1);
   EXPECT_FALSE(window->question()->isVisible());
+  EXPECT_EQ(window->module(), module);
+  EXPECT_EQ(log, QStringList("start, shown"));
+  EXPECT_EQ(window->refusedText(), "Отказов записи: 1");
+  sendWhatIsRefused(window);
+  EXPECT_EQ(window->refusedText(), "Отказов записи: 2");
+  answerBox(window->question(), 1);
+}
+
+TEST_F(Station, LoadsAnewWithTheStateOfTheModuleThatGoes) {
+  StationWindow* const window = open();
+  static_cast<PlainModule*>(window->module())->state = "splitter";
+  log.clear();
+  sendWhatIsRefused(window);
+  answerBox(window->question(), 0);
+  EXPECT_EQ(log, QStringList({"stop", "deleted", "state splitter", "start, shown"}));
+  EXPECT_EQ(window->refusedText(), QString());
+  EXPECT_FALSE(anewButton(window)->isVisible());
+  EXPECT_EQ(window->centralWidget(), window->module());
+  EXPECT_EQ(window->module()->instance, "1");
+  sendWhatIsRefused(window);
+  EXPECT_EQ(window->refusedText(), "Отказов записи: 1") << "the new session is watched";
+  answerBox(window->question(), 1);
+}
+
+TEST_F(Station, LoadsAnewFromTheStatusBar) {
+  StationWindow* const window = open();
+  sendWhatIsRefused(window);
+  answerBox(window->question(), 1);
+  log.clear();
+  QTest::mouseClick(anewButton(window), Qt::LeftButton);
+  EXPECT_EQ(log, QStringList({"stop", "deleted", "state kept", "start, shown"}));
+}
+
+TEST_F(Station, WarnsThatLoadingAnewDropsWhatIsNotSaved) {
+  StationWindow* const window = open();
+  window->module()->SetIsEdit(true);
+  sendWhatIsRefused(window);
+  EXPECT_TRUE(window->question()->messageText().endsWith("Несохраненные изменения пропадут."));
+  answerBox(window->question(), 0);
+  EXPECT_EQ(window->editText(), "Изменений нет");
+}
+
+TEST_F(Station, TellsWhenTheModuleDoesNotComeBack) {
+  StationWindow* const window = open();
+  startResult = 0;
+  EXPECT_FALSE(window->loadAnew());
+  EXPECT_EQ(window->question()->messageText(), "Модуль «config» не запустился.");
+  answerBox(window->question(), 0);
 }
 
 TEST_F(Station, TellsAboutItself) {
@@ -300,7 +370,7 @@ TEST_F(Station, RefusesAFormOfAnObjectThatIsGone) {
 }
 
 TEST_F(Station, SaysTheStateOfADiscreteInItsOwnWords) {
-  const auto object = findObject(server.core(), QString::fromStdString(keyOf("Q-110")));
+  const auto object = findObject(server, QString::fromStdString(keyOf("Q-110")));
   ASSERT_TRUE(object.has_value());
   EXPECT_EQ(object->unitName, "КП-1");
   EXPECT_EQ(shownValue({0, server::Quality::kGood, 1.0}, *object), "1 (Включен)");
