@@ -6,6 +6,7 @@
 #include "values.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 namespace tlm::server {
@@ -44,9 +45,20 @@ std::string fieldError(int code) {
   return "значение нельзя записать";
 }
 
+// The most characters of a text field; each is a byte in the code page. 0 without a limit.
+uint32_t longestText(const FieldDef& def) {
+  const std::string_view limit = paramValue(def.param, "LEN");
+  uint32_t length = 0;
+  std::from_chars(limit.data(), limit.data() + limit.size(), length);
+  return length;
+}
+
 // Writes one value of a change into the new row; an empty text, or what is wrong.
 std::string setField(const FieldDef& def, const MDRField* to, MDRData* row, MDRVar value) {
   if (!isFinite(value)) return "не число";
+  const bool isText = value.type == MDX_TEXT || value.type == MDX_MEMO;
+  if (const uint32_t limit = isText && !isNull(value) ? longestText(def) : 0; limit > 0 && value.text.length > limit)
+    return "текст длиннее " + std::to_string(limit) + " символов";
   if (isFolderLink(def) && !isNull(value) && value.text.length == 0) value.isNull = 1;
   const int code = MDRSetVal(to, row, &value);
   return code < 0 ? fieldError(code) : std::string();

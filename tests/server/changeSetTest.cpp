@@ -120,6 +120,14 @@ TEST_F(ChangeSetTest, ATextLongerThanItsFieldIsRefused) {
   expectRefused({request}, wire::kRefused, "текст длиннее поля");
 }
 
+TEST_F(ChangeSetTest, ATextOverTheLimitOfTheCatalogueIsRefused) {
+  const auto renamed = [&](size_t length) {
+    return Update("IdentifiedObject").update(key("A1"), {{"name_", std::string(length, 'a')}});
+  };
+  expectRefused({renamed(201)}, wire::kRefused, "name_: текст длиннее 200 символов");
+  EXPECT_EQ(status({renamed(200)}), wire::kOk);
+}
+
 TEST_F(ChangeSetTest, AValueThatIsNoNumberIsRefused) {
   expectRefused({Update("Analog").update(key("A1"), {{"scale_", std::numeric_limits<double>::infinity()}})},
                 wire::kRefused, "не число");

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 
+#include "AddRoad.h"
 #include "EditRoad.h"
 #include "PassportRoad.h"
 
@@ -23,6 +24,7 @@ int play(const QDir& folder) {
   tlm::tour::Report report(folder);
   bool played = tlm::tour::EditRoad(*library, QDir(scratch.path()), report).play();
   played = tlm::tour::PassportRoad(*library, QDir(scratch.path()), report).play() && played;
+  played = tlm::tour::AddRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
 }
 
