@@ -113,7 +113,7 @@ struct Entries : FirstWords<W>, FurtherWords<W> {
   }
   // What an insert at a place moves and writes.
   void fetchMoved(int at) const {
-    const auto moved = static_cast<size_t>(count - at + 1);
+    const auto moved = static_cast<size_t>(count - at) + 1;
     if constexpr (W > 1) fetch(this->rest.data() + at, moved * sizeof this->rest[0]);
     fetch(record.data() + at, moved * sizeof record[0]);
   }
