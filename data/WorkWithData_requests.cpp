@@ -149,7 +149,7 @@ bool CTlmMeasConfig::FillCmdArray(CTlmCliSes* ses, std::string requestBody, CMDA
                                QMessageBox::Ok);
       return false;
     }
-    if (!unpackReply(reply, &out, 1)) return false;
+    unpackReply(reply, &out, 1);  // the status alone decides: a good reply may come without a payload
     readAll(out);
     return true;
   });

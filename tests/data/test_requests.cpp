@@ -211,11 +211,18 @@ TEST_F(RequestsTest, FillCmdArrayShowsABoxForAStatus) {
 
 TEST_F(RequestsTest, FillCmdArrayIsQuietWithoutAReply) {
   CMDArray out;
-  for (const Fail fail : {Fail::kRefuseToSend, Fail::kTimeOut, Fail::kNoReply, Fail::kEmptyPayload}) {
+  for (const Fail fail : {Fail::kRefuseToSend, Fail::kTimeOut, Fail::kNoReply}) {
     app->failures.clear();
     app->failures.add("PacketExec TableRecords", fail);
     EXPECT_FALSE(module->FillCmdArray(session(), "RemoteUnit", out));
   }
+}
+
+TEST_F(RequestsTest, FillCmdArrayIsContentWithAGoodStatusAlone) {
+  CMDArray out;
+  app->failures.add("PacketExec TableRecords", Fail::kEmptyPayload);
+  EXPECT_TRUE(module->FillCmdArray(session(), "RemoteUnit", out));
+  EXPECT_EQ(MDARecCount(out.array), 0);
 }
 
 }  // namespace

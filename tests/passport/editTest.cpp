@@ -137,6 +137,29 @@ TEST_F(Edit, DropsARefusedNumberWhenTheFocusGoes) {
   EXPECT_FALSE(passport_->HasChanges());
 }
 
+TEST_F(Edit, KeepsToTheLengthOfATextField) {
+  show("P Т-1");
+  auto* field = qobject_cast<QLineEdit*>(openEditor("IdentifiedObject.shortName"));
+  ASSERT_TRUE(field);
+  QTest::keyClicks(field, QString(60, 'a'));
+  EXPECT_EQ(messages_->count(), 0);
+  QTest::keyClicks(field, "b");
+  EXPECT_EQ(field->text(), QString(60, 'a'));
+  ASSERT_EQ(messages_->count(), 1);
+  EXPECT_EQ(messages_->at(0).at(0).toString(), u8("Текст не может быть длиннее 60 символов."));
+}
+
+TEST_F(Edit, KeepsToTheLengthOfALongText) {
+  show("P Т-1");
+  auto* memo = qobject_cast<QPlainTextEdit*>(openEditor("IdentifiedObject.description"));
+  ASSERT_TRUE(memo);
+  memo->setPlainText(QString(2000, 'a'));
+  EXPECT_EQ(messages_->count(), 0);
+  memo->insertPlainText("b");
+  EXPECT_EQ(memo->toPlainText(), QString(2000, 'a'));
+  EXPECT_EQ(messages_->count(), 1);
+}
+
 TEST_F(Edit, RefusesCharactersThatTheCodePageLacks) {
   show("P Т-1");
   type("IdentifiedObject.name_", u8("Ток Ω"));

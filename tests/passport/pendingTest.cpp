@@ -205,6 +205,15 @@ TEST_F(Pending, SaysWhenAListCannotBeLoaded) {
   press(Qt::Key_Escape);
 }
 
+TEST_F(Pending, FallsBackOnItsOwnTableWhenAListCannotBeLoaded) {
+  ASSERT_TRUE(passport_->FillCMDArray(session(), "MeasurementUnit"));
+  show("P Т-1");
+  failures_.add("PacketExec TableRecords MeasurementUnit", Fail::kStatus);
+  type("Measurement.UnitKey", u8("Мвар"));
+  EXPECT_EQ(messages_->count(), 0);
+  EXPECT_EQ(text("Measurement.UnitKey"), u8("Мвар"));
+}
+
 TEST_F(Pending, ShowsTheCalculationOfAMeasurementInATab) {
   EXPECT_TRUE(passport_->FillCMDArray(session(), "Calculations"));
   show("P Т-1");

@@ -200,6 +200,58 @@ TEST_F(Show, MergesThroughTheCallback) {
   EXPECT_EQ(merged.asked, fields);
 }
 
+TEST_F(Show, MarksWhereSeveralObjectsDiffer) {
+  ASSERT_TRUE(load(&model_, key("P Т-1")));
+  Merged merged;
+  merged.texts = {{"IdentifiedObject.name_", ""},   {"Measurement.staleTime", "0"},
+                  {"Measurement.UnitKey", ""},      {"Measurement.work_", "PartiallyChecked"},
+                  {"Analog.highAlarm", "125.5"},    {"IdentifiedObject.shortName", ""},
+                  {"Measurement.CheckArch", "true"}};
+  passport_->SetObject(key("P Т-1"), &model_, session(), nullptr, &merged, true, false);
+  const auto tip = [&](const char* id) { return cell(id).data(Qt::ToolTipRole).toString(); };
+  const QString differ = u8("У выбранных объектов значения различаются");
+  for (const char* id : {"IdentifiedObject.name_", "Measurement.staleTime", "Measurement.UnitKey", "Measurement.work_"})
+    EXPECT_EQ(tip(id), differ) << id;
+  for (const char* id : {"Analog.highAlarm", "IdentifiedObject.shortName", "Measurement.CheckArch"})
+    EXPECT_EQ(tip(id), "") << id;
+  type("Measurement.staleTime", "5");
+  EXPECT_EQ(tip("Measurement.staleTime"), u8("Изменено, не сохранено"));
+}
+
+TEST_F(Show, NamesTheFieldInFullInItsTip) {
+  show("P Т-1");
+  EXPECT_EQ(cell("Analog.highAlarm", 0).data(Qt::ToolTipRole).toString(), u8("Аварийный верхний предел"));
+}
+
+TEST_F(Show, GivesTheLiveValueTheWholeRow) {
+  show("P Т-1");
+  EXPECT_TRUE(tree_->isFirstColumnSpanned(0, {}));
+  EXPECT_FALSE(tree_->isFirstColumnSpanned(0, cell("IdentifiedObject.name_").parent()));
+}
+
+TEST_F(Show, KeepsTheWidthOfItsColumnsWhetherLongOrShort) {
+  show("P Т-1");
+  const int wide = tree_->viewport()->width();
+  passport_->SetDeclare(u8("Модель"), 12, u8("Наименование"));
+  settle();
+  EXPECT_EQ(tree_->viewport()->width(), wide);
+}
+
+TEST_F(Show, SaysThatAReferredRowIsGone) {
+  ASSERT_TRUE(load(&model_, key("P Т-1")));
+  TModelRecord rows[3];
+  ASSERT_EQ(model_.GetRecordsByKey(key("P Т-1").toStdString(), rows), 3);
+  const QByteArray gone(32, 'G');
+  MDRVar value{};
+  value.type = MDX_TEXT;
+  value.text.length = 32;
+  value.text.data = gone.constData();
+  MDRSetVal(MDRFldByName(rows[1].table->Array(), "UnitKey"), rows[1].record, &value);
+  passport_->SetObject(key("P Т-1"), &model_, session(), nullptr, nullptr, true, false);
+  EXPECT_EQ(text("Measurement.UnitKey"), u8("(запись удалена)"));
+  EXPECT_EQ(prop("Measurement", "UnitKey"), QString::fromLatin1(gone));
+}
+
 TEST_F(Show, HasNoLiveRowForSeveralObjects) {
   ASSERT_TRUE(load(&model_, key("P Т-1")));
   Merged merged;
