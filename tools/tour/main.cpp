@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "AddRoad.h"
+#include "DeleteRoad.h"
 #include "EditRoad.h"
 #include "PassportRoad.h"
 
@@ -25,6 +26,7 @@ int play(const QDir& folder) {
   bool played = tlm::tour::EditRoad(*library, QDir(scratch.path()), report).play();
   played = tlm::tour::PassportRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::AddRoad(*library, QDir(scratch.path()), report).play() && played;
+  played = tlm::tour::DeleteRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
 }
 
