@@ -218,6 +218,16 @@ TEST_F(Show, MarksWhereSeveralObjectsDiffer) {
   EXPECT_EQ(tip("Measurement.staleTime"), u8("Изменено, не сохранено"));
 }
 
+TEST_F(Show, RefreshesTheSameRowsForAnotherObjectOfTheClass) {
+  show("P Т-1");
+  QSignalSpy resets(tree_->model(), &QAbstractItemModel::modelReset);
+  show("Q Т-1");
+  EXPECT_EQ(resets.count(), 0) << "rows made anew flicker while a key is held down";
+  EXPECT_EQ(text("IdentifiedObject.name_"), u8("Q Т-1"));
+  show("В-110");
+  EXPECT_EQ(resets.count(), 1);
+}
+
 TEST_F(Show, NamesTheFieldInFullInItsTip) {
   show("P Т-1");
   EXPECT_EQ(cell("Analog.highAlarm", 0).data(Qt::ToolTipRole).toString(), u8("Аварийный верхний предел"));
