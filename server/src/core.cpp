@@ -81,6 +81,7 @@ struct Core::State {
   ModelTables tables;
   CatalogueParts parts;
   LiveValues live;
+  ScriptCache scripts;
   Publisher publisher;
 
   // Taken in this order. The first is held through a whole commit and guards the store; the second is held
@@ -203,7 +204,7 @@ void Core::State::rememberRefusal(const std::string& block, const Reply& reply) 
 std::vector<Reply> Core::State::answerAll(Requests requests) {
   std::vector<Reply> replies;
   const std::shared_lock lock(tablesMutex);
-  const RequestContext context{tables, live, parts, options, options.clock()};
+  const RequestContext context{tables, live, parts, options, scripts, options.clock()};
   for (const wire::Request& request : requests) {
     const bool written = request.kind == wire::RequestKind::kUpdate;
     replies.push_back(written ? Reply{} : answer(context, request));

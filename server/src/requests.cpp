@@ -74,7 +74,7 @@ Reply script(const RequestContext& context, const wire::Request& request) {
   const Arguments arguments(request.body);
   if (!arguments.ok()) return Reply::failure(wire::kMalformed, "script: arguments cannot be read");
   std::string error;
-  const auto compiled = Script::compile(request.name, &error);
+  const auto compiled = context.scripts.compiled(request.name, &error);
   if (!compiled) return Reply::failure(wire::kScriptError, error);
   CVar result;
   CVarInit(&result, 1);

@@ -8,6 +8,8 @@
 
 #include <string_view>
 
+#include "scriptCache.h"
+
 namespace tlm::server {
 
 class CatalogueParts;
@@ -18,6 +20,7 @@ struct RequestContext {
   LiveValues& live;
   const CatalogueParts& parts;
   const CoreOptions& options;
+  ScriptCache& scripts;
   double now;
 };
 
