@@ -297,6 +297,20 @@ TEST_F(Adding, CreateNodeNeedsOneOfTheThreeTables) {
   EXPECT_FALSE(node.isFolder);
 }
 
+class AddingToNothing : public ModuleWindow {
+ protected:
+  AddingToNothing() : ModuleWindow("unit КП-1\n") {}
+};
+
+TEST_F(AddingToNothing, TheFirstMeasurementOfAllHasItsRow) {
+  start();
+  const QModelIndex unit = module->treeModel->findByKey(key("КП-1"));
+  module->AddMeasForRTU(unit, QString(), false, QString());
+  ASSERT_TRUE(module->treeModel->AddNode(unit, "Analog", key("КП-1"), false));
+  EXPECT_EQ(treeText(*module->treeModel).section('\n', 2, 2).mid(4).section(' ', 1), "Новое аналоговое измерение");
+  EXPECT_EQ(keyOf(tree()->currentIndex()).size(), 32);
+}
+
 // ---- objects that the module holds -----------------------------------------------------------------------
 
 TEST_F(Adding, AKnownMeasurementJoinsItsGroupWithoutFocus) {
