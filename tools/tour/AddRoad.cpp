@@ -79,6 +79,7 @@ QString AddRoad::add(const QString& stepName, const char* action) {
 
 void AddRoad::type(const char* field, const QString& text) {
   QTreeView* sheet = stage_->sheet();
+  QApplication::setActiveWindow(stage_->window());  // a platform without windows does not give it back after a menu
   const QModelIndex row = stage_->row(sheet, u8(field));
   stage_->doubleClick(sheet, row.sibling(row.row(), 1));
   QWidget* editor = QApplication::focusWidget();
