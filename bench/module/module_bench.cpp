@@ -14,6 +14,7 @@
 
 #include "StandardTree.h"
 #include "Station.h"
+#include "tree_bench.h"
 
 namespace tlm::bench {
 namespace {
@@ -221,6 +222,7 @@ void addModuleBenches(Registry& registry) {
   registry.add("expand.all", expandAllBench);
   registry.add("find.key", findKeyBench);
   registry.add("repaint", repaintBench);
+  addTreeBenches(registry);
 }
 
 }  // namespace tlm::bench
