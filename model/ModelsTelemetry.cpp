@@ -93,7 +93,10 @@ QModelIndex MeasConfTreeModel::findByKey(const QString& key) const {
 void MeasConfTreeModel::setRootNode(myConfNode* root) {
   if (rootNode == root) keys_.remove(root);  // the same tree again, perhaps with more in it
   keys_.clear();
-  if (rootNode != root) delete rootNode;
+  if (rootNode != root) {  // no reset tells whoever keeps an index of the old tree
+    for (const QModelIndex& index : persistentIndexList()) changePersistentIndex(index, QModelIndex());
+    delete rootNode;
+  }
   rootNode = root;
   reader();
   keys_.add(root);
