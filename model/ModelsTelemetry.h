@@ -111,6 +111,8 @@ class MeasConfTreeModel : public QAbstractItemModel {
   bool DelNode(const QModelIndex& index, QStringList* removed);
   // Takes out and destroys children, without notifications: those are the caller's.
   bool prepareRemoveRows(int row, int count, myConfNode* parent, QStringList* removed);
+  // True while the views are told that rows go: the tree must not be changed then.
+  bool rowsAreGoing() const { return rowsGoing_; }
 
   // ---- ModelsTelemetry_moving.cpp ----------------------------------------------------------------------
   // Hangs a node under another folder or unit; a measurement into its group there, which is made when missing. A
@@ -174,6 +176,7 @@ class MeasConfTreeModel : public QAbstractItemModel {
   void noteDefaultUnit(myConfNode* node);
   myConfNode* defaultUnit_ = nullptr;
   myConfNode* insertParent_ = nullptr;  // between BeginInsertRows and EndInsertRows
+  bool rowsGoing_ = false;
   int insertFirst_ = 0;
   int insertLast_ = -1;
 };

@@ -18,10 +18,12 @@ bool MeasConfTreeModel::DelNode(const QModelIndex& index, QStringList* removed) 
 bool MeasConfTreeModel::removeChildren(myConfNode* owner, int row, int count, QStringList* removed) {
   const QModelIndex parent = indexOf(owner);
   settleIndexes(owner, row, count);
+  rowsGoing_ = true;
   beginRemoveRows(parent, row, row + count - 1);
   prepareRemoveRows(row, count, owner, removed);
   const bool done = removeRows(row, count, parent);
   endRemoveRows();
+  rowsGoing_ = false;
   settleIndexes();
   return done;
 }

@@ -417,13 +417,13 @@ class CTlmMeasConfig : public CTlmCliMod {
   bool checkedForSave(const QStringList& tables, const QList<CMDArray*>& arrays, bool single);
   bool keepsNumber(const CMDArray& array, int locId) const;
   QString refusal(const QString& table, CMDArray* array, bool single);
-  void queueRecords(const QString& table, CMDArray& source, bool insert, bool calculationsMayInsert);
+  void queueRecords(const QString& table, CMDArray& source, bool insert, bool ofPassport);
   bool endBlock(bool wait);
   bool commitDeletes();
   bool commitInsert(const QStringList& tables, const QList<CMDArray*>& arrays);
   bool commitUpdate(const QStringList& tables, const QList<CMDArray*>& arrays);
   void noteOwnMoves(const CMDArray& array, const MDRData* record, const QString& key);
-  bool sendRecords(const QStringList& tables, const QList<CMDArray*>& arrays, bool insert, bool calculationsMayInsert,
+  bool sendRecords(const QStringList& tables, const QList<CMDArray*>& arrays, bool insert, bool ofPassport,
                    bool wait);
 
   // _search

@@ -63,18 +63,20 @@ void CTlmMeasConfig::ExecActAdd(QString ClassName, QString KeyLinkRTU, bool fl_r
   actAgregData->setEnabled(false);
 }
 
-// The new object leaves the tree, the arrays and the list of units, whatever is current.
+// The new object leaves the tree, the arrays and the list of units, whatever is current. Aggregated measurements that
+// came under it, because another client has given its number away meanwhile, go to their real primary.
 void CTlmMeasConfig::takeBackAdded() {
   const QString key = addedKey;
   addedKey.clear();
   if (key.isEmpty()) return;
   const QModelIndex index = rowOf(key);
-  if (index.isValid()) {
-    const QString fallback = keyAbove(index);
-    treeModel->DelNode(index, nullptr);
-    landSelection(fallback);
-  }
+  const QString fallback = keyAbove(index);
+  QStringList removed;
+  if (index.isValid()) treeModel->DelNode(index, &removed);
   for (CMDArray* array : {&measRecords, &tblRemoteUnit, &tblRemoteUnitFolder})
     if (MDRData* record = seekText(*array, 0, key, moduleCodec)) delOwn(*array, record);
   loadedRemoteUnits.removeAll(key);
+  for (const QString& entry : qAsConst(removed))
+    if (!entry.startsWith(QLatin1Char(','))) AddNodeByEvent(entry.section(',', 0, 0), QStringLiteral("Measurement"));
+  if (!removed.isEmpty()) landSelection(fallback);
 }

@@ -100,6 +100,8 @@ void CTlmMeasConfig::OnTV_selectionChanged(QItemSelection selected, QItemSelecti
 // without their signals, which would save once more.
 bool CTlmMeasConfig::leaveEditedObject(const QItemSelection& selected, const QItemSelection& deselected) {
   if (!newObjectInPassport && !passportEdited) return true;
+  // A selected row that goes by an event: what is pending waits, because a refused save would take out rows as well.
+  if (treeModel->rowsAreGoing()) return true;
   onActSave_Triggered();
   if (!saveRefused) return true;
   saveRefused = false;
@@ -149,6 +151,9 @@ void CTlmMeasConfig::showObject(const QModelIndex& index, bool isSelection) {
   myConfNode* node = nodeOf(index);
   if (!node) return;
   rememberSheet(keyOf(index).isEmpty() ? QStringList() : QStringList{keyOf(index)}, numberOf(index));
+  // A form that nobody is filling in, as of an object that went from the server while it was shown, is not to be
+  // written with the next one.
+  if (liteModel.IsEmpty() && !newObjectInPassport && !passportEdited) passport.ClearChanges();
   SheetForm form;
   if (!prepareForm(index, form)) return;
   if (liteModel.IsEmpty()) {

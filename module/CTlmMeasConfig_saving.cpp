@@ -192,18 +192,21 @@ bool CTlmMeasConfig::CheckFillName(QString table, CMDArray* array) {
 
 // Queues the records of one table in the open block. An insert marks every field; an update carries the marks that
 // are there, and notes the keys whose parent link goes along, so that the event is known as this client's own.
-void CTlmMeasConfig::queueRecords(const QString& table, CMDArray& source, bool insert, bool calculationsMayInsert) {
+// The passport's own records tell more: beside a new object edits of others may wait, which stay updates, and a
+// calculation that is not there yet is inserted.
+void CTlmMeasConfig::queueRecords(const QString& table, CMDArray& source, bool insert, bool ofPassport) {
   CMDArray scratch;
   scratch.code = MDACopy(scratch.array, source.array, 0);
   for (int i = 0; i < MDARecCount(source.array); ++i) {
     const MDRData* given = MDARec(source.array, 0, i);
-    MDRData* record = copyRecord(source, given, scratch, insert);
+    const bool isNew = insert && !(ofPassport && MDRGetFlags(given) == MDX_REC_UPDATE);
+    MDRData* record = copyRecord(source, given, scratch, isNew);
     if (!record) continue;
     const QString key = fieldText(source, given, 0, moduleCodec);
     const bool inserts =
-        insert || (calculationsMayInsert && table == kCalculations && !seekText(tblCalculations, 0, key, moduleCodec));
+        isNew || (ofPassport && table == kCalculations && !seekText(tblCalculations, 0, key, moduleCodec));
     MDRSetFlags(record, inserts ? MDX_REC_INSERT : MDX_REC_UPDATE);
-    if (!insert) noteOwnMoves(source, given, key);
+    if (!isNew) noteOwnMoves(source, given, key);
     scratch.RecPost(record);
   }
   if (MDARecCount(scratch.array) > 0)
@@ -264,7 +267,7 @@ bool CTlmMeasConfig::commitDeletes() {
 }
 
 bool CTlmMeasConfig::commitInsert(const QStringList& tables, const QList<CMDArray*>& arrays) {
-  if (!sendRecords(tables, arrays, true, false, true)) {
+  if (!sendRecords(tables, arrays, true, true, true)) {
     showBox(tr(kCommitTitle), tr(kCommitFailed), kBoxError, kBoxOk);
     onActCancel_Triggered();
     return false;
@@ -293,11 +296,11 @@ bool CTlmMeasConfig::Save(QStringList& tables, QList<CMDArray*>& arrays, bool is
 
 // One block with the records of all tables.
 bool CTlmMeasConfig::sendRecords(const QStringList& tables, const QList<CMDArray*>& arrays, bool insert,
-                                 bool calculationsMayInsert, bool wait) {
+                                 bool ofPassport, bool wait) {
   CTlmCliSes* ses = session();
   if (!ses) return false;
   ses->BlockBeg();
-  for (int i = 0; i < tables.size(); ++i) queueRecords(tables[i], *arrays[i], insert, calculationsMayInsert);
+  for (int i = 0; i < tables.size(); ++i) queueRecords(tables[i], *arrays[i], insert, ofPassport);
   return endBlock(wait);
 }
 
