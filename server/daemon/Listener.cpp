@@ -58,8 +58,8 @@ void Listener::subscribe(const v1::Subscription& subscription) {
     const std::lock_guard lock(mutex_);
     plain_ = subscription.plain();
   }
-  house_.core.subscribeValues(this, list(subscription.loc_ids()));
   subscribeEvents(subscription);
+  house_.core.subscribeValues(this, list(subscription.loc_ids()));
   {
     const std::lock_guard lock(mutex_);
     --subscribing_;

@@ -43,6 +43,7 @@ void Publisher::publish(const wire::ParamValue& value) {
 }
 
 void Publisher::deliver(Subscriber* subscriber, Subscription& subscription, const wire::Event& event) {
+  if (subscription.kinds.empty()) return;  // who asks for no events has seen none, and may yet ask for them
   if (event.sequence != 0) {
     if (event.sequence <= subscription.position) return;
     subscription.position = event.sequence;

@@ -11,6 +11,17 @@ class EventTest : public ServerTest {
   Recorder recorder;
 };
 
+// A session that comes back may be told of values before it says after which event it goes on.
+TEST_F(EventTest, CatchingUpIsWholeForOneThatListenedToValuesAlone) {
+  Recorder late;
+  core->subscribeValues(&late, {1001});
+  ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"work_", false}})}), wire::kOk);
+  ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"work_", true}})}), wire::kOk);
+  EXPECT_TRUE(core->subscribe(&late, {602}, 0));
+  EXPECT_EQ(late.story(), "602 Measurement A1; 602 Measurement A1");
+  core->unsubscribe(&late);
+}
+
 TEST_F(EventTest, AnInsertPublishesTheObjectFirstThenItsTables) {
   ASSERT_EQ(status(newMeasurement("A2", "Analog", 2001)), wire::kOk);
   EXPECT_EQ(recorder.story(), "601 IdentifiedObject A2; 601 Measurement A2; 601 Analog A2");
