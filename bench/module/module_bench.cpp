@@ -14,6 +14,8 @@
 
 #include "StandardTree.h"
 #include "Station.h"
+#include "search_bench.h"
+#include "treeEvents_bench.h"
 #include "tree_bench.h"
 
 namespace tlm::bench {
@@ -222,7 +224,9 @@ void addModuleBenches(Registry& registry) {
   registry.add("expand.all", expandAllBench);
   registry.add("find.key", findKeyBench);
   registry.add("repaint", repaintBench);
+  addTreeEventBenches(registry);
   addTreeBenches(registry);
+  addSearchBenches(registry);
 }
 
 }  // namespace tlm::bench

@@ -52,7 +52,7 @@ void rename(CTlmMeasConfig& module, const QString& key, const QString& name) {
   put("KeyLink", key);
   put("name_", name);
   MDRSetFlags(row, 2);
-  MDARecPost(row);
+  MDARecPost(row, nullptr);
   CTlmCliSes* session = module.session();
   MDXCliParam* reply = nullptr;
   session->BlockBeg();

@@ -294,5 +294,52 @@ TEST_F(Events, ReceiptRefreshesTheValueOfTheObjectShown) {
   }
 }
 
+class PublishedReceipts : public Events {
+ protected:
+  // As the server does when a command has ended.
+  void publish(int kind, const char* name, const char* param) {
+    wire::Event event;
+    event.kind = kind;
+    event.key = keyOf(name);
+    event.param = param;
+    server.core()->publish(std::move(event));
+  }
+};
+
+TEST_F(PublishedReceipts, ComeOnceTheWindowAskedForThem) {
+  start();
+  module->PrepareSubEvent(true);
+  const std::pair<int, const char*> texts[] = {{902, "Команда телеуправления не выполнена"},
+                                               {903, "Команда телеуправления выполнена успешно"},
+                                               {904, "Команда телеуправления не выполнена по таймауту"}};
+  for (const auto& [kind, message] : texts) {
+    module->pendingTelecontrol = QList<int>{1003};
+    publish(kind, "Q-110", "id=1003,res=0");
+    ASSERT_TRUE(processUntil([] { return waitingBox() != nullptr; })) << kind;
+    EXPECT_EQ(waitingBox()->messageText(), message);
+    answerBox(waitingBox(), 0);
+    EXPECT_EQ(module->pendingTelecontrol, QList<int>());
+  }
+}
+
+TEST_F(PublishedReceipts, DoNotComeBefore) {
+  start();
+  module->pendingTelecontrol = QList<int>{1003};
+  publish(903, "Q-110", "id=1003,res=0");
+  module->PrepareSubEvent(true);
+  publish(902, "Q-110", "id=1003,res=0");
+  ASSERT_TRUE(processUntil([] { return waitingBox() != nullptr; }));
+  EXPECT_EQ(waitingBox()->messageText(), "Команда телеуправления не выполнена");
+  answerBox(waitingBox(), 0);
+}
+
+TEST_F(PublishedReceipts, FindNothingAfterASecondStart) {
+  start();
+  module->PrepareSubEvent(true);
+  module->pendingTelecontrol = QList<int>{1003};
+  module->ModuleStart();
+  EXPECT_EQ(module->pendingTelecontrol, QList<int>());
+}
+
 }  // namespace
 }  // namespace tlm::test
