@@ -23,9 +23,9 @@ namespace {
 
 constexpr unsigned kSeed = 20261121;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kActs = 600;
+constexpr int kActs = 1500;
 #else
-constexpr int kActs = 3000;
+constexpr int kActs = 4000;
 #endif
 constexpr int kFewest = 12;  // objects below which nothing is removed, and above which nothing is added
 constexpr int kMost = 90;
@@ -99,8 +99,9 @@ struct Window {
  private:
   void collect(const QModelIndex& parent, std::vector<QModelIndex>& all) const {
     for (int i = 0; i < module.treeModel->rowCount(parent); ++i) {
-      all.push_back(module.treeModel->index(i, 0, parent));
-      collect(all.back(), all);
+      const QModelIndex row = module.treeModel->index(i, 0, parent);
+      all.push_back(row);
+      collect(row, all);
     }
   }
 };
