@@ -190,6 +190,13 @@ QByteArray contents(const QString& file) {
 void tellDifference(const QByteArray& ours, const QByteArray& wanted, const QString& name) {
   const QList<QByteArray> a = ours.split('\n');
   const QList<QByteArray> b = wanted.split('\n');
+  for (int i = 0; i < std::min(a.size(), b.size()); ++i) {
+    if (a.at(i) == b.at(i)) continue;
+    const QByteArray before = i > 0 ? a.at(i - 1) : QByteArray();
+    std::fprintf(stderr, "%s differs in line %d, behind %s\n  has   %s\n  wants %s\n", qPrintable(name), i,
+                 before.constData(), a.at(i).constData(), b.at(i).constData());
+    break;
+  }
   int told = 0;
   for (const QByteArray& line : a) {
     if (!b.contains(line) && ++told < 8) std::fprintf(stderr, "%s has  %s\n", qPrintable(name), line.constData());
@@ -224,11 +231,12 @@ bool storm(const Settings& settings) {
     return true;
   };
   // The storm may be over before the last fault, which then meets those who catch up.
-  while (faults.count() < settings.faults || !over()) {
+  while (faults.count() < settings.faults) {
     if (!faults.next()) return std::fprintf(stderr, "soak: the server does not start\n"), false;
     over();
   }
   faults.end();
+  if (!eventually(over, kLongestMs)) return std::fprintf(stderr, "soak: the storm does not end\n"), false;
   QElapsedTimer converging;
   converging.start();
   const int64_t last = witness.mark();

@@ -16,6 +16,7 @@
 
 #include <iostream>
 #include <random>
+#include <set>
 
 #include "CTlmMeasConfig.h"
 #include "ModelsTelemetry.h"
@@ -141,7 +142,7 @@ class Storm {
       : random_(seed), prefix_(std::move(prefix)) {
     for (int i = 0; i < modules; ++i) hosts_.push_back(std::make_unique<Host>(line));
     numbers_ = 1'000'000 + static_cast<int>(std::hash<std::string>()(prefix_) % 900) * 1'000'000;
-    readKeys("Measurement", &measurements_);
+    readMeasurements();
     readKeys("RemoteUnit", &units_);
     readKeys("RemoteUnitFolder", &folders_);
   }
@@ -177,9 +178,9 @@ class Storm {
   }
 
  private:
-  void readKeys(const char* table, std::vector<std::string>* keys) {
+  // The columns of a table: "KeyLink" and numbers in whatever follows it.
+  CMDArray& read(const std::string& body, CMDArray& rows) {
     MDXCliParam* reply = nullptr;
-    const std::string body = std::string(table) + ",KeyLink";
     TlmSession& session = *hosts_.front()->session;
     if (!session.PacketExec("TableRecords", reinterpret_cast<const unsigned char*>(body.data()),
                             static_cast<int>(body.size()), &reply) ||
@@ -187,12 +188,37 @@ class Storm {
       std::exit(1);
     const std::string payload = bytesOf(reply, MDX_REPLY_PAYLOAD);
     session.PrmFree(reply);
-    CMDArray rows;
     MDXArrayUnPackN(rows.array, payload.data(), payload.size(), 1);
+    return rows;
+  }
+
+  static std::string keyAt(const CMDArray& rows, int at) {
+    MDRVar value{};
+    rows.GetVal(MDARec(rows.array, 0, at), "KeyLink", value);
+    return {value.text.data, value.text.length};
+  }
+
+  void readKeys(const char* table, std::vector<std::string>* keys) {
+    CMDArray rows;
+    read(std::string(table) + ",KeyLink", rows);
+    for (int i = 0; i < MDARecCount(rows.array); ++i) keys->push_back(keyAt(rows, i));
+  }
+
+  // Aggregated measurements stand below their own in a tree that is loaded, and stay where they stand when they or
+  // their own move to another unit alone: only free ones are moved and deleted.
+  void readMeasurements() {
+    CMDArray rows;
+    read("Measurement,KeyLink,locId,primaryLocId", rows);
+    const auto number = [&](int at, const char* field) {
+      int32_t value = 0;
+      MDRGetAsInt32(MDRFldByName(rows.array, field), MDARec(rows.array, 0, at), &value);
+      return value;
+    };
+    std::set<int32_t> primaries;
+    for (int i = 0; i < MDARecCount(rows.array); ++i) primaries.insert(number(i, "primaryLocId"));
     for (int i = 0; i < MDARecCount(rows.array); ++i) {
-      MDRVar value{};
-      rows.GetVal(MDARec(rows.array, 0, i), "KeyLink", value);
-      keys->emplace_back(value.text.data, value.text.length);
+      measurements_.push_back(keyAt(rows, i));
+      if (number(i, "primaryLocId") == 0 && primaries.count(number(i, "locId")) == 0) free_.push_back(keyAt(rows, i));
     }
   }
 
@@ -219,7 +245,7 @@ class Storm {
 
   // The new name goes in the same block, so that the move can be found again.
   void move(Changes& changes, const std::string& name) {
-    const std::string key = any(measurements_);
+    const std::string key = any(free_);
     changes.add("IdentifiedObject", MDX_REC_UPDATE, key, {{"name_", name}});
     changes.add("Measurement", MDX_REC_UPDATE, key, {{"RemoteUnitKey", any(units_)}});
     if (changes.commit()) tell("name", name);
@@ -233,7 +259,7 @@ class Storm {
     changes.add("Analog", MDX_REC_INSERT, key, {});
     if (!changes.commit()) return;
     tell("name", name);
-    measurements_.push_back(key);
+    free_.push_back(key);
   }
 
   void addFolder(Changes& changes, const std::string& name) {
@@ -243,15 +269,15 @@ class Storm {
   }
 
   void remove(Changes& changes) {
-    if (measurements_.size() < 50) return;
-    const size_t at = random_() % measurements_.size();
-    const std::string key = measurements_[at];
+    if (free_.size() < 50) return;
+    const size_t at = random_() % free_.size();
+    const std::string key = free_[at];
     for (const char* table :
          {"Analog", "Discrete", "Accumulator", "StringMeasurement", "Measurement", "IdentifiedObject"})
       changes.add(table, MDX_REC_DELETE, key, {});
     if (!changes.commit()) return;
     tell("gone", key);
-    measurements_.erase(measurements_.begin() + static_cast<std::ptrdiff_t>(at));
+    free_.erase(free_.begin() + static_cast<std::ptrdiff_t>(at));
   }
 
   // ---- what a module shows ----
@@ -307,6 +333,7 @@ class Storm {
   int numbers_ = 0;
   std::vector<std::unique_ptr<Host>> hosts_;
   std::vector<std::string> measurements_;
+  std::vector<std::string> free_;  // neither aggregated nor with aggregated ones
   std::vector<std::string> units_;
   std::vector<std::string> folders_;
 };
