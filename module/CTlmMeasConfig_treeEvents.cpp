@@ -27,6 +27,7 @@ void CTlmMeasConfig::AddNodeByEvent(QString key, QString className) {
     if (!unit) return;
     const QString folderKey = fieldText(tblRemoteUnit, unit, "RemoteUnitFolderKey", moduleCodec);
     treeModel->AddExistNode(rowOf(folderKey), className, key, false);
+    loadedRemoteUnits.removeAll(key);  // its measurements are not in the tree, even if they were before the row went
   } else if (className == QLatin1String("Measurement")) {
     if (MDRData* record = seekText(measRecords, 0, key, moduleCodec)) addMeasurementNode(record, key);
   }

@@ -155,11 +155,15 @@ class TreeWalk {
       if (!nodes_.contains(key) && !unsaved_.contains(key)) faults_ += "a row without a node: " + key;
     });
   }
+  bool isOpen(const QString& unit) const {
+    const myConfNode* node = nodes_.value(unit);
+    return node && node->isLoaded;
+  }
   void measurementsHaveNodes() {
     const CMDArray& table = module_.measRecords;
     eachRow(table.array, [&](const QString& key, const MDRData* record) {
       const QString unit = textOf(table.array, record, kMeasurementLink);
-      if (!nodes_.contains(key) && !unsaved_.contains(key) && (unit.isEmpty() || nodes_.contains(unit)))
+      if (!nodes_.contains(key) && !unsaved_.contains(key) && (unit.isEmpty() || isOpen(unit)))
         faults_ += "a measurement without a node: " + key + " " + textOf(table.array, record, "name_");
     });
   }
