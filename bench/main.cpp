@@ -18,6 +18,7 @@ void addServerBenches(Registry& registry);
 void addStoreBenches(Registry& registry);
 void addClientBenches(Registry& registry);
 void addModuleBenches(Registry& registry);
+void addWireBenches(Registry& registry);
 void addPassportBenches(Registry& registry);
 
 namespace {
@@ -38,6 +39,9 @@ Registry everything() {
 #endif
 #ifdef TLM_BENCH_CLIENT
   addClientBenches(registry);
+#endif
+#ifdef TLM_BENCH_WIRE
+  addWireBenches(registry);
 #endif
 #ifdef TLM_BENCH_MODULE
   addModuleBenches(registry);
