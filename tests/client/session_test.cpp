@@ -214,6 +214,59 @@ TEST_F(Session, EndsAWaitWithoutLimitWhenTheLineDies) {
   EXPECT_EQ(reply, nullptr);
 }
 
+// The transport sends it again when the line is back.
+TEST_F(Session, EndsAWaitWithoutLimitForAWriteThatIsKeptWhenTheLineDies) {
+  MDXCliParam* reply = nullptr;
+  update(&reply);
+  std::thread net([this] { line->dieAlone("gone"); });
+  EXPECT_FALSE(session.WaitResult(&reply, -1));
+  net.join();
+  answer(refusal(wire::kRefused, "no"));
+  EXPECT_TRUE(processUntil([this] { return !refused.isEmpty(); })) << "what becomes of it is told to the host";
+  EXPECT_EQ(reply, nullptr);
+}
+
+TEST_F(Session, GoesOnWithATimedWaitForAWriteThatIsKeptWhenTheLineDies) {
+  line->dieAlone("gone");
+  MDXCliParam* reply = nullptr;
+  update(&reply);
+  std::thread net([this] { answer(echo(block())); });
+  EXPECT_TRUE(session.WaitResult(&reply, 10'000));
+  net.join();
+  session.PrmFree(reply);
+}
+
+TEST_F(Session, WaitsWithoutLimitAgainWhenTheLineIsBack) {
+  line->dieAlone("gone");
+  line->mendLine();
+  MDXCliParam* reply = nullptr;
+  packet("ObjectHint", &reply);
+  std::thread server([this] { answer(echo(block())); });
+  EXPECT_TRUE(session.WaitResult(&reply, -1));
+  server.join();
+  session.PrmFree(reply);
+}
+
+TEST_F(Session, EndsOnlyTheWaitForWhatIsLost) {
+  MDXCliParam* first = nullptr;
+  MDXCliParam* second = nullptr;
+  packet("First", &first);
+  packet("Second", &second);
+  line->lose(line->sent.at(0).id, "gone");
+  EXPECT_FALSE(session.WaitResult(&first, -1));
+  answer(echo(block(1)), 1);
+  EXPECT_TRUE(session.WaitResult(&second, -1));
+  session.PrmFree(second);
+}
+
+TEST_F(Session, TellsThatEventsAreLost) {
+  QStringList seen;
+  QObject::connect(&session, &TlmSession::eventsLost, [&](const QString& why) { seen.append(why); });
+  line->loseEvents("too long away");
+  EXPECT_TRUE(processUntil([&] { return !seen.isEmpty(); }));
+  EXPECT_EQ(seen, QStringList("too long away"));
+}
+
 TEST_F(Session, TellsThatTheLineDiedAndCameBack) {
   QStringList seen;
   QObject::connect(&session, &TlmSession::lineChanged,

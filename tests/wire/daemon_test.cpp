@@ -1,0 +1,185 @@
+// The daemon's parts: what it is told, what it logs, what it keeps for others, and its health.
+#include <grpcpp/generic/generic_stub.h>
+#include <grpcpp/grpcpp.h>
+#include <gtest/gtest.h>
+
+#include <server/daemon/Log.h>
+#include <server/daemon/PieceShelf.h>
+#include <server/daemon/daemonOptions.h>
+
+#include "support/EmbeddedServer.h"
+#include "support/NetworkServer.h"
+
+namespace tlm::test {
+namespace {
+
+using server::DaemonOptions;
+
+bool configure(const std::string& text, DaemonOptions* options, std::string* error) {
+  return server::readConfiguration(text, "a.conf", options, error);
+}
+
+TEST(DaemonOptions, HaveALoopbackAddress) {
+  DaemonOptions options;
+  std::string error;
+  ASSERT_TRUE(server::readDaemonOptions({}, &options, &error));
+  EXPECT_EQ(options.net.addresses, std::vector<std::string>{"127.0.0.1:4860"});
+}
+
+TEST(DaemonOptions, AreReadFromFlags) {
+  DaemonOptions options;
+  std::string error;
+  ASSERT_TRUE(server::readDaemonOptions({"--store", "m.tlm", "--listen", "a:1", "--listen", "unix:b", "--sample",
+                                         "--max-request-bytes", "2048", "--script-ms", "77", "--log-level", "debug"},
+                                        &options, &error))
+      << error;
+  EXPECT_EQ(options.store, "m.tlm");
+  EXPECT_EQ(options.net.addresses, (std::vector<std::string>{"a:1", "unix:b"}));
+  EXPECT_TRUE(options.sample);
+  EXPECT_FALSE(options.simulate);
+  EXPECT_EQ(options.core.maxRequestBytes, 2048u);
+  EXPECT_EQ(options.net.maxRequestBytes, 2048u) << "the network's limit is the core's";
+  EXPECT_EQ(options.core.budget.milliseconds, 77);
+  EXPECT_EQ(options.logLevel, server::LogLevel::kDebug);
+}
+
+TEST(DaemonOptions, AreReadFromAFile) {
+  DaemonOptions options;
+  std::string error;
+  ASSERT_TRUE(configure("# a comment\n\n  store = m.tlm \nlisten=a:1\nlisten = b:2\nsimulate = yes\nsample = no\n",
+                        &options, &error))
+      << error;
+  EXPECT_EQ(options.store, "m.tlm");
+  EXPECT_EQ(options.net.addresses, (std::vector<std::string>{"a:1", "b:2"}));
+  EXPECT_TRUE(options.simulate);
+  EXPECT_FALSE(options.sample);
+}
+
+TEST(DaemonOptions, TellTheLineOfAFileThatIsWrong) {
+  for (const char* line : {"nonsense", "unknown = 1", "max-calls = 0", "max-calls = many", "store =", "help = yes",
+                           "sample = perhaps", "log-level = loud", "config = b.conf"}) {
+    DaemonOptions options;
+    std::string error;
+    EXPECT_FALSE(configure(std::string("store = m\n") + line, &options, &error)) << line;
+    EXPECT_EQ(error.substr(0, 9), "a.conf:2:") << error;
+  }
+}
+
+TEST(DaemonOptions, RefuseFlagsThatAreWrong) {
+  for (const std::vector<std::string>& flags : {std::vector<std::string>{"--nothing"},
+                                                {"store"},
+                                                {"--store"},
+                                                {"--max-calls", "0"},
+                                                {"--config", "/nowhere"}}) {
+    DaemonOptions options;
+    std::string error;
+    EXPECT_FALSE(server::readDaemonOptions(flags, &options, &error)) << flags.front();
+    EXPECT_FALSE(error.empty());
+  }
+}
+
+TEST(DaemonOptions, ShippedConfigurationIsRead) {
+  DaemonOptions options;
+  std::string error;
+  EXPECT_TRUE(server::readDaemonOptions({"--config", TLM_SOURCE_DIR "/packaging/tlmserver.conf", "--listen", "x:1"},
+                                        &options, &error))
+      << error;
+  EXPECT_EQ(options.store, "/var/lib/tlm/model.tlm");
+  EXPECT_EQ(options.net.addresses, std::vector<std::string>{"x:1"}) << "flags go before the file";
+}
+
+TEST(Log, WritesALineOfNamesAndValues) {
+  std::string text;
+  server::Log log(server::LogLevel::kInfo, [&](const std::string& line) { text += line; });
+  log.info("opened", {{"peer", "a:1"}, {"why", "a \"b\"\nc=d\\"}, {"none", ""}});
+  EXPECT_EQ(text.substr(0, 5), "time=");
+  EXPECT_EQ(text.substr(text.find(" level")),
+            " level=info event=opened peer=a:1 why=\"a \\\"b\\\"\\nc=d\\\\\" none=\"\"\n");
+}
+
+TEST(Log, LeavesOutWhatIsBelowItsLevel) {
+  std::string text;
+  server::Log log(server::LogLevel::kWarning, [&](const std::string& line) { text += line; });
+  log.debug("a");
+  log.info("b");
+  EXPECT_EQ(text, "");
+  log.warning("c");
+  log.error("d");
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
+}
+
+wire::BlockReply replyOf(size_t bytes) { return {wire::Reply{0, std::string(bytes, 'x'), std::nullopt}, {}}; }
+
+TEST(PieceShelf, GivesAReplyOnce) {
+  server::PieceShelf shelf(1000, std::chrono::seconds(30));
+  const std::string name = shelf.put(replyOf(100));
+  EXPECT_EQ(name.size(), 32u);
+  const auto taken = shelf.take(name);
+  ASSERT_TRUE(taken);
+  EXPECT_EQ(taken->whole.payload->size(), 100u);
+  EXPECT_FALSE(shelf.take(name));
+}
+
+TEST(PieceShelf, HasRoomForItsBytesAndGetsItBack) {
+  server::PieceShelf shelf(100, std::chrono::seconds(30));
+  const std::string name = shelf.put(replyOf(60));
+  EXPECT_EQ(shelf.put(replyOf(41)), "");
+  EXPECT_NE(shelf.put(replyOf(40)), "");
+  shelf.take(name);
+  EXPECT_NE(shelf.put(replyOf(60)), "");
+}
+
+TEST(PieceShelf, DropsWhatNobodyTakesInTime) {
+  const auto now = server::PieceShelf::Clock::now();
+  server::PieceShelf shelf(100, std::chrono::seconds(30));
+  const std::string name = shelf.put(replyOf(100), now);
+  EXPECT_TRUE(shelf.put(replyOf(1), now + std::chrono::seconds(29)).empty());
+  EXPECT_FALSE(shelf.take(name, now + std::chrono::seconds(30)));
+  EXPECT_FALSE(shelf.put(replyOf(100), now + std::chrono::seconds(30)).empty());
+}
+
+// What the standard health service answers for a name: 1 is serving.
+int health(const std::string& address, const std::string& service, grpc::Status* status) {
+  grpc::ChannelArguments arguments;
+  arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
+  grpc::GenericStub stub(grpc::CreateCustomChannel(address, grpc::InsecureChannelCredentials(), arguments));
+  const grpc::Slice slice(std::string("\x0a") + static_cast<char>(service.size()) + service);
+  grpc::ClientContext context;
+  grpc::CompletionQueue queue;
+  const auto call =
+      stub.PrepareUnaryCall(&context, "/grpc.health.v1.Health/Check", grpc::ByteBuffer(&slice, 1), &queue);
+  grpc::ByteBuffer reply;
+  call->StartCall();
+  call->Finish(&reply, status, nullptr);
+  void* tag = nullptr;
+  bool ok = false;
+  queue.Next(&tag, &ok);
+  queue.Shutdown();
+  while (queue.Next(&tag, &ok)) continue;
+  std::vector<grpc::Slice> slices;
+  if (!status->ok() || !reply.Dump(&slices).ok() || slices.empty() || slices[0].size() != 2) return -1;
+  return slices[0].begin()[1];
+}
+
+TEST(Health, SaysThatTheModelIsServed) {
+  EmbeddedServer model("unit КП-1\n");
+  NetworkServer network(*model.core());
+  grpc::Status status;
+  EXPECT_EQ(health(network.tcp(), "tlm.v1.Model", &status), 1) << status.error_message();
+  EXPECT_EQ(health(network.tcp(), "other", &status), -1);
+  EXPECT_EQ(status.error_code(), grpc::StatusCode::NOT_FOUND);
+}
+
+TEST(NetServer, SaysWhichAddressItCannotUse) {
+  EmbeddedServer model("unit КП-1\n");
+  NetworkServer first(*model.core());
+  server::Log log(server::LogLevel::kError);
+  server::NetOptions options;
+  options.addresses = {first.tcp()};
+  std::string error;
+  EXPECT_EQ(server::NetServer::start(*model.core(), options, log, &error), nullptr) << "the port is taken";
+  EXPECT_NE(error.find(first.tcp()), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tlm::test
