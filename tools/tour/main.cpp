@@ -11,6 +11,7 @@
 #include "DeleteRoad.h"
 #include "EditRoad.h"
 #include "PassportRoad.h"
+#include "SearchRoad.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ int play(const QDir& folder) {
   played = tlm::tour::PassportRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::AddRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::DeleteRoad(*library, QDir(scratch.path()), report).play() && played;
+  played = tlm::tour::SearchRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
 }
 
