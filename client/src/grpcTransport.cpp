@@ -54,10 +54,12 @@ GrpcTransport::~GrpcTransport() {
   {
     Lock lock(mutex_);
     std::erase_if(queue_, [](const Job& job) { return !job.writes(); });
+    lingering_ = true;
     changed_.wait_for(lock, milliseconds(line_.lingerMs), [this] { return queue_.empty() && !writing_; });
     stopping_ = true;
     if (call_) call_->TryCancel();
     changed_.notify_all();
+    jobs_.notify_all();
   }
   worker_.join();
   keeper_.join();
@@ -125,6 +127,7 @@ bool GrpcTransport::waitUntilUp(Lock& lock) {
   attempts_ = 0;
   alive_ = true;
   changed_.notify_all();
+  jobs_.notify_all();
   if (serial_ != first_) stream_->write(subscription(false));  // the lists have changed meanwhile
   if (TransportListener* const listener = listener_; std::exchange(knownDead_, false) && listener) {
     lock.unlock();
@@ -240,7 +243,7 @@ bool GrpcTransport::send(uint64_t id, wire::Block block) {
   Job job{id, std::move(block), {}};
   job.until = Clock::now() + milliseconds(job.writes() ? line_.writeMs : line_.callMs);
   queue_.push_back(std::move(job));
-  changed_.notify_all();
+  if (!busy_) jobs_.notify_one();
   return true;
 }
 
@@ -259,9 +262,9 @@ void GrpcTransport::work() {
     if (!alive_ || busy_ || queue_.empty()) {
       const auto ready = [this] { return stopping_ || (alive_ && !busy_ && !queue_.empty()); };
       if (queue_.empty() || busy_)
-        changed_.wait(lock);
+        jobs_.wait(lock);
       else
-        changed_.wait_until(lock, queue_.front().until, ready);
+        jobs_.wait_until(lock, queue_.front().until, ready);
       continue;
     }
     Job job = std::move(queue_.front());
@@ -315,7 +318,8 @@ std::optional<wire::BlockReply> GrpcTransport::perform(Job& job, Lock& lock) {
     else
       queue_.push_front(std::move(job));
   }
-  changed_.notify_all();
+  if (lingering_) changed_.notify_all();
+  if (!queue_.empty()) jobs_.notify_one();
   return std::move(outcome.reply);
 }
 

@@ -65,9 +65,11 @@ class GrpcTransport : public ITransport {
   const NetLine line_;
 
   mutable std::mutex mutex_;
-  std::condition_variable changed_;  // anything below
+  std::condition_variable changed_;  // the line, its lists, or the end
+  std::condition_variable jobs_;     // something for the worker
   TransportListener* listener_ = nullptr;
   bool stopping_ = false;
+  bool lingering_ = false;  // the end waits for the last writes
 
   bool alive_ = false;
   bool knownDead_ = false;                // to the listener
