@@ -21,7 +21,7 @@ SearchRoad::SearchRoad(ModuleLibrary& library, const QDir& scratch, Report& repo
 bool SearchRoad::play() {
   stage_ = Stage::open(library_, storeFile_, settingsFile_);
   if (!stage_) return false;
-  stage_->dragSplitter(700);
+  stage_->dragSplitter(900);
   byName();
   byNumber();
   byKey();
