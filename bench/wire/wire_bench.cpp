@@ -123,7 +123,7 @@ std::vector<Result> wireCall() {
 std::vector<Result> wireFetch() {
   Desk desk;
   const std::string body =
-      "Measurement,KeyLink,ClassName,name_,locId,work_,MeasurementCategoryKey,RemoteUnitKey,primaryLocId,CheckTu";
+      "Measurement,KeyLink,ClassName,name_,locId,work_,MeasurementCategoryKey,RemoteUnitKey,primaryLocId";
   const size_t back = ask(*desk.session, "TableRecords", body);
   if (back < size_t{1} << 18) throw std::runtime_error("wire.fetch: the answer is too small");
   const auto each = [](auto&& work) {
