@@ -409,8 +409,6 @@ class CTlmMeasConfig : public CTlmCliMod {
   void showUnknown(const QModelIndex& index, SheetForm& form, bool isSelection);
   void showSeveral(const QModelIndexList& rows);
   void showMerged(const QModelIndexList& rows, QStringList noEdit);
-  bool mergeAnewFor(const QString& key);
-  void mergeAnew();
   void lockFields(const QStringList& noEdit);
   void rememberSheet(const QStringList& keys, const QString& number);
   // _saving
@@ -423,8 +421,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   bool commitInsert(const QStringList& tables, const QList<CMDArray*>& arrays);
   bool commitUpdate(const QStringList& tables, const QList<CMDArray*>& arrays);
   void noteOwnMoves(const CMDArray& array, const MDRData* record, const QString& key);
-  bool sendRecords(const QStringList& tables, const QList<CMDArray*>& arrays, bool insert, bool ofPassport,
-                   bool wait);
+  bool sendRecords(const QStringList& tables, const QList<CMDArray*>& arrays, bool insert, bool ofPassport, bool wait);
 
   // _search
   struct FoundPlace {
@@ -473,9 +470,8 @@ class CTlmMeasConfig : public CTlmCliMod {
   QObjectList widthWatches;        // what tells of new widths; gone before the widgets
   bool columnsAwaitModel = false;  // resizeColumns was called while the tree had no columns
   LoadedUnits loadedUnits{loadedRemoteUnits};
-  QString addedKey;          // of the new object, while there is one
-  QStringList sheetKeys;     // the objects that the passport was filled for, in the order of the selection
-  bool mergeQueued = false;  // the merged passport is to be filled anew
+  QString addedKey;       // of the new object, while there is one
+  QStringList sheetKeys;  // the objects that the passport was filled for, in the order of the selection
 };
 
 #endif

@@ -126,14 +126,17 @@ void CTlmMeasConfig::declareRow(myConfNode* node, int count, const QString& labe
   emit resizePassp();
 }
 
+// Called before each display. A pending edit belongs to the objects shown before. Where none is pending, the sheet may
+// still keep an object that the server did not give, as if it were to be inserted: it goes.
 void CTlmMeasConfig::rememberSheet(const QStringList& keys, const QString& number) {
-  if (newObjectInPassport || passportEdited) return;  // the edit belongs to the objects shown before
+  if (newObjectInPassport || passportEdited) return;
+  if (passport.HasChanges()) passport.ClearChanges();
   sheetKeys = keys;
   currentRowName = number;
 }
 
 void CTlmMeasConfig::UpdateTlmPassport(const QModelIndex& index) {
-  if (index.isValid() && !mergeAnewFor(keyOf(index))) showObject(index, false);
+  if (index.isValid()) showObject(index, false);
 }
 
 // What the server is told or asked of the object that a row stands for.
@@ -242,32 +245,16 @@ void CTlmMeasConfig::showMerged(const QModelIndexList& rows, QStringList noEdit)
   lockFields(noEdit);
 }
 
-// Where the sheet shows several objects, a change of one of them merges them anew, once for all changes that came
-// together. False when the object is not one of them.
-bool CTlmMeasConfig::mergeAnewFor(const QString& key) {
-  if (sheetKeys.size() < 2 || !sheetKeys.contains(key)) return false;
-  if (!mergeQueued)
-    QMetaObject::invokeMethod(
-        this, [this] { mergeAnew(); }, Qt::QueuedConnection);
-  mergeQueued = true;
-  return true;
-}
-
-void CTlmMeasConfig::mergeAnew() {
-  mergeQueued = false;
-  const QModelIndexList rows = selectedRows();
-  if (rows.size() > 1 && keysOf(rows) == sheetKeys) showSeveral(rows);
-}
-
 // ---- a measurement that is shown already -----------------------------------------------------------------
 
 void CTlmMeasConfig::UpdateTlmPassportMeas(QString key, QString table, bool withValue) {
-  if (key.isEmpty() || table.isEmpty() || mergeAnewFor(key)) return;
+  if (key.isEmpty() || table.isEmpty()) return;
   getLiteModel(key, liteModel);
   if (liteModel.IsEmpty()) return;
   MDRData* record = seekText(measRecords, 0, key, moduleCodec);
   if (!record) return;
   const bool aggregated = CheckAgregatedMeas(record, &measRecords, &tblArchGroup, nullptr);
+  rememberSheet({key}, numberOf(treeModel->findByKey(key)));
   const std::unique_ptr<char[]> value = withValue ? liveValue(session(), key) : nullptr;
   passport.SetObject(key, &liteModel, session(), value.get(), nullptr, true, false);
   emit resizePassp();

@@ -38,18 +38,23 @@ MDRData* copyAsGiven(const CMDArray& input, const MDRData* record, CMDArray& out
   return copy;
 }
 
+// The passport's record of several objects carries the key of the first of them; an edit of that one object alone,
+// made meanwhile, stands behind it. Null where the table holds single objects only.
+const MDRData* recordOfAll(const CMDArray& input, const QString& firstKey, QTextCodec* codec) {
+  for (int i = 0; i < MDARecCount(input.array); ++i)
+    if (const MDRData* record = MDARec(input.array, 0, i); fieldText(input, record, 0, codec) == firstKey)
+      return record;
+  return nullptr;
+}
+
 // The record of the first object of the selection stands for all of them: a copy of it for each key, with the marks
 // of the passport's own record. What is there besides are edits of single objects that were shown meanwhile.
 void spreadOverObjects(const CMDArray& input, CMDArray& output, const QStringList& keys, int mark, QTextCodec* codec) {
   output.code = MDACopy(output.array, input.array, 0);
-  const MDRData* pattern = MDARec(input.array, 0, 0);
-  for (int i = 1; i < MDARecCount(input.array); ++i) {
-    const MDRData* record = MDARec(input.array, 0, i);
-    if (fieldText(input, record, 0, codec) == keys.first()) pattern = record;
-  }
-  if (!pattern) return;
+  const MDRData* pattern = recordOfAll(input, keys.first(), codec);
   for (const QString& key : keys) {
-    MDRData* record = copyAsGiven(input, pattern, output, mark);
+    MDRData* record = pattern ? copyAsGiven(input, pattern, output, mark) : nullptr;
+    if (!record) break;
     const QByteArray bytes = codec->fromUnicode(key);
     output.SetVal(record, 0, textVar(bytes));
     output.RecPost(record);

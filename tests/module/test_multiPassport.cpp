@@ -396,18 +396,20 @@ TEST_F(Several, PartlyCheckedBecomesCheckedForAll) {
   EXPECT_EQ(stored("В-110", "CheckTu"), "true");
 }
 
-TEST_F(Several, SheetStaysMergedAfterSaving) {
+TEST_F(Several, SavingLeavesTheSelectionAndWhatIsTypedNextGoesToTheObjectShown) {
   start();
   select({"P Т-1", "Q Т-1"});
   type("Примечание", "общее");
   module->actSave->trigger();
-  EXPECT_TRUE(processUntil([&] { return !module->passport.HasChanges(); }));
-  settle();
-  EXPECT_EQ(shown("Наименование"), "");
-  EXPECT_EQ(shown("Примечание"), "общее");
+  ASSERT_TRUE(eventsAreIn());
+  EXPECT_EQ(tree()->selectionModel()->selectedIndexes().size(), 2);
+  // The last of the changes moved the sheet.
+  const bool isP = module->passport.currentKey == key("P Т-1");
+  EXPECT_EQ(shown("Наименование"), isP ? "P Т-1" : "Q Т-1");
   type("Примечание", "снова");
   module->actSave->trigger();
-  EXPECT_EQ(stored("Q Т-1", "comment"), "снова");
+  EXPECT_EQ(stored("P Т-1", "comment"), isP ? "снова" : "общее");
+  EXPECT_EQ(stored("Q Т-1", "comment"), isP ? "общее" : "снова");
 }
 
 TEST_F(Several, CancelBringsTheMergedValuesBack) {
@@ -466,17 +468,75 @@ TEST_F(Several, MovingManyIsNotedForEach) {
 
 // ---- changes from outside --------------------------------------------------------------------------------
 
-TEST_F(Several, AChangeOfOneMergesAnew) {
+TEST_F(Several, AChangeOfOneMovesTheSheetToItAlone) {
   start();
   select({"P Т-1", "Q Т-1"});
-  EXPECT_EQ(shown("Группа опроса"), "");
-  app.log.clear();
-  module->UpdateTlmPassport(find("Q Т-1"));
+  module->UpdateData(key("Q Т-1"));
+  EXPECT_EQ(module->passport.currentKey, key("Q Т-1"));
+  EXPECT_EQ(shown("Наименование"), "Q Т-1");
+  EXPECT_EQ(tree()->selectionModel()->selectedIndexes().size(), 2);
+  type("Примечание", "только Q");
+  module->actSave->trigger();
+  EXPECT_EQ(stored("Q Т-1", "comment"), "только Q");
+  EXPECT_EQ(stored("P Т-1", "comment"), "Проверено");
+}
+
+TEST_F(Several, AChangeOfTheFirstsClassTableShowsItAlone) {
+  start();
+  select({"P Т-1", "Q Т-1"});
   module->UpdateTlmPassportMeas(key("P Т-1"), "Analog", true);
-  EXPECT_EQ(app.log.filter("RecByKeyLink"), QStringList());
-  settle();
-  EXPECT_EQ(app.log.filter("RecByKeyLink").size(), 1);
-  EXPECT_EQ(shown("Наименование"), "");
+  EXPECT_EQ(shown("Наименование"), "P Т-1");
+  EXPECT_TRUE(field("Номер").flags() & Qt::ItemIsEditable);
+  type("Примечание", "только P");
+  module->actSave->trigger();
+  EXPECT_EQ(stored("P Т-1", "comment"), "только P");
+  EXPECT_EQ(stored("Q Т-1", "comment"), "Иначе");
+}
+
+TEST_F(Several, AKeysReleaseShowsTheCurrentRow) {
+  start();
+  select({"P Т-1", "Q Т-1"});
+  tree()->setFocus();
+  QTest::keyRelease(tree(), Qt::Key_Down);
+  EXPECT_EQ(module->passport.currentKey, key("Q Т-1"));
+  EXPECT_EQ(shown("Наименование"), "Q Т-1");
+}
+
+TEST_F(Several, AnEditOfTheFirstAloneStaysItsOwnBesideThatOfAll) {
+  start();
+  select({"P Т-1", "Q Т-1"});
+  type("Примечание", "общее");
+  module->UpdateTlmPassportMeas(key("P Т-1"), "Analog", true);
+  EXPECT_EQ(shown("Наименование"), "P Т-1");
+  type("Время устаревания", "77");
+  app.log.clear();
+  module->actSave->trigger();
+  EXPECT_EQ(waitingBox(), nullptr);
+  ASSERT_TRUE(eventsAreIn());
+  EXPECT_TRUE(app.refused.isEmpty());
+  EXPECT_EQ(stored("P Т-1", "comment"), "общее");
+  EXPECT_EQ(stored("Q Т-1", "comment"), "общее");
+  EXPECT_EQ(stored("P Т-1", "staleTime"), "77");
+  EXPECT_EQ(stored("Q Т-1", "staleTime"), "60");
+}
+
+TEST_F(Several, ACalculationOfOneIsNotSpreadOverAll) {
+  start();
+  select({"P Т-1", "Q Т-1"});
+  type("Примечание", "общее");
+  module->UpdateTlmPassportMeas(key("P Т-1"), "Analog", true);
+  auto* page = module->ui->tabWidget_prop->widget(1)->findChild<QAbstractItemView*>();
+  ASSERT_NE(page, nullptr);
+  const QAbstractItemModel* rows = page->model();
+  for (int column = 0; column < rows->columnCount(); ++column)
+    if (page->model()->flags(rows->index(0, column)) & Qt::ItemIsUserCheckable)
+      page->model()->setData(rows->index(0, column), Qt::Checked, Qt::CheckStateRole);
+  app.log.clear();
+  module->actSave->trigger();
+  EXPECT_EQ(app.log.filter("SqlUpdate Calculations"), QStringList{"SqlUpdate Calculations 1 records"});
+  ASSERT_TRUE(eventsAreIn());
+  EXPECT_TRUE(app.refused.isEmpty());
+  EXPECT_EQ(stored("Q Т-1", "comment"), "общее");
 }
 
 TEST_F(Several, AChangeOfAnotherObjectMovesTheSheetThere) {

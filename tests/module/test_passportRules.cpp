@@ -352,8 +352,56 @@ TEST_F(Rules, NewObjectSubscribesByItsClass) {
     EXPECT_EQ(app.log.filter("SubParam"), QStringList{subscription}) << name;
     EXPECT_EQ(app.log.filter("ObjectHint"), QStringList()) << name;
     app.failures.clear();
-    module->passport.ClearChanges();
   }
+}
+
+// ---- an object that the server did not give --------------------------------------------------------------
+
+TEST_F(Rules, ObjectThatDidNotComeLocksNoOther) {
+  start();
+  find("Q");
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("P");
+  EXPECT_EQ(shown("Наименование"), "P");
+  app.failures.clear();
+  click("Q");
+  EXPECT_FALSE(module->passport.HasChanges());
+  EXPECT_TRUE(field("Наименование").flags() & Qt::ItemIsEditable);
+  type("Примечание", "да");
+  app.log.clear();
+  module->actSave->trigger();
+  EXPECT_EQ(app.log.filter("SqlUpdate IdentifiedObject"), QStringList{"SqlUpdate IdentifiedObject 1 records"});
+}
+
+TEST_F(Rules, ObjectThatDidNotComeIsNotInsertedBesideANewOne) {
+  startNoting();
+  find("Q");
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("P");
+  app.failures.clear();
+  notes->sent.clear();
+  module->ExecActAdd("Analog", key("КП-1"), false);
+  ASSERT_TRUE(module->newObjectInPassport);
+  const QString added = module->passport.currentKey;
+  module->actSave->trigger();
+  EXPECT_EQ(waitingBox(), nullptr);
+  QStringList keys;
+  for (const MarkNotes::Sent& one : notes->sent) keys << one.key;
+  EXPECT_EQ(keys, (QStringList{added, added, added}));
+}
+
+TEST_F(Rules, EditOfAnObjectThatDidNotComeIsKept) {
+  start();
+  find("Q");
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("P");
+  app.failures.clear();
+  type("Примечание", "да");
+  EXPECT_TRUE(module->passportEdited);
+  module->UpdateTlmPassport(find("Q"));
+  EXPECT_TRUE(module->passport.HasChanges());
+  module->onActCancel_Triggered();
+  EXPECT_FALSE(module->passport.HasChanges());
 }
 
 TEST_F(Rules, RedisplaySubscribesToo) {
