@@ -305,6 +305,12 @@ TEST_F(Several, OneAggregatedObjectLocksTheFieldsOfAll) {
   EXPECT_TRUE(field("Единица измерения").flags() & Qt::ItemIsEditable);
 }
 
+TEST_F(Several, AnAggregatedObjectInTheMiddleLocksTheFieldsOfAll) {
+  start();
+  select({"P Т-1", "P час", "Q Т-1"});
+  EXPECT_FALSE(field("Единица измерения").flags() & Qt::ItemIsEditable);
+}
+
 TEST_F(Several, FoldersAreMergedToo) {
   start();
   select({"Подстанция", "Запад"});

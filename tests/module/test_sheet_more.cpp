@@ -1,6 +1,8 @@
 // The sheet beside the tree: headings, what a pending edit keeps, the fitting of its columns; own moves.
 #include <QScrollBar>
 
+#include <functional>
+
 #include "ModuleWindow.h"
 #include "RecordAccess.h"
 
@@ -48,6 +50,56 @@ TEST_F(Sheet, FitsItsColumnsAfterEachDisplay) {
     click(row);
     EXPECT_NE(header->sectionSize(0), 77) << row.data().toString().toStdString();
   }
+}
+
+TEST_F(Sheet, FitsItsColumnsAfterRedisplaysAndForSeveral) {
+  start();
+  click("P Т-1");
+  find("Q Т-1");
+  QHeaderView* header = module->ui->tV_Prop->header();
+  const std::pair<const char*, std::function<void()>> displays[] = {
+      {"redisplay", [&] { module->UpdateTlmPassport(find("P Т-1")); }},
+      {"measurement", [&] { module->UpdateTlmPassportMeas(key("P Т-1"), "Analog", false); }},
+      {"several", [&] { click(find("Q Т-1"), Qt::ControlModifier); }},
+      {"several kinds", [&] { click(find("Q-110"), Qt::ControlModifier); }},
+      {"several, the first unknown",
+       [&] {
+         click(find("P Т-1"));
+         app.failures.add("PacketExec LiteModel", Fail::kStatus);
+         header->resizeSection(0, 77);
+         click(find("Q Т-1"), Qt::ControlModifier);
+       }},
+  };
+  for (const auto& [what, display] : displays) {
+    header->resizeSection(0, 77);
+    display();
+    settle();
+    EXPECT_NE(header->sectionSize(0), 77) << what;
+  }
+}
+
+TEST_F(Sheet, FolderThatTheServerDoesNotGiveIsStillAFolder) {
+  start();
+  find("ОРУ-110");
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("Подстанция Северная");
+  EXPECT_EQ(shown("Наименование"), "Подстанция Северная");
+  EXPECT_EQ(field("Наименование").parent().data().toString(), "Папка устройств");
+  module->passport.SetDeclare("", 0, "");
+  click(find("ОРУ-110"), Qt::ControlModifier);
+  EXPECT_EQ(field("Наименование").parent().data().toString(), "Папка устройств") << "of several";
+  module->UpdateTlmPassport(find("ОРУ-110"));
+  EXPECT_EQ(field("Наименование").parent().data().toString(), "Папка устройств") << "shown anew";
+}
+
+TEST_F(Sheet, SelectedRowSetsPathBarAndPaste) {
+  start();
+  click("P Т-1");
+  module->toolBarCfg->clear();
+  module->btnPaste->setEnabled(true);
+  click("КП-1");
+  EXPECT_FALSE(module->toolBarCfg->actions().isEmpty());
+  EXPECT_FALSE(module->btnPaste->isEnabled()) << "nothing was copied";
 }
 
 TEST_F(Sheet, PressOnARowForgetsTheHitsOfTheSearch) {
