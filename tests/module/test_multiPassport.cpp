@@ -407,6 +407,7 @@ TEST_F(Several, SavingLeavesTheSelectionAndWhatIsTypedNextGoesToTheObjectShown) 
   select({"P Т-1", "Q Т-1"});
   type("Примечание", "общее");
   module->actSave->trigger();
+  ASSERT_EQ(stored("Q Т-1", "comment"), "общее");
   ASSERT_TRUE(eventsAreIn());
   EXPECT_EQ(tree()->selectionModel()->selectedIndexes().size(), 2);
   // The last of the changes moved the sheet.
@@ -518,8 +519,6 @@ TEST_F(Several, AnEditOfTheFirstAloneStaysItsOwnBesideThatOfAll) {
   app.log.clear();
   module->actSave->trigger();
   EXPECT_EQ(waitingBox(), nullptr);
-  ASSERT_TRUE(eventsAreIn());
-  EXPECT_TRUE(app.refused.isEmpty());
   EXPECT_EQ(stored("P Т-1", "comment"), "общее");
   EXPECT_EQ(stored("Q Т-1", "comment"), "общее");
   EXPECT_EQ(stored("P Т-1", "staleTime"), "77");
@@ -540,8 +539,6 @@ TEST_F(Several, ACalculationOfOneIsNotSpreadOverAll) {
   app.log.clear();
   module->actSave->trigger();
   EXPECT_EQ(app.log.filter("SqlUpdate Calculations"), QStringList{"SqlUpdate Calculations 1 records"});
-  ASSERT_TRUE(eventsAreIn());
-  EXPECT_TRUE(app.refused.isEmpty());
   EXPECT_EQ(stored("Q Т-1", "comment"), "общее");
 }
 

@@ -1,5 +1,6 @@
 // The sheet beside the tree: headings, what a pending edit keeps, the fitting of its columns; own moves.
 #include <QScrollBar>
+#include <QToolButton>
 
 #include <functional>
 
