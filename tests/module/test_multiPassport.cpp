@@ -463,6 +463,35 @@ TEST_F(Several, NumbersAreNotAskedFor) {
   EXPECT_EQ(waitingBox(), nullptr);
 }
 
+TEST_F(Several, NeitherNumberCheckRuns) {
+  start();
+  select({"P Т-1", "Q Т-1"});
+  for (const char* number : {"0", "1009"}) {
+    QStringList locked{"Measurement.locId"};
+    module->passport.SetNoEditableFields(locked, false);
+    type("Номер", number);
+    app.log.clear();
+    app.refused.clear();
+    module->actSave->trigger();
+    EXPECT_EQ(waitingBox(), nullptr) << number;
+    EXPECT_EQ(app.log.filter("SqlUpdate Measurement"), QStringList{"SqlUpdate Measurement 2 records"}) << number;
+    EXPECT_TRUE(processUntil([&] { return !app.refused.isEmpty(); })) << "the server looks itself";
+  }
+}
+
+TEST_F(Several, ThoseOfANewObjectAreInserted) {
+  start();
+  select({"P Т-1", "Q Т-1"});
+  type("Примечание", "общее");
+  module->passportEdited = false;
+  module->newObjectInPassport = true;
+  module->actSave->trigger();
+  CPopMessageBox* box = waitingBox();
+  ASSERT_NE(box, nullptr) << "the server has these objects";
+  answerBox(box, 0);
+  EXPECT_EQ(stored("Q Т-1", "comment"), "Иначе");
+}
+
 TEST_F(Several, MovingManyIsNotedForEach) {
   start();
   select({"КП-1", "КП-2"});

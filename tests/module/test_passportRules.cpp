@@ -231,6 +231,20 @@ TEST_F(Rules, LinkThatIsNotMarkedIsNoOwnMove) {
   EXPECT_EQ(module->ownMoves, QStringList());
 }
 
+TEST_F(Rules, LinkOfARecordWithoutAKeyIsNoOwnMove) {
+  start();
+  CMDArray array;
+  fill(array, module->strRemoteUnit, QByteArray());
+  const QByteArray folder = key("Подстанция").toLatin1();
+  MDRData* record = MDARec(array.array, 0, 0);
+  array.SetValF(record, MDRFldByName(array.array, "RemoteUnitFolderKey")->number, textVar(folder));
+  QStringList tables{"RemoteUnit"};
+  QList<CMDArray*> arrays{&array};
+  EXPECT_FALSE(module->Save(tables, arrays, false));
+  boxText();
+  EXPECT_EQ(module->ownMoves, QStringList());
+}
+
 // ---- the insert path's ends ------------------------------------------------------------------------------
 
 TEST_F(Rules, InsertWhoseBlockDoesNotGoOutCountsAsDone) {
@@ -264,6 +278,55 @@ TEST_F(Rules, DeleteTravelsUnwaitedAndCarriesKeysAlone) {
   EXPECT_EQ(sentKinds(), (QStringList{"IdentifiedObject 4 1", "Measurement 4 1", "Analog 4 1"}));
   EXPECT_EQ(notes->waits, QList<int>());
   EXPECT_EQ(app.log.filter("BlockEnd").last(), "BlockEnd unwaited");
+}
+
+TEST_F(Rules, DeleteThatWentOutForgetsEditsAndTurnsSaveOff) {
+  start();
+  click("P");
+  type("Примечание", "да");
+  module->groupDeletePending = true;
+  module->pendingDeletes = QStringList{key("Q") + ",Analog"};
+  module->onActSave_Triggered();
+  EXPECT_FALSE(module->passport.HasChanges());
+  EXPECT_FALSE(module->actSave->isEnabled());
+  EXPECT_FALSE(module->actCancel->isEnabled());
+  EXPECT_TRUE(module->actDel->isEnabled());
+}
+
+TEST_F(Rules, DeleteThatDoesNotGoOutCancels) {
+  start();
+  click("P");
+  type("Примечание", "да");
+  module->groupDeletePending = true;
+  module->pendingDeletes = QStringList{key("Q") + ",Analog"};
+  app.failures.add("BlockEnd", Fail::kRefuseToSend);
+  module->onActSave_Triggered();
+  EXPECT_EQ(boxText(), "При изменения данных возникла непредвиденная ошибка.\nДанные не были изменены!");
+  EXPECT_FALSE(module->passportEdited);
+  EXPECT_FALSE(module->actSave->isEnabled());
+  EXPECT_EQ(shown("Примечание"), "");
+  EXPECT_TRUE(module->groupDeletePending);
+  app.failures.clear();
+  app.log.clear();
+  module->onActSave_Triggered();
+  EXPECT_EQ(app.log.filter("SqlUpdate").size(), 3) << "the next attempt deletes the same";
+  EXPECT_FALSE(module->groupDeletePending);
+}
+
+TEST_F(Rules, NumberOfEitherWidthMayNotBeZero) {
+  for (uint8_t type : {MDX_INT32, MDX_INT64})
+    for (int number : {0, 5}) {
+      CMDArray array;
+      MDRFldDesc field{};
+      qstrncpy(field.name, "locId", sizeof field.name);
+      field.type = type;
+      MDAFldAdd(array.array, 1, &field);
+      MDRData* record = MDARecNew(array.array);
+      array.SetVal(record, "locId", intVar(number));
+      array.RecPost(record);
+      ASSERT_EQ(MDARecCount(array.array), 1);
+      EXPECT_EQ(module->CheckNullLocId("Measurement", &array), number == 0) << int(type);
+    }
 }
 
 TEST_F(Rules, AnEmptyListOfDeletesIsNoDelete) {

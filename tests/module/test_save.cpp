@@ -162,6 +162,12 @@ TEST_F(Save, NameMustHaveALength) {
   EXPECT_TRUE(filledName({"name_=   "}));
   EXPECT_TRUE(filledName({"name_=P"}));
   EXPECT_TRUE(filledName({"name_="}, "identifiedobject"));
+  CMDArray two;
+  fill(two, module->strIdentifiedObject, {"name_=P"});
+  MDRData* second = MDARecNew(two.array);
+  two.RecPost(second);
+  ASSERT_EQ(MDARecCount(two.array), 2);
+  EXPECT_FALSE(module->CheckFillName("IdentifiedObject", &two)) << "each record counts";
 }
 
 // ---- refusals on the road --------------------------------------------------------------------------------
@@ -407,6 +413,7 @@ TEST_F(Save, AnswerToTheSaveQuestionSavesOrCancels) {
                                               SLOT(confirmSave(QAbstractButton*)));
     module->popMessageBox->show();
     answerBox(module->popMessageBox, role);
+    EXPECT_FALSE(module->popMessageBox->isVisible());
     settle();
     EXPECT_FALSE(module->passportEdited);
     EXPECT_EQ(shown("Примечание"), "да");
