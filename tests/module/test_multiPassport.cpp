@@ -22,6 +22,8 @@ folder Подстанция {description=Север}
     analog 1002 Q Т-1 {UnitKey=@МВт;CheckArch=0;work_=1;staleTime=60;highAlarm=125.5;smoothing=1;engMax=150.2500001;comment=Иначе;ioAddress=7;commissioned=45000.5;primaryLocId=1009}
     analog 1009 U Т-1
     analog 1010 I Т-1
+    analog 1031 F-1 {primaryLocId=0}
+    analog 1032 F-2 {primaryLocId=0}
     discrete 1003 В-110 {inversion=1;CheckTu=1}
     discrete 1004 Р-110 {inversion=1}
     discrete 1006 ЗН-110
@@ -122,6 +124,7 @@ TEST_F(Several, CommonValuesAreShownAsTheModelPutsThem) {
   EXPECT_EQ(merged("Measurement.ioAddress"), "7");
   EXPECT_EQ(merged("Analog.smoothing"), "Скользящее среднее");
   EXPECT_EQ(merged("Measurement.UnitKey"), "МВт");
+  EXPECT_EQ(merged("measurement.UnitKey"), "МВт");
 }
 
 TEST_F(Several, EmptyReferenceIsNothing) {
@@ -157,8 +160,10 @@ TEST_F(Several, MeasurementNumberBringsItsName) {
   start();
   select({"P Т-1", "Q Т-1"});
   EXPECT_EQ(merged("Measurement.primaryLocId"), "1009,U Т-1");
-  select({"U Т-1", "I Т-1"});
-  EXPECT_EQ(merged("Measurement.primaryLocId"), "(нет)");
+  for (const auto& none : {std::vector<const char*>{"U Т-1", "I Т-1"}, {"F-1", "F-2"}}) {
+    select(none);
+    EXPECT_EQ(merged("Measurement.primaryLocId"), "(нет)") << none.front();
+  }
 }
 
 TEST_F(Several, ServerGroupIsShownByName) {
