@@ -17,9 +17,9 @@ table MeasurementUnit МВт {symbol=МВт}
 table ServerGroups Группа 3 {number=3}
 folder Подстанция {description=Север}
   unit КП-1 {SrvGroup=3;port=102}
-    analog 1001 P Т-1 {UnitKey=@МВт;CheckArch=1;MeasurementArchGroupKey=@Суточная;work_=1;staleTime=30;highAlarm=125.5;smoothing=1;engMax=150.25;comment=Проверено;ioAddress=7;commissioned=45000.5;primaryLocId=1009}
+    analog 1001 P Т-1 {UnitKey=@МВт;CheckArch=1;MeasurementArchGroupKey=@Суточная;work_=1;staleTime=30;highAlarm=125.5;smoothing=1;engMax=150.25;engMin=123456.789;comment=Проверено;ioAddress=7;commissioned=45000.5;primaryLocId=1009}
       analog 1101 P час {MeasurementArchGroupKey=@Часовая}
-    analog 1002 Q Т-1 {UnitKey=@МВт;CheckArch=0;work_=1;staleTime=60;highAlarm=125.5;smoothing=1;engMax=150.2500001;comment=Иначе;ioAddress=7;commissioned=45000.5;primaryLocId=1009}
+    analog 1002 Q Т-1 {UnitKey=@МВт;CheckArch=0;work_=1;staleTime=60;highAlarm=125.5;smoothing=1;engMax=150.2500001;engMin=123456.789;comment=Иначе;ioAddress=7;commissioned=45000.5;primaryLocId=1009}
     analog 1009 U Т-1
     analog 1010 I Т-1
     analog 1031 F-1 {primaryLocId=0}
@@ -213,6 +213,7 @@ TEST_F(Several, WithoutTheModelTheRawValueStands) {
   EXPECT_EQ(merged("Measurement.work_"), "true");
   EXPECT_EQ(merged("Measurement.retrans"), "false");
   EXPECT_EQ(merged("Analog.highAlarm"), "125.5");
+  EXPECT_EQ(merged("Analog.engMin"), "123457") << "six digits";
   EXPECT_EQ(merged("Analog.lowAlarm"), "0");
 }
 
