@@ -466,6 +466,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   // more, the row of that key becomes it. What is current then is the selection.
   QString keyAbove(const QModelIndex& index) const;
   void landSelection(const QString& fallbackKey);
+  void selectCurrent(const QModelIndex& index);  // alone, with its path; clears the selection without a row
 
   QObjectList widthWatches;        // what tells of new widths; gone before the widgets
   bool columnsAwaitModel = false;  // resizeColumns was called while the tree had no columns

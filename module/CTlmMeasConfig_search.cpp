@@ -242,9 +242,16 @@ void CTlmMeasConfig::OnSetFocusRow(QModelIndex id) {
     if (moved.isValid()) index = moved;
   }
   tree->scrollTo(index, QAbstractItemView::EnsureVisible);
-  if (QItemSelectionModel* selection = tree->selectionModel())
-    selection->select(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Current);
-  else
-    tree->clearSelection();
-  tree->setCurrentIndex(index);
+  selectCurrent(index);
+}
+
+// Selects a row alone and makes it current, past the view: that would take a Control key that happens to be down for
+// the wish to toggle. The selection tells of the row before it is the current one, so the path is set once more.
+void CTlmMeasConfig::selectCurrent(const QModelIndex& index) {
+  QItemSelectionModel* selection = ui->tV_MeasConfig->selectionModel();
+  if (!selection) return ui->tV_MeasConfig->clearSelection();
+  selection->select(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Current);
+  if (!index.isValid()) return;
+  selection->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+  ChangeToolBarCfg();
 }

@@ -70,14 +70,8 @@ QString CTlmMeasConfig::keyAbove(const QModelIndex& index) const {
 }
 
 void CTlmMeasConfig::landSelection(const QString& fallbackKey) {
-  QTreeView* tree = ui->tV_MeasConfig;
-  QModelIndex index = tree->currentIndex();
-  if (!index.isValid()) index = rowOf(fallbackKey);
-  if (QItemSelectionModel* selection = tree->selectionModel())
-    selection->select(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Current);
-  else
-    tree->clearSelection();
-  if (index.isValid()) tree->setCurrentIndex(index);
+  const QModelIndex current = ui->tV_MeasConfig->currentIndex();
+  selectCurrent(current.isValid() ? current : rowOf(fallbackKey));
 }
 
 // ---- rows that move --------------------------------------------------------------------------------------

@@ -11,7 +11,10 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMenu>
 #include <QTest>
+#include <QToolBar>
+#include <QToolButton>
 
 #include "support/Gui.h"
 #include "support/ModelText.h"
@@ -121,6 +124,19 @@ class ModuleWindow : public testing::Test {
     }
     QTest::keyClick(editor, Qt::Key_Return);
     settle();
+  }
+
+  // What the path bar shows, its menu's entries in front.
+  QStringList pathTexts() {
+    const QList<QAction*> actions = module->toolBarCfg->actions();
+    QStringList texts;
+    auto* button =
+        actions.isEmpty() ? nullptr : qobject_cast<QToolButton*>(module->toolBarCfg->widgetForAction(actions[0]));
+    if (button && button->menu())
+      for (const QAction* action : button->menu()->actions()) texts += action->text();
+    for (const QAction* action : actions.mid(1))
+      if (!action->isSeparator()) texts += action->text();
+    return texts;
   }
 
   // Waits until the window has handled all that the server published.

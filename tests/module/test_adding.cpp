@@ -375,6 +375,37 @@ TEST_F(Adding, UnitThatWasNeverOpenedIsFetchedFirst) {
   )"));
 }
 
+TEST_F(Adding, AggregatedDataIsNotOfferedForANewObject) {
+  start();
+  module->classesEnabledAgreg = QStringList{"Analog"};
+  click("P Т-1");
+  ASSERT_TRUE(module->actAgregData->isEnabled());
+  pick(module->actAddAnalog);
+  EXPECT_FALSE(module->actAgregData->isEnabled());
+  cancel();
+}
+
+TEST_F(Adding, AggregatedDataIsOfferedForTheRowThatTookNone) {
+  start();
+  module->classesEnabledAgreg = QStringList{"Analog"};
+  click("P Т-1");
+  module->actAgregData->setEnabled(false);
+  module->ExecActAdd("Discrete", key("КП-1"), false);
+  EXPECT_EQ(currentName(), "P Т-1");
+  EXPECT_TRUE(module->actAgregData->isEnabled());
+}
+
+TEST_F(Adding, NewObjectHasItsPathAboveTheTree) {
+  start();
+  click("КП-1");
+  EXPECT_EQ(pathTexts(), QStringList({"Подстанция Северная", "ОРУ-110"}));
+  pick(module->actAddAnalog);
+  EXPECT_EQ(pathTexts(), QStringList({"Подстанция Северная", "ОРУ-110", "КП-1"}));
+  cancel();
+  EXPECT_EQ(currentName(), "Q Т-1");
+  EXPECT_EQ(pathTexts(), QStringList({"Подстанция Северная", "ОРУ-110", "КП-1"}));
+}
+
 TEST_F(Adding, WorksFromTheColumnOfTheNumbers) {
   start();
   click(row("КП-1").sibling(row("КП-1").row(), 1));

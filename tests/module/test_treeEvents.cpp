@@ -148,6 +148,17 @@ TEST_F(TreeEvents, AddedUnitEntersItsFolderAndIsFetchedWhenItIsOpened) {
   )"));
 }
 
+TEST_F(TreeEvents, UnitThatComesBackIsNoLongerOpen) {
+  start();
+  load("КП-1");
+  ASSERT_TRUE(module->loadedRemoteUnits.contains(key("КП-1")));
+  module->treeModel->DelNode(row("КП-1"), nullptr);
+  module->AddNodeByEvent(key("КП-1"), "RemoteUnit");
+  ASSERT_TRUE(row("КП-1").isValid());
+  EXPECT_FALSE(nodeOf(row("КП-1"))->isLoaded);
+  EXPECT_FALSE(module->loadedRemoteUnits.contains(key("КП-1")));
+}
+
 TEST_F(TreeEvents, UnitWithoutAFolderOrOfAnUnknownOneLandsAtTheTop) {
   start();
   other.add("RemoteUnit", key("КП-8"), {"name_=КП-8", "SrvGroup=1"});
@@ -375,6 +386,33 @@ TEST_F(TreeEvents, DeletingAnotherRowLeavesSelectionAndSheetAlone) {
   EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
 }
 
+TEST_F(TreeEvents, DeletingAnotherRowLeavesSeveralSelected) {
+  start();
+  load("КП-1");
+  click("P Т-1");
+  click(find("Q Т-1"), Qt::ControlModifier);
+  const QModelIndexList before = tree()->selectionModel()->selectedIndexes();
+  ASSERT_GE(before.size(), 2);
+  other.remove("Discrete", key("Q-110"));
+  commit();
+  EXPECT_EQ(tree()->selectionModel()->selectedIndexes().size(), before.size());
+}
+
+TEST_F(TreeEvents, DeletingTheCurrentRowOfSeveralLeavesOneSelected) {
+  start();
+  load("КП-1");
+  click("Q-110");
+  click(find("P Т-1"), Qt::ControlModifier);
+  ASSERT_EQ(current(), "P Т-1");
+  other.remove("Analog", key("P Т-1"));
+  commit();
+  ASSERT_EQ(current(), "Q Т-1");
+  QSet<QString> names;
+  for (const QModelIndex& index : tree()->selectionModel()->selectedIndexes())
+    names += index.sibling(index.row(), 0).data().toString();
+  EXPECT_EQ(names, QSet<QString>{"Q Т-1"}) << "though the Control key is still down";
+}
+
 TEST_F(TreeEvents, DeletingWhatStandsAboveTheCurrentRowChoosesNoOther) {
   start();
   click("P Т-1");
@@ -574,6 +612,15 @@ TEST_F(TreeEvents, OpenUnitIsKnownInWhateverCase) {
   other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
   commit();
   EXPECT_EQ(row("P Т-1").parent().parent(), row("КП-2"));
+}
+
+TEST_F(TreeEvents, MoveFetchesTheUnitThatItGoesTo) {
+  start();
+  load("КП-1");
+  module->MoveByEvent(key("P Т-1"), key("КП-2"), true, false);
+  EXPECT_TRUE(nodeOf(row("КП-2"))->isLoaded);
+  EXPECT_EQ(row("I Т-2").parent().parent(), row("КП-2"));
+  EXPECT_EQ(row("P Т-1").parent(), row("I Т-2").parent());
 }
 
 TEST_F(TreeEvents, MeasurementWithoutAUnitGoesToTheDefaultUnitWhichIsMadeOnce) {
