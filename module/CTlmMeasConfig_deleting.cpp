@@ -145,9 +145,12 @@ void CTlmMeasConfig::PrepareDelRec(QStringList& tables, QList<CMDArray*>& arrays
     return;
   }
   add("Measurement", strMeasurement, bytes);
+  const char* last = "Measurement";
   const QByteArray calculation = calculationKey(*this, key);
-  if (!calculation.isEmpty()) add("Calculations", tblCalculations, calculation);
+  if (!calculation.isEmpty()) add(last = "Calculations", tblCalculations, calculation);
   const CMDArray* const structures[] = {&strAnalog, &strDiscrete, &strAccumulator, &strStringMeasurement};
-  const MeasClass* kind = measClassByName(className, Qt::CaseInsensitive);
-  if (kind) add(kind->className, *structures[kind - kMeasClasses], bytes);
+  if (const MeasClass* kind = measClassByName(className, Qt::CaseInsensitive))
+    add(kind->className, *structures[kind - kMeasClasses], bytes);
+  else  // callers know the four classes alone; another one gives its key twice to the table that was last
+    add(last, strMeasurement, bytes);
 }

@@ -416,6 +416,17 @@ TEST_F(Delete, TheNearestAncestorWithAKeyIsSelectedWhenNoRowIsLeft) {
   EXPECT_EQ(module->passport.currentKey, key("КП-2"));
 }
 
+TEST_F(Delete, TheAncestorIsThatOfTheCurrentRowNotOfTheFirstSelected) {
+  start();
+  find("Режим");
+  module->treeModel->DelNode(group("КП-2", "Аналоговые измерения"), nullptr);
+  select({find("Q-110"), find("Режим")});
+  module->actDel->trigger();
+  answer(0);
+  EXPECT_EQ(current(), "КП-2");
+  EXPECT_EQ(pathTexts(), QStringList({"Подстанция Северная", "ОРУ-110"}));
+}
+
 TEST_F(Delete, FromTheNumbersColumnTheSelectionLandsAsWell) {
   start();
   const QModelIndex row = find("Q-110");
@@ -477,6 +488,20 @@ TEST_F(Delete, ABlockThatCouldNotBeSentKeepsItsListForTheNextSave) {
   EXPECT_EQ(module->pendingDeletes, QStringList());
   EXPECT_FALSE(module->groupDeletePending);
   EXPECT_EQ(onServer({"Q-110"}), "");
+}
+
+TEST_F(Delete, YesToNothingSelectedForgetsTheListThatWasKept) {
+  start();
+  app.failures.add("BlockEnd", Fail::kRefuseToSend);
+  remove("Q-110");
+  answer(0);
+  app.failures.clear();
+  ask("U 10 кВ");
+  tree()->clearSelection();
+  answer(0);
+  EXPECT_EQ(module->pendingDeletes, QStringList());
+  EXPECT_FALSE(module->groupDeletePending);
+  EXPECT_EQ(onServer({"Q-110", "U 10 кВ"}), "Q-110 U 10 кВ");
 }
 
 TEST_F(Delete, TheNextDeleteBeginsAListOfItsOwn) {
@@ -551,7 +576,88 @@ TEST_F(Delete, ABlockOfAggregatedMeasurementsThatFailsIsTold) {
   ASSERT_NE(box, nullptr);
   EXPECT_EQ(box->titleText(), "Ошибка изменения данных");
   EXPECT_EQ(box->messageText(), "При изменения данных возникла непредвиденная ошибка.\nДанные не были изменены!");
+  EXPECT_EQ(box->icon(), 1);
+  EXPECT_EQ(box->type(), 0);
   answerBox(box, 0);
+}
+
+TEST_F(Delete, ABlockOfAggregatedMeasurementsIsNotWaitedFor) {
+  start();
+  find("P Т-1");
+  QList<MDRData*> records = {seekText(module->measRecords, 0, key("Q Т-1"), module->moduleCodec)};
+  app.failures.add("BlockEnd", Fail::kStatus);
+  module->DeleteAgregMeas(records, "Analog");
+  EXPECT_EQ(waitingBox(), nullptr);
+}
+
+// The records that a delete of an object writes: "TABLE KEY..." for each table, in their order.
+class DeleteRecords : public Delete {
+ protected:
+  ~DeleteRecords() override { qDeleteAll(arrays); }
+
+  QStringList prepare(const QString& objectKey, const QString& className) {
+    module->PrepareDelRec(tables, arrays, objectKey, className);
+    QStringList text;
+    for (int i = 0; i < tables.size(); ++i) {
+      QStringList line;
+      for (int row = 0; row < MDARecCount(arrays[i]->array); ++row) {
+        const MDRData* record = MDARec(arrays[i]->array, 0, row);
+        EXPECT_EQ(MDRGetFlags(record), 4);
+        const QString held = fieldText(*arrays[i], record, 0, module->moduleCodec);
+        line += held == objectKey ? "key" : held == key("Расчет") ? "calculation" : held;
+        EXPECT_EQ(MDRIsUser(MDRFldByNum(arrays[i]->array, 0), record, nullptr), 1);
+      }
+      line.sort();  // the rows stand by their keys
+      text += tables[i] + ' ' + line.join(' ');
+    }
+    return text;
+  }
+  QStringList tables;
+  QList<CMDArray*> arrays;
+};
+
+TEST_F(DeleteRecords, AreOfTheTablesOfTheClassInAnyCase) {
+  start();
+  EXPECT_EQ(prepare(key("P Т-1"), "aNALOG"), QStringList({"IdentifiedObject key", "Measurement key", "Analog key"}));
+  EXPECT_EQ(arrays.size(), 3);
+}
+
+TEST_F(DeleteRecords, OfAUnitAreTwoInAnyCase) {
+  start();
+  EXPECT_EQ(prepare(key("КП-1"), "REMOTEUNIT"), QStringList({"IdentifiedObject key", "RemoteUnit key"}));
+}
+
+TEST_F(DeleteRecords, WithoutAKeyAreNone) {
+  start();
+  EXPECT_EQ(prepare(QString(), "Analog"), QStringList());
+}
+
+TEST_F(DeleteRecords, OfAnUnknownClassAreTwoInTheLastTable) {
+  start();
+  EXPECT_EQ(prepare(key("P Т-1"), "Curve"), QStringList({"IdentifiedObject key", "Measurement key key"}));
+}
+
+TEST_F(DeleteRecords, OfAnUnknownClassFollowTheCalculation) {
+  start();
+  find("Q Т-1");
+  EXPECT_EQ(prepare(key("Q Т-1"), ""),
+            QStringList({"IdentifiedObject key", "Measurement key", "Calculations calculation key"}));
+}
+
+TEST_F(DeleteRecords, WithoutANumberHaveNoCalculation) {
+  start();
+  find("Q Т-1");
+  MDRData* calculation = MDARec(module->tblCalculations.array, 0, 0);
+  MDRData* edited = MDARecEdit(calculation);
+  module->tblCalculations.SetVal(edited, "fname", textVar("RES0"));
+  module->tblCalculations.RecPost(edited);
+  MDRData* record = MDARecEdit(seekText(module->measRecords, 0, key("Q Т-1"), module->moduleCodec));
+  MDRVar null{};
+  null.type = MDX_INT32;
+  null.isNull = 1;
+  module->measRecords.SetVal(record, "locId", null);
+  module->measRecords.RecPost(record);
+  EXPECT_EQ(prepare(key("Q Т-1"), "Analog"), QStringList({"IdentifiedObject key", "Measurement key", "Analog key"}));
 }
 
 }  // namespace
