@@ -1,5 +1,8 @@
 // What the server publishes: decoding, merging, and what the window makes of it.
 #include <QLineEdit>
+#include <QSignalSpy>
+
+#include <TlmServer/LiveValues.h>
 
 #include "EventWindow.h"
 
@@ -187,6 +190,52 @@ TEST_F(Events, CheckTuReachesRowAndNode) {
   EXPECT_FALSE(nodeOf(row)->checkTu);
 }
 
+TEST_F(Events, CheckTuIsWrittenIntoTheRow) {
+  start();
+  find("Q-110");
+  const auto held = [&] {
+    MDRVar value{};
+    module->measRecords.GetVal(seekText(module->measRecords, 0, key("Q-110"), module->moduleCodec), "CheckTu", value);
+    return hasValue(value) ? int(value.flag) : -1;
+  };
+  ASSERT_EQ(held(), 1);
+  send(602, "Q-110", "Discrete", module->strDiscrete, {"CheckTu=0"});
+  EXPECT_EQ(held(), 0);
+  send(602, "Q-110", "Discrete", module->strDiscrete, {"CheckTu"});
+  EXPECT_EQ(held(), -1);
+}
+
+TEST_F(Events, ChangedRowIsToldToTheViews) {
+  start();
+  const QModelIndex row = find("P Т-1");
+  QSignalSpy changed(module->treeModel, &QAbstractItemModel::dataChanged);
+  send(602, "P Т-1", "Analog", module->strAnalog, {});
+  EXPECT_EQ(changed.size(), 0) << "a table of its class shows nothing in the tree";
+  send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=P новое"});
+  ASSERT_GE(changed.size(), 1);
+  EXPECT_EQ(changed[0][0].toModelIndex(), row);
+}
+
+TEST_F(Events, ChangeOfTheMeasurementShownEndsWithoutItsValue) {
+  start();
+  click("P Т-1");
+  app.log.clear();
+  send(602, "P Т-1", "Measurement", module->strMeasurement, {"work_=1"});
+  ASSERT_EQ(app.log.filter("LiteModel").size(), 2) << "before the merge and after";
+  EXPECT_TRUE(app.log.last().contains("LiteModel")) << app.log.last().toStdString();
+}
+
+TEST_F(Events, RecordOfAnotherArrayIsNotMerged) {
+  start();
+  find("P Т-1");
+  Message message(602, key("КП-1").toLatin1(), "tbl=RemoteUnit,x");
+  TEventNciParse ev(message.get(), module->moduleCodec);
+  MDRData* unit = seekText(module->tblRemoteUnit, 0, key("КП-1"), module->moduleCodec);
+  EXPECT_EQ(module->changeRecord(&module->measRecords, unit, ev, &module->strMeasurement, true), nullptr);
+  EXPECT_EQ(module->changeRecord(&module->measRecords, nullptr, ev, &module->strMeasurement, true), nullptr);
+  EXPECT_EQ(module->changeRecord(nullptr, unit, ev, &module->strMeasurement, true), unit);
+}
+
 TEST_F(Events, OwnMovesAreForgottenWhenTheyComeBack) {
   start();
   find("P Т-1");
@@ -235,6 +284,22 @@ TEST_F(Events, ChangedFieldIsFoundByItsNameInTheStructure) {
   EXPECT_FALSE(module->FieldIsChanged(ev, "work_", &module->strMeasurement, value));
   EXPECT_FALSE(module->FieldIsChanged(ev, "RemoteUnitKey", &module->strMeasurement, value));
   EXPECT_EQ(module->getRemoteUnitKey(ev, &module->strMeasurement), "U");
+}
+
+TEST_F(Events, UnitsKeyIsFoundInAnyCaseOfItsNameAndWithoutAMark) {
+  CMDArray structure;
+  for (const char* field : {"KeyLink", "REMOTEunitKEY"}) {
+    MDRFldDesc description{};
+    qstrncpy(description.name, field, sizeof description.name);
+    description.type = MDX_MEMO;
+    MDAFldAdd(structure.array, 1, &description);
+  }
+  MDRData* record = MDARecNew(structure.array);
+  put(structure, record, "REMOTEunitKEY", "U");
+  MDRSetUser(MDRFldByNum(structure.array, 0), record, 1);
+  Message message(602, "K", "tbl=Measurement,x", &structure, structure.RecPost(record));
+  TEventNciParse ev(message.get(), module->moduleCodec);
+  EXPECT_EQ(module->getRemoteUnitKey(ev, &structure), "U");
 }
 
 // ---- receipts --------------------------------------------------------------------------------------------
@@ -291,6 +356,23 @@ TEST_F(Events, ReceiptRefreshesTheValueOfTheObjectShown) {
     module->MessageData(message.get());
     EXPECT_EQ(app.log.filter("ObjectHint").size(), requests) << name;
     answerBox(waitingBox(), 0);
+  }
+}
+
+TEST_F(Events, ReceiptOfADoneCommandPutsTheNewValueIntoTheSheet) {
+  start();
+  click("Q-110");
+  const QString before = shown("Текущее значение");
+  ASSERT_FALSE(before.isEmpty());
+  server.core()->live().set(1003, {server::systemTime(), server::Quality::kGood, 1.0});
+  for (int kind : {902, 904, 903}) {
+    module->pendingTelecontrol = QList<int>{1003};
+    app.log.clear();
+    Message message(kind, key("Q-110").toLatin1(), "id=1003,res=0");
+    module->MessageData(message.get());
+    answerBox(waitingBox(), 0);
+    EXPECT_EQ(app.log.filter("ObjectHint").size(), kind == 903 ? 1 : 0) << kind;
+    EXPECT_EQ(shown("Текущее значение") != before, kind == 903) << kind;
   }
 }
 
