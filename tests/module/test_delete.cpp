@@ -420,7 +420,10 @@ TEST_F(Delete, TheAncestorIsThatOfTheCurrentRowNotOfTheFirstSelected) {
   start();
   find("Режим");
   module->treeModel->DelNode(group("КП-2", "Аналоговые измерения"), nullptr);
-  select({find("Q-110"), find("Режим")});
+  find("Wp Т-1");
+  const QModelIndexList rows = {find("Wp Т-1"), find("Режим"), find("Q-110")};
+  select(rows);
+  tree()->selectionModel()->setCurrentIndex(rows[1], QItemSelectionModel::NoUpdate);
   module->actDel->trigger();
   answer(0);
   EXPECT_EQ(current(), "КП-2");

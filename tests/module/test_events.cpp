@@ -225,6 +225,26 @@ TEST_F(Events, ChangeOfTheMeasurementShownEndsWithoutItsValue) {
   EXPECT_TRUE(app.log.last().contains("LiteModel")) << app.log.last().toStdString();
 }
 
+TEST_F(Events, FieldsThatAreNotCarriedAreMergedWhereAllAreWanted) {
+  start();
+  find("P Т-1");
+  CMDArray image;
+  MDACopy(image.array, module->strMeasurement.array, 0);
+  MDRData* record = MDARecNew(image.array);
+  put(image, record, "locId", "1777");
+  MDRSetUser(MDRFldByName(image.array, "work_"), record, 1);
+  Message message(602, key("P Т-1").toLatin1(), "tbl=Measurement,x", &image, image.RecPost(record));
+  TEventNciParse ev(message.get(), module->moduleCodec);
+  const auto hasNumber = [&](bool onlyCarried) {
+    MDRData* row = MDARecEdit(seekText(module->measRecords, 0, key("P Т-1"), module->moduleCodec));
+    EXPECT_NE(module->changeRecord(&module->measRecords, row, ev, &module->strMeasurement, onlyCarried), nullptr);
+    const MDRVar number = intVar(1777);
+    return MDARecSeekV(module->measRecords.array, 2, &number, nullptr) != nullptr;
+  };
+  EXPECT_FALSE(hasNumber(true));
+  EXPECT_TRUE(hasNumber(false));
+}
+
 TEST_F(Events, RecordOfAnotherArrayIsNotMerged) {
   start();
   find("P Т-1");
