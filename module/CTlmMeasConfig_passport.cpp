@@ -127,7 +127,7 @@ void CTlmMeasConfig::declareRow(myConfNode* node, int count, const QString& labe
 }
 
 // Called before each display. A pending edit belongs to the objects shown before. Where none is pending, the sheet may
-// still keep an object that the server did not give, as if it were to be inserted: it goes.
+// still keep an object that did not come from the server, or went from there, as if it were to be inserted: it goes.
 void CTlmMeasConfig::rememberSheet(const QStringList& keys, const QString& number) {
   if (newObjectInPassport || passportEdited) return;
   if (passport.HasChanges()) passport.ClearChanges();
@@ -154,9 +154,6 @@ void CTlmMeasConfig::showObject(const QModelIndex& index, bool isSelection) {
   myConfNode* node = nodeOf(index);
   if (!node) return;
   rememberSheet(keyOf(index).isEmpty() ? QStringList() : QStringList{keyOf(index)}, numberOf(index));
-  // A form that nobody is filling in, as of an object that went from the server while it was shown, is not to be
-  // written with the next one.
-  if (liteModel.IsEmpty() && !newObjectInPassport && !passportEdited) passport.ClearChanges();
   SheetForm form;
   if (!prepareForm(index, form)) return;
   if (liteModel.IsEmpty()) {

@@ -436,6 +436,18 @@ TEST_F(Rules, ObjectThatDidNotComeLocksNoOther) {
   EXPECT_EQ(app.log.filter("SqlUpdate IdentifiedObject"), QStringList{"SqlUpdate IdentifiedObject 1 records"});
 }
 
+TEST_F(Rules, ObjectThatDidNotComeLocksNotTheSheetOfSeveral) {
+  start();
+  find("Q");
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("P");
+  ASSERT_TRUE(module->passport.HasChanges());
+  app.failures.clear();
+  click(find("Q"), Qt::ControlModifier);
+  EXPECT_FALSE(module->passport.HasChanges());
+  EXPECT_TRUE(field("Примечание").flags() & Qt::ItemIsEditable);
+}
+
 TEST_F(Rules, ObjectThatDidNotComeIsNotInsertedBesideANewOne) {
   startNoting();
   find("Q");
