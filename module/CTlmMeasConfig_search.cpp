@@ -246,12 +246,13 @@ void CTlmMeasConfig::OnSetFocusRow(QModelIndex id) {
 }
 
 // Selects a row alone and makes it current, past the view: that would take a Control key that happens to be down for
-// the wish to toggle. The selection tells of the row before it is the current one, so the path is set once more.
+// the wish to toggle. The selection tells of the row before it is the current one, so the path is set once more. Where
+// an edit that may not be saved has put the selection back, all stays there.
 void CTlmMeasConfig::selectCurrent(const QModelIndex& index) {
   QItemSelectionModel* selection = ui->tV_MeasConfig->selectionModel();
   if (!selection) return ui->tV_MeasConfig->clearSelection();
   selection->select(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Current);
-  if (!index.isValid()) return;
+  if (!index.isValid() || !selection->isSelected(index)) return;
   selection->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
   ChangeToolBarCfg();
 }

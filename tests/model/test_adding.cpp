@@ -133,6 +133,7 @@ TEST_F(Adding, AUnitAtTheTopHasNoFolder) {
   open();
   EXPECT_TRUE(model->AddNode(QModelIndex(), "RemoteUnit", QString(), false));
   EXPECT_EQ(field(model->rootNode->children.front(), "RemoteUnitFolderKey"), "null");
+  EXPECT_EQ(marked(model->rootNode->children.front()), QStringList({"classname", "keylink", "name_"}));
 }
 
 TEST_F(Adding, EachNewObjectHasAKeyOfItsOwn) {

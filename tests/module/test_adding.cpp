@@ -455,6 +455,24 @@ TEST_F(Adding, SavesAPendingEditFirst) {
   EXPECT_TRUE(module->newObjectInPassport);
 }
 
+TEST_F(Adding, EditThatIsRefusedKeepsSelectionAndPathBesideTheNewObject) {
+  start();
+  click("P Т-1");
+  type("Наименование", "");
+  module->ExecActAdd("Analog", key("КП-1"), false);
+  settle();
+  EXPECT_TRUE(text().contains("Новое аналоговое измерение"));
+  ASSERT_NE(waitingBox(), nullptr);
+  answerBox(waitingBox(), 0);
+  EXPECT_EQ(keyOf(current()), key("P Т-1"));
+  ASSERT_FALSE(tree()->selectionModel()->selectedIndexes().isEmpty());
+  for (const QModelIndex& index : tree()->selectionModel()->selectedIndexes()) EXPECT_EQ(keyOf(index), key("P Т-1"));
+  EXPECT_EQ(pathTexts(), QStringList({"Подстанция Северная", "ОРУ-110", "КП-1"}));
+  EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
+  cancel();
+  EXPECT_FALSE(text().contains("Новое аналоговое измерение"));
+}
+
 TEST_F(Adding, SavesTheNewObjectBeforeTheNext) {
   start();
   click("КП-1");

@@ -604,6 +604,16 @@ TEST_F(TreeEvents, OwnMoveIntoAnOpenUnitTakesTheFocus) {
   EXPECT_EQ(row("Q-110").parent().parent(), row("КП-2"));
 }
 
+TEST_F(TreeEvents, OwnMoveOutOfItsUnitTakesTheFocus) {
+  start();
+  load("КП-1");
+  module->ownMoves = QStringList{key("Q-110")};
+  other.change("Measurement", key("Q-110"), {"RemoteUnitKey"});
+  commit();
+  EXPECT_EQ(current(), "Q-110");
+  EXPECT_EQ(row("Q-110").parent().parent(), module->treeModel->defaultUnit());
+}
+
 TEST_F(TreeEvents, OpenUnitIsKnownInWhateverCase) {
   start();
   load("КП-1");
