@@ -447,7 +447,12 @@ TEST_F(Adding, SavesAPendingEditFirst) {
   start();
   click("P Т-1");
   type("Наименование", "P новое");
+  app.log.clear();
   module->ExecActAdd("Analog", key("КП-1"), false);
+  const auto saved = app.log.indexOf(QRegularExpression("BlockEnd.*")),
+             asked = app.log.indexOf(QRegularExpression("CalcExec.*"));
+  EXPECT_GE(saved, 0);
+  EXPECT_LT(saved, asked) << "before the new object asks for its number";
   settle();
   ASSERT_TRUE(eventsAreIn());
   EXPECT_EQ(shownName("P Т-1"), "P новое");
