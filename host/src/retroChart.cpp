@@ -95,7 +95,7 @@ void RetroChart::drawGrid(QPainter& painter, const Frame& f) const {
   const QFontMetrics metrics(font());
   const QPen line(QColor("#dde3ea"));
   const QPen label(palette().color(QPalette::Text));
-  const int valueSteps = int((f.values.high - f.values.low) / f.values.step + 0.5);
+  const int valueSteps = int(std::lround((f.values.high - f.values.low) / f.values.step));
   for (int i = 0; i <= valueSteps; ++i) {
     const double value = f.values.low + i * f.values.step;
     painter.setPen(line);

@@ -57,7 +57,8 @@ void plainValue(const MDRField* field, const MDRData* record, v1::Value* value) 
       return value->set_number(from.f64);
     case MDX_TEXT:
     case MDX_MEMO:
-      return value->set_text(from.text.data, from.text.length);
+      // The members of a value are not aligned, so they are read before anything binds to them.
+      return value->set_text(std::string(+from.text.data, +from.text.length));
     default:
       return;
   }
