@@ -264,11 +264,12 @@ void CTlmMeasConfig::PrepareCmdArrayForPassport(CMDArray* first, CMDArray* secon
   const PassportForm* form = passportForm(className);
   if (!form) return;
   noEdit += lockedFields(*form, aggregated);
-  CMDArray* const targets[] = {first, second};
-  for (size_t i = 0; i < form->tables.size(); ++i) {
-    fillFormArray(this, form->tables[i], *targets[i], node ? node->record : nullptr);
-    tables += QLatin1String(form->tables[i].table);
-    arrays += targets[i];
+  CMDArray* target = first;
+  for (const PassportTable& table : form->tables) {
+    fillFormArray(this, table, *target, node ? node->record : nullptr);
+    tables += QLatin1String(table.table);
+    arrays += target;
+    target = second;
   }
 }
 

@@ -50,7 +50,7 @@ void notify(const char* state) {
   sockaddr_un address{};
   if (!path || std::strlen(path) >= sizeof address.sun_path) return;
   address.sun_family = AF_UNIX;
-  std::strcpy(address.sun_path, path);
+  std::memcpy(address.sun_path, path, std::strlen(path) + 1);
   if (path[0] == '@') address.sun_path[0] = '\0';
   const int handle = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (handle < 0) return;

@@ -17,6 +17,7 @@ bool say(const Failure& failure, std::string* error) {
 
 std::vector<const MDRField*> fieldsOf(const MDArray* array) {
   std::vector<const MDRField*> fields;
+  fields.reserve(static_cast<size_t>(MDAFldCount(array)));
   for (int i = 0; i < MDAFldCount(array); ++i) fields.push_back(MDRFldByNum(array, i));
   return fields;
 }
