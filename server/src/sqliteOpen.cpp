@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "identity.h"
 #include "sqliteSchema.h"
 #include "sqliteStore.h"
 

@@ -1,8 +1,6 @@
 #include "sqliteSchema.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <random>
 #include <set>
 
 namespace tlm::server {
@@ -137,17 +135,6 @@ bool addMissing(Db& db, const Catalogue& catalogue, Failure* failure) {
   for (const TableDef* table : storedTables(catalogue))
     if (!missingSql(db, *table, &sql, failure)) return false;
   return sql.empty() || runAll(db, sql, failure);
-}
-
-std::string newIdentity() {
-  std::random_device random;
-  std::string identity;
-  for (int i = 0; i < 4; ++i) {
-    char part[9];
-    std::snprintf(part, sizeof part, "%08X", random());
-    identity += part;
-  }
-  return identity;
 }
 
 }  // namespace tlm::server

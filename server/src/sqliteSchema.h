@@ -32,9 +32,6 @@ bool upgrade(Db& db, std::span<const UpgradeStep> steps, int target, Failure* fa
 // Adds what the catalogue has and the file lacks, in one transaction; a file that lacks nothing is not written.
 bool addMissing(Db& db, const Catalogue& catalogue, Failure* failure);
 
-// A fresh identity of 32 characters.
-std::string newIdentity();
-
 }  // namespace tlm::server
 
 #endif

@@ -3,7 +3,7 @@
 namespace tlm::test {
 namespace {
 
-class EventsTest : public ::testing::Test {
+class EventsTest : public StoreTest {
  protected:
   void commitEvents(int64_t from, int64_t to, const std::string& identity = "") {
     Commit block;
@@ -17,25 +17,19 @@ class EventsTest : public ::testing::Test {
         sequence, [&](wire::Event&& event) { all.push_back(event.sequence); }, &error_));
     return all;
   }
-  void reopen() {
-    store_.reset();
-    store_ = openSmall(folder_);
-  }
-
-  Folder folder_;
-  std::unique_ptr<Store> store_ = createSmall(folder_);
-  std::string error_;
 };
+
+INSTANTIATE_TEST_SUITE_P(Stores, EventsTest, ::testing::ValuesIn(kPlaces), placeName);
 
 using Numbers = std::vector<int64_t>;
 
-TEST_F(EventsTest, ANewStoreHasNone) {
+TEST_P(EventsTest, ANewStoreHasNone) {
   EXPECT_EQ(store_->lastSequence(), 0);
   EXPECT_EQ(store_->firstSequence(), 1);
   EXPECT_EQ(after(0), Numbers{});
 }
 
-TEST_F(EventsTest, ComeBackWithEveryField) {
+TEST_P(EventsTest, ComeBackWithEveryField) {
   commitEvents(1, 1);
   reopen();
   std::vector<wire::Event> all;
@@ -52,7 +46,7 @@ TEST_F(EventsTest, ComeBackWithEveryField) {
   EXPECT_EQ(all[0].image, wanted.image);
 }
 
-TEST_F(EventsTest, AMissingImageIsNotAnEmptyOne) {
+TEST_P(EventsTest, AMissingImageIsNotAnEmptyOne) {
   Commit block;
   block.events = {eventOf(1), eventOf(2)};
   block.events[0].image.reset();
@@ -64,7 +58,7 @@ TEST_F(EventsTest, AMissingImageIsNotAnEmptyOne) {
   EXPECT_EQ(images, (std::vector<std::optional<std::string>>{std::nullopt, std::string()}));
 }
 
-TEST_F(EventsTest, CatchUpGivesWhatIsLaterInOrder) {
+TEST_P(EventsTest, CatchUpGivesWhatIsLaterInOrder) {
   commitEvents(1, 3);
   commitEvents(4, 5);
   EXPECT_EQ(after(0), (Numbers{1, 2, 3, 4, 5}));
@@ -72,7 +66,7 @@ TEST_F(EventsTest, CatchUpGivesWhatIsLaterInOrder) {
   EXPECT_EQ(after(5), Numbers{});
 }
 
-TEST_F(EventsTest, ForgottenOnesAreGoneAndTheirNumbersAreNotGivenAgain) {
+TEST_P(EventsTest, ForgottenOnesAreGoneAndTheirNumbersAreNotGivenAgain) {
   commitEvents(1, 5);
   ASSERT_TRUE(store_->forgetEvents(3, &error_)) << error_;
   EXPECT_EQ(store_->firstSequence(), 4);
@@ -83,7 +77,7 @@ TEST_F(EventsTest, ForgottenOnesAreGoneAndTheirNumbersAreNotGivenAgain) {
   EXPECT_EQ(store_->firstSequence(), 6);
 }
 
-TEST_F(EventsTest, ForgettingLessThanIsForgottenChangesNothing) {
+TEST_P(EventsTest, ForgettingLessThanIsForgottenChangesNothing) {
   commitEvents(1, 5);
   ASSERT_TRUE(store_->forgetEvents(5, &error_));
   ASSERT_TRUE(store_->forgetEvents(2, &error_));
@@ -91,7 +85,7 @@ TEST_F(EventsTest, ForgettingLessThanIsForgottenChangesNothing) {
   EXPECT_EQ(store_->lastSequence(), 5);
 }
 
-TEST_F(EventsTest, ANumberThatStandsInTheLogIsRefused) {
+TEST_P(EventsTest, ANumberThatStandsInTheLogIsRefused) {
   commitEvents(1, 2);
   Commit block;
   block.events = {eventOf(2)};
@@ -99,7 +93,15 @@ TEST_F(EventsTest, ANumberThatStandsInTheLogIsRefused) {
   EXPECT_EQ(after(0), (Numbers{1, 2}));
 }
 
-TEST_F(EventsTest, BlocksAreKnownByTheirIdentityUntilTheirEventsAreForgotten) {
+TEST_P(EventsTest, TheSameNumberTwiceInABlockIsRefused) {
+  Commit block;
+  block.events = {eventOf(1), eventOf(1)};
+  EXPECT_FALSE(store_->commit(block, &error_));
+  EXPECT_EQ(after(0), Numbers{});
+  EXPECT_EQ(store_->lastSequence(), 0);
+}
+
+TEST_P(EventsTest, BlocksAreKnownByTheirIdentityUntilTheirEventsAreForgotten) {
   commitEvents(1, 2, keyOf(1));
   commitEvents(3, 3, keyOf(2));
   reopen();
@@ -111,7 +113,7 @@ TEST_F(EventsTest, BlocksAreKnownByTheirIdentityUntilTheirEventsAreForgotten) {
   EXPECT_TRUE(store_->holdsBlock(keyOf(2)));
 }
 
-TEST_F(EventsTest, ABlockIsCommittedOnceOnly) {
+TEST_P(EventsTest, ABlockIsCommittedOnceOnly) {
   commitEvents(1, 1, keyOf(1));
   Commit again;
   again.identity = keyOf(1);
@@ -120,13 +122,12 @@ TEST_F(EventsTest, ABlockIsCommittedOnceOnly) {
   EXPECT_EQ(after(0), Numbers{1});
 }
 
-TEST_F(EventsTest, AStoreKeepsItsIdentity) {
+TEST_P(EventsTest, AStoreKeepsItsIdentity) {
   const std::string identity = store_->identity();
   EXPECT_EQ(identity.size(), 32u);
   reopen();
   EXPECT_EQ(store_->identity(), identity);
-  const Folder other;
-  EXPECT_NE(createSmall(other)->identity(), identity);
+  EXPECT_NE(GetParam().make()->open()->identity(), identity);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <TlmMdx/CMDArray.h>
 #include <TlmServer/Catalogue.h>
+#include <TlmServer/MemoryStore.h>
 #include <TlmServer/ModelTables.h>
 #include <TlmServer/SqliteStore.h>
 #include <gtest/gtest.h>
@@ -177,6 +178,59 @@ inline std::unique_ptr<Store> openSmall(const Folder& folder) {
   EXPECT_TRUE(store) << error;
   return store;
 }
+
+// One of the places where a model can live, empty, with the two tables; what every store owes holds for each.
+class StorePlace {
+ public:
+  virtual ~StorePlace() = default;
+  virtual std::unique_ptr<Store> open() = 0;  // again too, after the store before was let go
+};
+
+class FilePlace : public StorePlace {
+ public:
+  std::unique_ptr<Store> open() override {
+    auto store = made_ ? openSmall(folder_) : createSmall(folder_);
+    made_ = true;
+    return store;
+  }
+
+ private:
+  Folder folder_;
+  bool made_ = false;
+};
+
+class MemoryPlace : public StorePlace {
+ public:
+  std::unique_ptr<Store> open() override { return openMemoryStore(data_); }
+
+ private:
+  std::shared_ptr<MemoryStoreData> data_ = makeMemoryStoreData(smallCatalogue());
+};
+
+// The suites over stores run once for each kind of place.
+using MakePlace = std::unique_ptr<StorePlace> (*)();
+struct PlaceKind {
+  const char* name;
+  MakePlace make;
+};
+inline const PlaceKind kPlaces[] = {
+    {"File", [] { return std::unique_ptr<StorePlace>(std::make_unique<FilePlace>()); }},
+    {"Memory", [] { return std::unique_ptr<StorePlace>(std::make_unique<MemoryPlace>()); }},
+};
+
+class StoreTest : public ::testing::TestWithParam<PlaceKind> {
+ protected:
+  void reopen() {
+    store_.reset();
+    store_ = place_->open();
+  }
+
+  std::unique_ptr<StorePlace> place_ = GetParam().make();
+  std::unique_ptr<Store> store_ = place_->open();
+  std::string error_;
+};
+
+inline std::string placeName(const ::testing::TestParamInfo<PlaceKind>& info) { return info.param.name; }
 
 // Commits a new thing with that number and name.
 inline bool commitThing(Store& store, int number, const std::string& name) {
