@@ -1,20 +1,140 @@
 #include "CTlmMeasConfig.h"
+#include "CToolMeasParamsConf.h"
+#include "IndexFacts.h"
+#include "RecordAccess.h"
+#include "WorkWithData.h"
+#include "ui_TlmMeasConfig.h"
 
-// The operator's tools are not offered yet.
+#include <TlmClient/CPopManualInput.h>
+#include <TlmClient/CPopRemoteControl.h>
+#include <TlmClient/TlmDublies.h>
 
-void CTlmMeasConfig::OnSetManuslAction() {}
+namespace {
 
-void CTlmMeasConfig::OnSetDublieslAction() {}
+enum ConditionKind { kForValue = 1, kForDuplicates = 2 };
 
-void CTlmMeasConfig::OnRemoteControl() {}
+// Whether a property of a measurement is switched off. One that is null, or not there, is not.
+bool isOff(const CMDArray& records, const MDRData* record, const char* field) {
+  MDRVar value{};
+  records.GetVal(record, field, value);
+  return hasValue(value) && value.type == MDX_BOOL && value.flag == 0;
+}
 
-bool CTlmMeasConfig::CheckConditions(QString, QString&, int) { return false; }
+// The doubled blank before the properties of duplicates is the text's own.
+QString missingSystem(const QString& systemEnd, const QString& work, const QString& properties) {
+  return QStringLiteral("Для данного измерения не задействована система ") + systemEnd +
+         QStringLiteral(" Для корректной работы системы ") + work +
+         QStringLiteral(" у измерения должны быть включены свойства : ") + properties;
+}
 
-void CTlmMeasConfig::CreateManualInputSetting(int) {}
+QString missingArchive(bool archOff) {
+  if (!archOff) return QString();
+  return missingSystem(QStringLiteral("архивирования."), QStringLiteral("архивирования"),
+                       QStringLiteral("Архивирование"));
+}
 
-void CTlmMeasConfig::CreateDublSetting(const QString&) {}
+QString missingDuplicates(bool archOff, bool dublOff) {
+  if (!archOff && !dublOff) return QString();
+  const QString properties = !archOff   ? QStringLiteral("Использование дублирования")
+                             : !dublOff ? QStringLiteral("Архивирование")
+                                        : QStringLiteral("Использование дублирования и Архивирование");
+  return missingSystem(QStringLiteral("дублирования."), QStringLiteral("дублирования "), properties);
+}
 
-bool CTlmMeasConfig::CreateRemoteControl(int) { return false; }
+// Hiding and showing again brings a panel to the front; its refreshing goes on if it was going on.
+template <class Panel>
+void showAgain(Panel* panel) {
+  const bool refreshing = panel->refreshTimer.isActive();
+  panel->hide();
+  panel->show();
+  if (refreshing) panel->refreshTimer.start();
+}
+
+}  // namespace
+
+bool CTlmMeasConfig::CheckConditions(QString key, QString& message, int kind) {
+  if (key.isEmpty()) return false;
+  CMDArray records;
+  if (!GetRecByKey(session(), moduleCodec->fromUnicode(key).toStdString(), &records)) return false;
+  const MDRData* first = MDARec(records.array, 0, 0);
+  if (!first) return false;
+  const bool archOff = isOff(records, first, "CheckArch");
+  QString missing;
+  if (kind == kForValue) missing = missingArchive(archOff);
+  if (kind == kForDuplicates) missing = missingDuplicates(archOff, isOff(records, first, "CheckDubl"));
+  if (!missing.isEmpty()) message = missing;
+  return !missing.isEmpty();
+}
+
+// The key of the current row, when a tool of that kind may open for it; what forbids it is shown.
+QString CTlmMeasConfig::keyForTool(int kind) {
+  const QModelIndex index = ui->tV_MeasConfig->currentIndex();
+  if (!index.isValid()) return QString();
+  const QString key = keyOf(index);
+  if (key.isEmpty() || !session()) return QString();
+  QString message;
+  if (!CheckConditions(key, message, kind)) return key;
+  showBox(tr("Ошибка"), message, kBoxError, kBoxOk);
+  return QString();
+}
+
+void CTlmMeasConfig::OnSetManuslAction() {
+  if (keyForTool(kForValue).isEmpty()) return;
+  const int number = numberOf(ui->tV_MeasConfig->currentIndex()).toInt();
+  if (number == 0) return;
+  if (popManualInput && popManualInput->locId == number) popManualInput->isManualAuto();
+  CreateManualInputSetting(number);
+}
+
+void CTlmMeasConfig::OnSetDublieslAction() {
+  const QString key = keyForTool(kForDuplicates);
+  if (!key.isEmpty()) CreateDublSetting(key);
+}
+
+void CTlmMeasConfig::OnRemoteControl() {
+  if (keyForTool(kForValue).isEmpty()) return;
+  const int number = numberOf(ui->tV_MeasConfig->currentIndex()).toInt();
+  if (number != 0) CreateRemoteControl(number);
+}
+
+void CTlmMeasConfig::CreateManualInputSetting(int locId) {
+  CToolMeasParamsConf tool(this);
+  tool.locId = locId;
+  tool.Perform(false);
+  if (tool.state != CTlmToolObject::kFinished) return;
+  if (!popManualInput) popManualInput = new CPopManualInput(this);
+  popManualInput->locId = locId;
+  popManualInput->SetParams(tool.params);
+  showAgain(popManualInput);
+}
+
+void CTlmMeasConfig::CreateDublSetting(const QString& key) {
+  if (!popDublies) popDublies = new TlmDublies(this);
+  popDublies->hide();
+  popDublies->SetObject(key, session());
+  popDublies->show();
+}
+
+// The number waits for a receipt from here on, whether or not the operator sends anything.
+bool CTlmMeasConfig::CreateRemoteControl(int locId) {
+  if (locId == 0) return false;
+  CToolMeasParamsConf tool(this);
+  tool.locId = locId;
+  tool.Perform(false);
+  if (tool.state != CTlmToolObject::kFinished) return false;
+  if (!popRemoteControl) popRemoteControl = new CPopRemoteControl(this);
+  popRemoteControl->locId = locId;
+  popRemoteControl->SetParams(tool.params);
+  if (!popRemoteControl->ControlAuto()) {
+    popRemoteControl->show();
+    pendingTelecontrol.append(locId);
+    PrepareSubEvent(true);
+  }
+  connect(popRemoteControl, SIGNAL(signalTlmCliWidgetClosed(QWidget*, int)),
+          SLOT(slot_CliWidgetClosed(QWidget*, int)));
+  popRemoteControl->FocusToPassword();
+  return true;
+}
 
 // The receiver of the remote control's closing, which has no effect here.
 void CTlmMeasConfig::slot_CliWidgetClosed(QWidget*, int) {}

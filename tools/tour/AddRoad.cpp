@@ -77,20 +77,6 @@ QString AddRoad::add(const QString& stepName, const char* action) {
   return keyOf(stage_->tree()->currentIndex());
 }
 
-void AddRoad::type(const char* field, const QString& text) {
-  QTreeView* sheet = stage_->sheet();
-  QApplication::setActiveWindow(stage_->window());  // a platform without windows does not give it back after a menu
-  const QModelIndex row = stage_->row(sheet, u8(field));
-  stage_->doubleClick(sheet, row.sibling(row.row(), 1));
-  QWidget* editor = QApplication::focusWidget();
-  QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
-  for (const QChar letter : text) {
-    QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(letter));
-    QApplication::sendEvent(editor, &press);
-  }
-  stage_->key(editor, Qt::Key_Return);
-}
-
 void AddRoad::chooseServerGroup() {
   QTreeView* sheet = stage_->sheet();
   const QModelIndex row = stage_->row(sheet, u8("Серверная группа"));
@@ -110,12 +96,12 @@ void AddRoad::save(const QString& stepName, const QString& key, const char* tabl
 void AddRoad::addFolders() {
   const QString root = add("add-root-folder", "Корневую папку");
   step("add-root-folder", u8("Новая папка"), stage_->tree()->currentIndex().data().toString());
-  type("Наименование", u8("ПС 110 кВ Новая"));
+  stage_->type(u8("Наименование"), u8("ПС 110 кВ Новая"));
   save("add-root-folder", root, "RemoteUnitFolder");
 
   stage_->click(stage_->tree(), stage_->rowByKey(root));
   folderKey_ = add("add-folder", "Папку");
-  type("Наименование", u8("ОРУ-110"));
+  stage_->type(u8("Наименование"), u8("ОРУ-110"));
   save("add-folder", folderKey_, "RemoteUnitFolder");
   step("add-folder", root, keyOf(stage_->rowByKey(folderKey_).parent()));
 }
@@ -123,7 +109,7 @@ void AddRoad::addFolders() {
 void AddRoad::addUnit() {
   stage_->click(stage_->tree(), stage_->rowByKey(folderKey_));
   unitKey_ = add("add-unit", "Устройство");
-  type("Наименование", u8("КП ВЛ-110"));
+  stage_->type(u8("Наименование"), u8("КП ВЛ-110"));
   chooseServerGroup();
   save("add-unit", unitKey_, "RemoteUnit");
   step("add-unit", folderKey_, keyOf(stage_->rowByKey(unitKey_).parent()));
@@ -135,7 +121,7 @@ void AddRoad::addMeasurements() {
     const int hole = firstHole();
     const QString key = add(kind.step, kind.action);
     step(kind.step, QString::number(hole), numberOf(stage_->rowByKey(key)));
-    type("Наименование", u8(kind.name));
+    stage_->type(u8("Наименование"), u8(kind.name));
     save(kind.step, key, kind.table);
   }
   stage_->tree()->expandRecursively(stage_->rowByKey(unitKey_));

@@ -22,7 +22,6 @@ class AddRoad {
  private:
   void step(const QString& name, const QString& expected, const QString& seen);
   QString add(const QString& step, const char* action);
-  void type(const char* field, const QString& text);
   void chooseServerGroup();
   void save(const QString& step, const QString& key, const char* table);
   void addFolders();

@@ -6,7 +6,6 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QItemSelectionModel>
-#include <QToolButton>
 #include <QtTest/QTest>
 
 namespace tlm::tour {
@@ -47,9 +46,7 @@ bool DeleteRoad::play() {
 }
 
 void DeleteRoad::remove(const QString& step, const char* question, bool yes) {
-  const QAction* action = stage_->action(QString::fromUtf8("Удалить"));
-  for (auto* button : stage_->window()->findChildren<QToolButton*>())
-    if (button->defaultAction() == action && button->isVisible()) QTest::mouseClick(button, Qt::LeftButton);
+  stage_->press(QString::fromUtf8("Удалить"));
   const CPopMessageBox* box = stage_->window()->module()->popMessageBox;
   const bool asked = box && box->isWaiting();
   report_.step(step + "-question", QString::fromUtf8(question), asked ? box->messageText() : QString("no question"),

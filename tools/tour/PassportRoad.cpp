@@ -7,7 +7,6 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QTextCodec>
-#include <QToolButton>
 #include <QtTest/QTest>
 
 namespace tlm::tour {
@@ -149,13 +148,6 @@ void PassportRoad::type(const char* title, const QString& text, Qt::Key end) {
   stage_->key(editor, end);
 }
 
-void PassportRoad::press(const char* actionText) {
-  if (QAction* action = stage_->action(u8(actionText)))
-    for (QToolButton* button : stage_->window()->findChildren<QToolButton*>())
-      if (button->defaultAction() == action && button->isVisible()) QTest::mouseClick(button, Qt::LeftButton);
-  QApplication::processEvents();
-}
-
 CPopMessageBox* PassportRoad::box() const { return CPopMessageBox::waitingBoxes().value(0); }
 
 void PassportRoad::closeBox() {
@@ -198,7 +190,7 @@ void PassportRoad::editReference() {
 
 void PassportRoad::saveEdits() {
   const QString key = stage_->tree()->currentIndex().data(kKeyRole).toString();
-  press("Сохранить изменения");
+  stage_->press(u8("Сохранить изменения"));
   Stage::until([&] { return stored(key, "Analog", "smoothing") == "2"; });
   step("edits-saved", "2", stored(key, "Analog", "smoothing"));
 }
@@ -210,21 +202,21 @@ void PassportRoad::refuseNumber() {
   const QModelIndex other = measurement("Analog", 1);
   const QString taken = other.sibling(other.row(), 1).data().toString();
   type("Номер", taken);
-  press("Сохранить изменения");
+  stage_->press(u8("Сохранить изменения"));
   step("number-refused", u8("Измерение с таким же номером уже существует"), box() ? box()->messageText() : QString());
   closeBox();
   step("number-still-there", taken, shown("Номер"));
-  press("Отменить изменения");
+  stage_->press(u8("Отменить изменения"));
   step("number-cancelled", own, shown("Номер"));
 }
 
 void PassportRoad::refuseName() {
   const QString own = shown("Наименование");
   type("Наименование", QString());
-  press("Сохранить изменения");
+  stage_->press(u8("Сохранить изменения"));
   step("name-refused", u8("Не заполнено поле Наименование"), box() ? box()->messageText() : QString());
   closeBox();
-  press("Отменить изменения");
+  stage_->press(u8("Отменить изменения"));
   step("name-cancelled", own, shown("Наименование"));
 }
 
@@ -261,7 +253,7 @@ void PassportRoad::editTwo() {
 void PassportRoad::checkTwo() {
   const QString first = measurement("Analog", 0).data(kKeyRole).toString();
   const QString second = measurement("Analog", 1).data(kKeyRole).toString();
-  press("Сохранить изменения");
+  stage_->press(u8("Сохранить изменения"));
   const auto both = [&] { return stored(first, "Measurement", "comment") + stored(second, "Measurement", "comment"); };
   Stage::until([&] { return both() == u8("Поверка 2025Поверка 2025"); });
   step("two-saved", u8("Поверка 2025Поверка 2025"), both());
@@ -277,7 +269,7 @@ void PassportRoad::cancelTwo() {
   QTest::keyClick(stage_->sheet(), Qt::Key_Space);
   QApplication::processEvents();
   step("check-box-of-two-edited", "2", field("Телеуправление").data(Qt::CheckStateRole).toString());
-  press("Отменить изменения");
+  stage_->press(u8("Отменить изменения"));
   const QAction* save = stage_->action(u8("Сохранить изменения"));
   step("two-cancelled", "nothing to save", save && !save->isEnabled() ? "nothing to save" : "unsaved");
 }

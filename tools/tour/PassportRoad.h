@@ -44,7 +44,6 @@ class PassportRoad {
   QWidget* edit(const char* title);
   void typeInto(QWidget* editor, const QString& text);
   void type(const char* title, const QString& text, Qt::Key end = Qt::Key_Return);
-  void press(const char* actionText);
   CPopMessageBox* box() const;
   void closeBox();
   QString stored(const QString& key, const char* table, const char* field) const;

@@ -3,12 +3,36 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPainter>
 #include <QPixmap>
 #include <QWidget>
 
 #include <cstdio>
 
 namespace tlm::tour {
+namespace {
+
+constexpr int kGap = 16;  // between two windows
+
+QPixmap sideBySide(const QVector<QWidget*>& windows) {
+  QVector<QPixmap> pictures;
+  QSize size(-kGap, 0);
+  for (QWidget* window : windows) {
+    pictures.append(window->grab());
+    size = QSize(size.width() + kGap + pictures.last().width(), qMax(size.height(), pictures.last().height()));
+  }
+  QPixmap whole(size);
+  whole.fill(Qt::black);
+  QPainter painter(&whole);
+  int x = 0;
+  for (const QPixmap& picture : pictures) {
+    painter.drawPixmap(x, 0, picture);
+    x += picture.width() + kGap;
+  }
+  return whole;
+}
+
+}  // namespace
 
 Report::Report(const QDir& folder) : folder_(folder) {
   const QStringList old = folder_.entryList({"[0-9][0-9]-*.png", "report.json", "*.txt"}, QDir::Files);
@@ -16,11 +40,19 @@ Report::Report(const QDir& folder) : folder_(folder) {
 }
 
 bool Report::step(const QString& step, const QString& expected, const QString& seen, QWidget* window) {
+  return note(step, expected, seen, window ? window->grab() : QPixmap());
+}
+
+bool Report::step(const QString& step, const QString& expected, const QString& seen, const QVector<QWidget*>& windows) {
+  return note(step, expected, seen, sideBySide(windows));
+}
+
+bool Report::note(const QString& step, const QString& expected, const QString& seen, const QPixmap& picture) {
   const bool ok = expected == seen;
   allOk_ = allOk_ && ok;
   steps_.append(QJsonObject{{"step", step}, {"expected", expected}, {"seen", seen}, {"ok", ok}});
   const int number = steps_.size();
-  if (window) window->grab().save(folder_.filePath(QString("%1-%2.png").arg(number, 2, 10, QChar('0')).arg(step)));
+  if (!picture.isNull()) picture.save(folder_.filePath(QString("%1-%2.png").arg(number, 2, 10, QChar('0')).arg(step)));
   std::printf("%2d %-6s %s\n", number, ok ? "ok" : "FAILED", qUtf8Printable(step));
   if (!ok) std::printf("   expected: %s\n   seen:     %s\n", qUtf8Printable(expected), qUtf8Printable(seen));
   return ok;

@@ -5,7 +5,9 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QString>
+#include <QVector>
 
+class QPixmap;
 class QWidget;
 
 namespace tlm::tour {
@@ -18,6 +20,8 @@ class Report {
   // Tells what a step was to show and what was seen, and keeps a picture of the window (null: none). True when
   // both are equal.
   bool step(const QString& step, const QString& expected, const QString& seen, QWidget* window);
+  // The same with several windows in one picture, side by side.
+  bool step(const QString& step, const QString& expected, const QString& seen, const QVector<QWidget*>& windows);
 
   // Keeps a text beside the pictures.
   void text(const QString& name, const QString& text) const;
@@ -26,6 +30,8 @@ class Report {
   bool finish() const;
 
  private:
+  bool note(const QString& step, const QString& expected, const QString& seen, const QPixmap& picture);
+
   QDir folder_;
   QJsonArray steps_;
   bool allOk_ = true;

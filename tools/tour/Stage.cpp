@@ -4,9 +4,11 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QSplitter>
 #include <QSplitterHandle>
+#include <QToolButton>
 #include <QtTest/QTest>
 
 #include <cstdio>
@@ -17,24 +19,36 @@ std::unique_ptr<Stage> Stage::open(ModuleLibrary& library, const QString& storeF
   std::unique_ptr<Stage> stage(new Stage);
   QString problem;
   stage->server_ = StationServer::open(storeFile, &problem);
-  if (stage->server_) {
-    stage->server_->startSimulator();
+  if (stage->server_) stage->server_->startSimulator();
+  return stage->show(library, "engineer", settings, &problem) ? std::move(stage) : nullptr;
+}
+
+std::unique_ptr<Stage> Stage::connect(ModuleLibrary& library, const QString& address, const QString& user,
+                                      const QString& settings) {
+  std::unique_ptr<Stage> stage(new Stage);
+  QString problem;
+  stage->server_ = StationServer::connect(address, user, &problem);
+  return stage->show(library, user, settings, &problem) ? std::move(stage) : nullptr;
+}
+
+bool Stage::show(ModuleLibrary& library, const QString& user, const QString& settings, QString* problem) {
+  if (server_) {
     StationSetup setup;
-    setup.user = "engineer";
+    setup.user = user;
     setup.settingsFile = settings;
     setup.factory = library.factory();
     setup.library = library.library();
-    stage->station_ = std::make_unique<StationApp>(*stage->server_, setup);
-    stage->window_ = stage->station_->openWindow(&problem);
+    station_ = std::make_unique<StationApp>(*server_, setup);
+    window_ = station_->openWindow(problem);
   }
-  if (!stage->window_) {
-    std::fprintf(stderr, "%s\n", qUtf8Printable(problem));
-    return nullptr;
+  if (!window_) {
+    std::fprintf(stderr, "%s\n", qUtf8Printable(*problem));
+    return false;
   }
-  stage->window_->resize(1280, 800);
-  QApplication::setActiveWindow(stage->window_);  // a bare X server has no window manager that would
+  window_->resize(1280, 800);
+  QApplication::setActiveWindow(window_);  // a bare X server has no window manager that would
   QApplication::processEvents();
-  return stage;
+  return true;
 }
 
 Stage::~Stage() {
@@ -84,6 +98,28 @@ void Stage::dragSplitter(int x) const {
   QApplication::sendEvent(handle, &move);
   QTest::mouseRelease(handle, Qt::LeftButton, Qt::NoModifier, grip);
   QApplication::processEvents();
+}
+
+void Stage::press(const QString& actionText) const {
+  QAction* const wanted = action(actionText);
+  for (auto* button : window_->findChildren<QToolButton*>()) {
+    if (wanted && button->defaultAction() == wanted && button->isVisible()) QTest::mouseClick(button, Qt::LeftButton);
+  }
+  QApplication::processEvents();
+}
+
+// Letters reach an editor as an input method or a keyboard of that language brings them.
+void Stage::type(const QString& field, const QString& text) const {
+  QApplication::setActiveWindow(window_);  // a platform without windows does not give it back after a menu
+  const QModelIndex name = row(sheet(), field);
+  doubleClick(sheet(), name.sibling(name.row(), 1));
+  QWidget* const editor = QApplication::focusWidget();
+  QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+  for (const QChar letter : text) {
+    QKeyEvent down(QEvent::KeyPress, 0, Qt::NoModifier, QString(letter));
+    QApplication::sendEvent(editor, &down);
+  }
+  key(editor, Qt::Key_Return);
 }
 
 void Stage::key(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers) const {

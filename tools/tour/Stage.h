@@ -24,9 +24,12 @@ class Stage {
   // Opens the station on a store file, which is made with the sample when it is not there. Null, told on the
   // error stream, when that fails.
   static std::unique_ptr<Stage> open(ModuleLibrary& library, const QString& storeFile, const QString& settings);
+  // Opens the station on a server on the network.
+  static std::unique_ptr<Stage> connect(ModuleLibrary& library, const QString& address, const QString& user,
+                                        const QString& settings);
   ~Stage();
 
-  server::Core& core() { return server_->core(); }
+  server::Core& core() { return server_->core(); }  // of a store file
   StationWindow* window() const { return window_; }
   QTreeView* tree() const { return child<QTreeView>("tV_MeasConfig"); }
   QTreeView* sheet() const { return child<QTreeView>("tV_Prop"); }
@@ -39,6 +42,8 @@ class Stage {
   void click(QTreeView* view, const QModelIndex& index) const;
   void doubleClick(QTreeView* view, const QModelIndex& index) const;
   void dragSplitter(int x) const;  // the edge between tree and passport, to x pixels from the left
+  void press(const QString& actionText) const;  // its button in the tool bars
+  void type(const QString& field, const QString& text) const;  // into the passport, with Return
   void key(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const;
 
   // Runs the event loop until the condition holds; false after ten seconds.
@@ -46,6 +51,7 @@ class Stage {
 
  private:
   Stage() = default;
+  bool show(ModuleLibrary& library, const QString& user, const QString& settings, QString* problem);
   template <typename Widget>
   Widget* child(const char* name) const {
     return window_->findChild<Widget*>(QLatin1String(name));

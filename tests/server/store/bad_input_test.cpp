@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "testing.h"
 #include "writes.h"
@@ -22,15 +23,25 @@ class BadInputTest : public ::testing::Test {
   }
   std::string path() const { return folder_.file("model.tlm"); }
 
-  void expectRefused(StoreError reason, const std::string& words) {
+  // Opens the file, expects the refusal with that reason and no change of any file, and returns its message.
+  std::string refused(StoreError reason) {
     const auto before = folder_.contents();
+    std::string error = refusedWithoutALook(reason);
+    EXPECT_EQ(folder_.contents(), before);
+    return error;
+  }
+  // For what cannot be read as a file, or not by this user.
+  std::string refusedWithoutALook(StoreError reason) {
     std::string error;
     StoreError why = StoreError::kNone;
     EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
     EXPECT_EQ(why, reason) << error;
+    return error;
+  }
+  void expectRefused(StoreError reason, const std::string& words) {
+    const std::string error = refused(reason);
     EXPECT_NE(error.find(words), std::string::npos) << error;
     EXPECT_NE(error.find(path()), std::string::npos) << error;
-    EXPECT_EQ(folder_.contents(), before);
   }
 
   void patch(size_t at, const std::string& bytes) {
@@ -46,10 +57,7 @@ TEST_F(BadInputTest, AFileThatIsNotThere) { expectRefused(StoreError::kNotThere,
 
 TEST_F(BadInputTest, AFolder) {
   std::filesystem::create_directory(path());
-  std::string error;
-  StoreError why = StoreError::kNone;
-  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
-  EXPECT_EQ(why, StoreError::kNoStore);
+  refusedWithoutALook(StoreError::kNoStore);
 }
 
 TEST_F(BadInputTest, AnEmptyFile) {
@@ -94,24 +102,14 @@ TEST_F(BadInputTest, ADamagedPage) {
     SCOPED_TRACE(page);
     writeFile(path(), whole);
     patch(page * 4096, std::string(4096, '\xA5'));
-    const auto before = folder_.contents();
-    std::string error;
-    StoreError why = StoreError::kNone;
-    EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
-    EXPECT_EQ(why, StoreError::kDamaged) << error;
-    EXPECT_EQ(folder_.contents(), before);
+    refused(StoreError::kDamaged);
   }
 }
 
 TEST_F(BadInputTest, ADamagedFirstPage) {
   makeStore();
   patch(100, std::string(3000, '\x5A'));
-  const auto before = folder_.contents();
-  std::string error;
-  StoreError why = StoreError::kNone;
-  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
-  EXPECT_EQ(why, StoreError::kDamaged) << error;
-  EXPECT_EQ(folder_.contents(), before);
+  refused(StoreError::kDamaged);
 }
 
 TEST_F(BadInputTest, ADamagedFileWithALogBesideIt) {
@@ -126,12 +124,7 @@ TEST_F(BadInputTest, ADamagedFileWithALogBesideIt) {
   waitpid(child, nullptr, 0);
   ASSERT_EQ(folder_.contents().size(), 2u);
   patch(readFile(path()).size() / 2 / 4096 * 4096, std::string(4096, '\xA5'));
-  const auto before = folder_.contents();
-  std::string error;
-  StoreError why = StoreError::kNone;
-  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
-  EXPECT_EQ(why, StoreError::kDamaged) << error;
-  EXPECT_EQ(folder_.contents(), before);
+  refused(StoreError::kDamaged);
 }
 
 TEST_F(BadInputTest, AValueThatItsFieldCannotHold) {
@@ -158,51 +151,67 @@ TEST_F(BadInputTest, AStoreThatThisProcessHas) {
   EXPECT_TRUE(openSmall(folder_));
 }
 
+// A process beside this one that runs `hold` (true: it has the file) and then waits until it is told to end with
+// `end`, whose answer is how it ends.
+class Neighbour {
+ public:
+  template <typename Hold, typename End>
+  Neighbour(Hold hold, End end) {
+    int ready[2], done[2];
+    EXPECT_EQ(pipe(ready) + pipe(done), 0);
+    child_ = fork();
+    if (child_ == 0) {
+      close(done[1]);
+      char byte = '+';
+      if (!hold() || write(ready[1], &byte, 1) != 1 || read(done[0], &byte, 1) != 0) _exit(2);
+      _exit(end() ? 0 : 1);
+    }
+    close(ready[1]);
+    close(done[0]);
+    char byte;
+    EXPECT_EQ(read(ready[0], &byte, 1), 1) << "the other process does not hold the file";
+    close(ready[0]);
+    done_ = done[1];
+  }
+  ~Neighbour() {
+    if (done_ >= 0) ends();
+  }
+  Neighbour(const Neighbour&) = delete;
+  Neighbour& operator=(const Neighbour&) = delete;
+
+  bool ends() {
+    close(std::exchange(done_, -1));
+    int status = 0;
+    waitpid(child_, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  }
+
+ private:
+  pid_t child_ = -1;
+  int done_ = -1;
+};
+
 TEST_F(BadInputTest, AStoreThatAnotherProcessHas) {
   makeStore();
-  int ready[2], done[2];
-  ASSERT_EQ(pipe(ready) + pipe(done), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    close(done[1]);
-    auto store = openSmall(folder_);
-    char byte = '+';
-    if (write(ready[1], &byte, 1) != 1 || read(done[0], &byte, 1) != 0) _exit(2);
-    _exit(commitThing(*store, 1000, "still mine") ? 0 : 1);
-  }
-  close(done[0]);
-  char byte;
-  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  std::unique_ptr<Store> store;
+  Neighbour neighbour([&] { return (store = openSmall(folder_)) != nullptr; },
+                      [&] { return commitThing(*store, 1000, "still mine"); });
   expectRefused(StoreError::kHeld, "in use by another server");
-  close(done[1]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_TRUE(neighbour.ends());
   EXPECT_TRUE(openSmall(folder_));
 }
 
 TEST_F(BadInputTest, AStoreThatAnotherProgramReads) {
   makeStore();
-  int ready[2], done[2];
-  ASSERT_EQ(pipe(ready) + pipe(done), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    close(done[1]);
-    sqlite3* db = nullptr;
-    sqlite3_open(path().c_str(), &db);
-    sqlite3_exec(db, "BEGIN; SELECT count(*) FROM Thing", nullptr, nullptr, nullptr);
-    char byte = '+';
-    _exit(write(ready[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 0 ? 0 : 1);
-  }
-  close(done[0]);
-  char byte;
-  ASSERT_EQ(read(ready[0], &byte, 1), 1);
-  std::string error;
-  StoreError why = StoreError::kNone;
-  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
-  EXPECT_EQ(why, StoreError::kHeld) << error;
-  close(done[1]);
-  waitpid(child, nullptr, 0);
+  Neighbour neighbour(
+      [&] {
+        sqlite3* db = nullptr;
+        return sqlite3_open(path().c_str(), &db) == SQLITE_OK &&
+               sqlite3_exec(db, "BEGIN; SELECT count(*) FROM Thing", nullptr, nullptr, nullptr) == SQLITE_OK;
+      },
+      [] { return true; });
+  refusedWithoutALook(StoreError::kHeld);
+  EXPECT_TRUE(neighbour.ends());
 }
 
 // Rights do not bind the superuser, so the tests of them step down while they look.
@@ -234,26 +243,16 @@ TEST_F(BadInputTest, AReadOnlyFolder) {
   chmod(path().c_str(), 0666);
   chmod(folder_.path().c_str(), 0555);
   const Unprivileged user;
-  const auto before = folder_.contents();
-  std::string error;
-  StoreError why = StoreError::kNone;
-  EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
-  EXPECT_EQ(why, StoreError::kReadOnly);
+  const std::string error = refused(StoreError::kReadOnly);
   EXPECT_EQ(error.find("the folder " + folder_.path() + " cannot be written"), 0u) << error;
-  EXPECT_EQ(folder_.contents(), before);
 }
 
 TEST_F(BadInputTest, AFileThatMayNotBeRead) {
   makeStore();
   chmod(path().c_str(), 0000);
   chmod(folder_.path().c_str(), 0777);
-  std::string error;
-  StoreError why = StoreError::kNone;
-  {
-    const Unprivileged user;
-    EXPECT_FALSE(openSqliteStore(path(), smallCatalogue(), &error, &why));
-  }
-  EXPECT_EQ(why, StoreError::kReadOnly) << error;
+  const Unprivileged user;
+  refusedWithoutALook(StoreError::kReadOnly);
 }
 
 // ---- making ----
