@@ -35,7 +35,7 @@ QPixmap sideBySide(const QVector<QWidget*>& windows) {
 }  // namespace
 
 Report::Report(const QDir& folder) : folder_(folder) {
-  const QStringList old = folder_.entryList({"[0-9][0-9]-*.png", "report.json", "*.txt"}, QDir::Files);
+  const QStringList old = folder_.entryList({"[0-9]*-*.png", "report.json", "*.txt"}, QDir::Files);
   for (const QString& file : old) folder_.remove(file);
 }
 

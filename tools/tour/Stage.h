@@ -41,7 +41,7 @@ class Stage {
 
   void click(QTreeView* view, const QModelIndex& index) const;
   void doubleClick(QTreeView* view, const QModelIndex& index) const;
-  void dragSplitter(int x) const;  // the edge between tree and passport, to x pixels from the left
+  void dragSplitter(int x) const;               // the edge between tree and passport, to x pixels from the left
   void press(const QString& actionText) const;  // its button in the tool bars
   void type(const QString& field, const QString& text) const;  // into the passport, with Return
   void key(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const;

@@ -10,6 +10,7 @@
 #include "AddRoad.h"
 #include "DeleteRoad.h"
 #include "EditRoad.h"
+#include "LiveRoad.h"
 #include "PassportRoad.h"
 #include "SearchRoad.h"
 
@@ -29,6 +30,7 @@ int play(const QDir& folder) {
   played = tlm::tour::AddRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::DeleteRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::SearchRoad(*library, QDir(scratch.path()), report).play() && played;
+  played = tlm::tour::LiveRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
 }
 
