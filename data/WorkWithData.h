@@ -68,6 +68,12 @@ QString ParseParam(QString name, QString text);
 // For qsort: two doubles by their whole parts, then by their hundredths.
 int compDoubleOb(const void* a, const void* b);
 
+// ---- WorkWithData_start.cpp ------------------------------------------------------------------------------
+
+// The class of the measurements that a row of "MeasurementArchGroup" takes, by the kind of its archive; empty when it
+// takes none.
+QString classOfArchGroup(const CMDArray& groups, const MDRData* group, const CMDArray& archives);
+
 // ---- WorkWithData_tree.cpp: folders and remote units -----------------------------------------------------
 
 // The tree down to the remote units, with the measurements that have none. The caller owns the root. Null for

@@ -143,6 +143,8 @@ const char* classOfArchive(int kind) {
   return kind >= 0 && kind < static_cast<int>(std::size(kClasses)) ? kClasses[kind] : nullptr;
 }
 
+}  // namespace
+
 QString classOfArchGroup(const CMDArray& groups, const MDRData* group, const CMDArray& archives) {
   MDRVar archiveKey{};
   groups.GetVal(group, "ArchivesKey", archiveKey);
@@ -152,8 +154,6 @@ QString classOfArchGroup(const CMDArray& groups, const MDRData* group, const CMD
   if (!archive || MDRGetAsInt32(MDRFldByName(archives.array, "type_"), archive, &kind) < 0) return QString();
   return QString::fromLatin1(classOfArchive(kind));
 }
-
-}  // namespace
 
 void CTlmMeasConfig::FillClassesEnabledAgreg() {
   classesEnabledAgreg.clear();

@@ -1,4 +1,5 @@
 #include "CTlmMeasConfig.h"
+#include "DefaultNames.h"
 #include "ModelsTelemetry.h"
 #include "RecordAccess.h"
 #include "WorkWithData.h"
@@ -9,7 +10,7 @@
 
 namespace {
 
-// The names that new objects have until the engineer gives them one. A folder has no class.
+// A folder has no class.
 struct DefaultName {
   const char* className;
   const char* name;  // UTF-8
@@ -19,12 +20,6 @@ constexpr DefaultName kDefaultNames[] = {
     {"Accumulator", "Новый счетчик"},         {"StringMeasurement", "Новая строковая величина"},
     {kRemoteUnitClass, "Новое устройство"},   {"", "Новая папка"},
 };
-
-QString defaultName(const QString& className) {
-  for (const DefaultName& row : kDefaultNames)
-    if (className.compare(QLatin1String(row.className), Qt::CaseInsensitive) == 0) return QString::fromUtf8(row.name);
-  return QString();
-}
 
 // The caption of the group of a class; empty for what stands in no group.
 QString groupCaption(const QString& className) {
@@ -75,6 +70,12 @@ class NewRow {
 };
 
 }  // namespace
+
+QString defaultName(const QString& className) {
+  for (const DefaultName& row : kDefaultNames)
+    if (className.compare(QLatin1String(row.className), Qt::CaseInsensitive) == 0) return QString::fromUtf8(row.name);
+  return QString();
+}
 
 bool MeasConfTreeModel::AddNode(QModelIndex parent, QString className, QString rtuKey, bool atRoot) {
   if (atRoot) parent = QModelIndex();

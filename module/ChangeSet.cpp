@@ -4,26 +4,35 @@
 
 #include <TlmClient/CTlmCliSes.h>
 
-#include <memory>
+ChangeEntry::ChangeEntry(QStringList& tables, QList<CMDArray*>& arrays, const QString& table, const MDArray* structure)
+    : tables_(tables), arrays_(arrays), table_(table) {
+  const int at = tables.indexOf(table);
+  if (at < 0) {
+    made_ = std::make_unique<CMDArray>();
+    made_->code = MDACopy(made_->array, structure, 0);
+  }
+  rows_ = made_ ? made_.get() : arrays[at];
+}
+
+MDRData* ChangeEntry::newRecord(int mark) {
+  MDRData* record = MDARecNew(rows_->array);
+  if (record) MDRSetFlags(record, mark);
+  return record;
+}
+
+void ChangeEntry::post(MDRData* record) {
+  if (!rows_->RecPost(record) || !made_) return;
+  tables_.append(table_);
+  arrays_.append(made_.release());
+}
 
 void addKeyRecord(QStringList& tables, QList<CMDArray*>& arrays, const QString& table, const CMDArray& structure,
                   const QByteArray& key, int mark) {
-  const int at = tables.indexOf(table);
-  std::unique_ptr<CMDArray> made;
-  CMDArray* array = at >= 0 ? arrays[at] : nullptr;
-  if (!array) {
-    made = std::make_unique<CMDArray>();
-    array = made.get();
-    array->code = MDACopy(array->array, structure.array, 0);
-  }
-  MDRData* record = MDARecNew(array->array);
+  ChangeEntry entry(tables, arrays, table, structure.array);
+  MDRData* record = entry.newRecord(mark);
   if (!record) return;
-  MDRSetFlags(record, mark);
-  array->SetValF(record, 0, textVar(key));
-  array->RecPost(record);
-  if (!made) return;
-  tables.append(table);
-  arrays.append(made.release());
+  entry.rows().SetValF(record, 0, textVar(key));
+  entry.post(record);
 }
 
 void queueChanges(CTlmCliSes* session, const ChangeSet& changes, QTextCodec* codec) {

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 class CTlmCliSes;
 class QTextCodec;
 
@@ -20,6 +22,25 @@ struct ChangeSet {
 
   QStringList tables;
   QList<CMDArray*> arrays;
+};
+
+// The entry of one table in a change set's two lists: the one that stands there, or a new one that joins them with the
+// first record posted to it. Lives no longer than the lists.
+class ChangeEntry {
+ public:
+  // `structure` gives a new entry its fields; null leaves it without any.
+  ChangeEntry(QStringList& tables, QList<CMDArray*>& arrays, const QString& table, const MDArray* structure);
+
+  CMDArray& rows() { return *rows_; }
+  MDRData* newRecord(int mark);  // not posted; null when there is no room
+  void post(MDRData* record);    // null is passed over
+
+ private:
+  QStringList& tables_;
+  QList<CMDArray*>& arrays_;
+  const QString table_;
+  std::unique_ptr<CMDArray> made_;  // until it joins the lists
+  CMDArray* rows_ = nullptr;
 };
 
 // Adds a record of the table that carries nothing but its key (in the server's code page), marked with `mark`. The

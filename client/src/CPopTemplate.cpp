@@ -59,6 +59,19 @@ bool CPopTemplate::eventFilter(QObject* watched, QEvent* event) {
   return QWidget::eventFilter(watched, event);
 }
 
+// From field to field, and from the last one to the first: what lies behind the panel is not reached by Tab.
+bool CPopTemplate::focusNextPrevChild(bool next) {
+  QWidget* const from = QApplication::focusWidget();
+  if (!isVisible() || !from || (from != this && !isAncestorOf(from))) return QWidget::focusNextPrevChild(next);
+  for (QWidget* at = from;;) {
+    at = next ? at->nextInFocusChain() : at->previousInFocusChain();
+    if (at == from) return false;
+    if (!isAncestorOf(at) || !at->isVisible() || !at->isEnabled() || !(at->focusPolicy() & Qt::TabFocus)) continue;
+    at->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+    return true;
+  }
+}
+
 void CPopTemplate::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
   QWidget* const focused = QApplication::focusWidget();
@@ -68,7 +81,9 @@ void CPopTemplate::showEvent(QShowEvent* event) {
 
 void CPopTemplate::hideEvent(QHideEvent* event) {
   QWidget::hideEvent(event);
-  if (focusBefore_ && focusBefore_->isVisible() && focusBefore_->isEnabled()) focusBefore_->setFocus();
+  const QWidget* const focused = QApplication::focusWidget();
+  const bool isHere = !focused || focused == this || isAncestorOf(focused);
+  if (isHere && focusBefore_ && focusBefore_->isVisible() && focusBefore_->isEnabled()) focusBefore_->setFocus();
   focusBefore_ = nullptr;
 }
 

@@ -12,8 +12,8 @@ class QKeyEvent;
 class QPaintEvent;
 
 // GUI thread only. A child of its parent, above its other children, hidden until it is shown. Enter accepts,
-// Escape rejects; it can be dragged by its title bar and never leaves the parent. With a null parent it is a
-// frameless window of its own.
+// Escape rejects; Tab goes round its own fields. It can be dragged by its title bar and never leaves the parent.
+// With a null parent it is a frameless window of its own.
 //
 // The panel paints its frame and its title bar; a layout set on it stays clear of both (panelMargins).
 class TLMCLIENT_API CPopTemplate : public QWidget {
@@ -37,8 +37,9 @@ class TLMCLIENT_API CPopTemplate : public QWidget {
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
+  bool focusNextPrevChild(bool next) override;
   void showEvent(QShowEvent* event) override;
-  void hideEvent(QHideEvent* event) override;  // the focus goes back to where it was
+  void hideEvent(QHideEvent* event) override;  // the panel's focus goes back to where it was
   void paintEvent(QPaintEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
