@@ -2,6 +2,7 @@
 #ifndef TLMMEAS_CTLMMEASCONFIG_H
 #define TLMMEAS_CTLMMEASCONFIG_H
 
+#include "ClipboardDocument.h"
 #include "LoadedUnits.h"
 
 #include <TlmClient/CLiteModel.h>
@@ -106,6 +107,8 @@ class CTlmMeasConfig : public CTlmCliMod {
   QString GetTopKeyLink(QString xml);
   QString GetTemplateTableName(QString xml);
   void CheckDublChildIndex(QList<QModelIndex>& indexes);
+  // The document of these rows, without those that come along with another one of them; fetches their units.
+  QString makeDocument(QList<QModelIndex> rows, bool isCut, bool markCut);
   bool CheckIndexPaste(QModelIndex index, QString topTable);
   bool CheckIsParent(QString xml, QModelIndex index);
 
@@ -393,6 +396,20 @@ class CTlmMeasConfig : public CTlmCliMod {
                const char* slot = nullptr);
   // _actions
   void showOperatorTools(const QModelIndex& index);
+  // _clipboard
+  void putSelection(bool isCut);
+  QDomElement addElement(QDomDocument& doc, QDomElement& parent, const QModelIndex& index, bool mark);
+  void forgetCut();
+  DocumentFacts documentFacts;  // of clipText and of what was written last
+  // _paste
+  struct PasteRun;
+  void pasteTop(PasteRun& run, const QDomElement& element, const QString& targetKey);
+  void pasteBelow(PasteRun& run, const QDomElement& element, const QString& parentKey);
+  void pasteMeasurement(PasteRun& run, const QDomElement& element, const QString& unitKey, bool isTop, bool rename);
+  bool mapPrimary(const PasteRun& run, const QDomElement& element, bool isTop, int& primary) const;
+  bool pasteObject(PasteRun& run, const QDomElement& element, const QString& parentKey, bool rename, QString& newKey,
+                   int primary = 0);
+  int takeFreeNumber(QList<int>& numbers, int& used);
   // _layout
   void watchWidths();
   void fitColumns();

@@ -1,15 +1,15 @@
 #include "ClipboardDocument.h"
 
+#include "DocumentGuard.h"
 #include "MeasClasses.h"
-
-#include <QDomDocument>
 
 #include <optional>
 
 namespace {
 
-const QString kFolderTag = QStringLiteral("Folder");
-const QString kUnitTag = QStringLiteral("RemoteUnit");
+constexpr char kCopyMark = '1';
+constexpr char kCutMark = '0';
+constexpr int kMaxBytesOfChar = 3;  // of UTF-8, for one unit of UTF-16
 
 bool isMeasurement(const QString& tag) { return measClassByName(tag, Qt::CaseSensitive) != nullptr; }
 
@@ -27,11 +27,7 @@ std::optional<QString> nextTop(const QString& top, const QDomElement& element) {
   return tag;
 }
 
-}  // namespace
-
-ClipboardTop clipboardTop(const QString& xml) {
-  QDomDocument document;
-  if (!document.setContent(xml)) return {};
+ClipboardTop topOf(const QDomDocument& document) {
   ClipboardTop top;
   for (QDomElement element = document.documentElement().firstChildElement(); !element.isNull();
        element = element.nextSiblingElement()) {
@@ -44,9 +40,7 @@ ClipboardTop clipboardTop(const QString& xml) {
   return top;
 }
 
-QString clipboardTemplate(const QString& xml) {
-  QDomDocument document;
-  if (!document.setContent(xml)) return QString();
+QString templateOf(const QDomDocument& document) {
   QString found;
   for (QDomElement element = document.documentElement().firstChildElement(); !element.isNull();
        element = element.nextSiblingElement()) {
@@ -55,4 +49,33 @@ QString clipboardTemplate(const QString& xml) {
     if (isMeasurement(tag)) found = tag;
   }
   return found;
+}
+
+}  // namespace
+
+QByteArray clipboardPayload(const QString& xml, bool isCopy) { return (isCopy ? kCopyMark : kCutMark) + xml.toUtf8(); }
+
+bool payloadIsCopy(const QByteArray& payload) { return payload.startsWith(kCopyMark); }
+
+QString payloadDocument(const QByteArray& payload) {
+  if (payload.size() < 2 || payload.size() / kMaxBytesOfChar > kMaxDocumentChars) return QString();
+  const int end = payload.indexOf('\0', 1);
+  return QString::fromUtf8(payload.constData() + 1, (end < 0 ? payload.size() : end) - 1);
+}
+
+bool readDocument(const QString& xml, QDomDocument& document) {
+  return isHarmlessDocument(xml) && document.setContent(xml);
+}
+
+ClipboardTop clipboardTop(const QString& xml) { return DocumentFacts().top(xml); }
+
+QString clipboardTemplate(const QString& xml) { return DocumentFacts().templateTable(xml); }
+
+void DocumentFacts::read(const QString& xml) {
+  if (xml == xml_) return;
+  QDomDocument document(QStringLiteral("doc"));
+  const bool readable = readDocument(xml, document);
+  top_ = readable ? topOf(document) : ClipboardTop();
+  template_ = readable ? templateOf(document) : QString();
+  xml_ = xml;
 }
