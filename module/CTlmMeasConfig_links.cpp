@@ -72,9 +72,9 @@ bool CTlmMeasConfig::CreateLinkMenu(const QString& key, QMenu* parent, const QOb
 void CTlmMeasConfig::OnLinksAction() {
   const QObject* from = sender();
   if (!linkMenu || !from || qstrcmp(from->metaObject()->className(), "QAction") != 0) return;
-  const QVariant data = static_cast<const QAction*>(from)->data();
-  if (data.type() != QVariant::String) return;
-  const QStringList parts = data.toString().split(QLatin1Char(','));
+  const QVariant link = static_cast<const QAction*>(from)->data();
+  if (link.type() != QVariant::String) return;
+  const QStringList parts = link.toString().split(QLatin1Char(','));
   callHost(this, "RUN_FILE",
            moduleCodec->fromUnicode(parts.value(0)) + ";object=" + moduleCodec->fromUnicode(parts.value(1)));
 }
