@@ -1,22 +1,173 @@
 #include "CTlmMeasConfig.h"
+#include "ChangeSet.h"
 #include "IndexFacts.h"
+#include "ObjectStamp.h"
+#include "RecordAccess.h"
+#include "StringListModel.h"
+#include "WorkWithData.h"
+#include "popAddAgregData.h"
+#include "ui_TlmMeasConfig.h"
+
+#include <TlmClient/GenGuid32.h>
 
 #include <QAction>
+
+#include <functional>
+#include <utility>
+
+namespace {
+
+constexpr int kPrimaryKey = 3;  // of measRecords: the number of the primary measurement
+
+const std::vector<StampRule> kObjectRules = {
+    {"Keylink", StampValue::kKey, false},
+    {"name_", StampValue::kName, false},
+    {"classname", StampValue::kClassName, false},
+};
+const std::vector<StampRule> kMeasurementRules = {
+    {"Keylink", StampValue::kKey, false},
+    {"locid", StampValue::kNumber, false},
+    {"primaryLocId", StampValue::kPrimaryNumber, true},
+    {"RemoteUnitKey", StampValue::kUnitKey, true},
+    {"PSRKey", StampValue::kSource, true},
+    {"TerminalKey", StampValue::kSource, true},
+    {"work_", StampValue::kSource, true},
+    {"MeasurementArchGroupKey", StampValue::kArchGroupKey, false},
+};
+const std::vector<StampRule> kClassRules = {{"Keylink", StampValue::kKey, true}};
+
+// The held measurements whose primary has that number. There is none of number 0: that is what all those have that are
+// nobody's children.
+void eachChild(const CMDArray& held, int primaryLocId, const std::function<void(MDRData*)>& visit) {
+  if (primaryLocId == 0) return;
+  const MDRVar number = mdx::int64Var(primaryLocId);
+  int position = 0;
+  MDRData* record = MDARecSeekV(held.array, kPrimaryKey, &number, &position);
+  const MDRField* field = MDRFldByName(held.array, "primaryLocId");
+  for (; record; record = MDARec(held.array, kPrimaryKey, ++position)) {
+    int32_t primary = 0;
+    if (MDRGetAsInt32(field, record, &primary) < 0 || primary != primaryLocId) return;
+    visit(record);
+  }
+}
+
+// The measurement that the dialog was opened for, whatever is current by now; without a dialog the current one.
+QString askedKey(const CTlmMeasConfig& module) {
+  if (CPopAddAgregData* dialog = module.popAddAgregData; dialog && !dialog->primaryKey.isEmpty())
+    return std::exchange(dialog->primaryKey, QString());
+  return keyOf(module.ui->tV_MeasConfig->currentIndex());
+}
+
+}  // namespace
 
 void CTlmMeasConfig::CheckEnabledAgregData(QModelIndex index) {
   const myConfNode* node = index.isValid() ? nodeOf(index) : nullptr;
   if (node) actAgregData->setEnabled(!node->isAggregated && classesEnabledAgreg.contains(classOf(index)));
 }
 
-// The dialog of aggregated data is not offered yet.
+// ---- the question ----------------------------------------------------------------------------------------
 
-void CTlmMeasConfig::ExecActAgregData() {}
+void CTlmMeasConfig::ExecActAgregData() {
+  const QModelIndex current = ui->tV_MeasConfig->currentIndex();
+  if (!popAddAgregData || !current.isValid()) return;
+  const QModelIndex row = current.sibling(current.row(), 0);
+  const QString className = classOf(row);
+  bool hasTypes = false;
+  popAddAgregData->Init(className, numberOf(row) + QLatin1String(", ") + row.data().toString(), &hasTypes);
+  if (!hasTypes) {
+    showBox(QStringLiteral("Несоответствие типа архива"),
+            QStringLiteral("Нет типов агрегированных сигналов для ") + className, kBoxWarning, kBoxOk);
+    return;
+  }
+  QStringList& ticked = popAddAgregData->listModel->checkedKeys;
+  for (const myConfNode* child : nodeOf(row)->children) {
+    const QString group = child->isAggregated && child->record
+                              ? fieldText(*child->table, child->record, "MeasurementArchGroupKey", moduleCodec)
+                              : QString();
+    if (!group.isEmpty() && !ticked.contains(group)) ticked.append(group);
+  }
+  popAddAgregData->primaryKey = keyOf(row);
+  popAddAgregData->show();
+}
 
-void CTlmMeasConfig::OnAddAgregData_SignOK(QStringList) {}
+// ---- the answer ------------------------------------------------------------------------------------------
 
-void CTlmMeasConfig::OnAddAgregData_SignOKEmpty() {}
+void CTlmMeasConfig::OnAddAgregData_SignOK(QStringList archGroupKeys) {
+  if (archGroupKeys.isEmpty()) {
+    OnAddAgregData_SignOKEmpty();
+    return;
+  }
+  const QModelIndex row = rowOf(askedKey(*this));
+  const QString key = keyOf(row);
+  if (key.isEmpty()) return;
+  const QString className = classOf(row);
+  QList<int> numbers;
+  GetCountFreeLocIdFromGiven(numbers, archGroupKeys.size(), 1);
+  ChangeSet changes;
+  QList<MDRData*> unticked;
+  if (PrepareSaveGroupAgreg(changes.tables, changes.arrays, key, className, row.data().toString(),
+                            numberOf(row).toInt(), archGroupKeys, numbers, unticked))
+    Save(changes.tables, changes.arrays, true);
+  DeleteAgregMeas(unticked, className);
+}
 
-bool CTlmMeasConfig::PrepareSaveGroupAgreg(QStringList&, QList<CMDArray*>&, QString, QString, QString, int, QStringList,
-                                           QList<int>&, QList<MDRData*>&) {
-  return false;
+void CTlmMeasConfig::OnAddAgregData_SignOKEmpty() {
+  const QModelIndex row = rowOf(askedKey(*this));
+  if (!row.isValid()) return;
+  QList<MDRData*> children;
+  eachChild(measRecords, numberOf(row).toInt(), [&children](MDRData* child) { children.append(child); });
+  DeleteAgregMeas(children, classOf(row));
+}
+
+// ---- the change set --------------------------------------------------------------------------------------
+
+bool CTlmMeasConfig::PrepareSaveGroupAgreg(QStringList& tables, QList<CMDArray*>& changes, QString primaryKey,
+                                           QString className, QString primaryName, int primaryLocId,
+                                           QStringList archGroupKeys, QList<int>& freeNumbers,
+                                           QList<MDRData*>& toDelete) {
+  if (primaryKey.isEmpty()) return false;
+  CMDArray primary;
+  if (!GetRecByKey(session(), moduleCodec->fromUnicode(primaryKey).toStdString(), &primary)) return false;
+  const MDRData* pattern = MDARec(primary.array, 0, 0);
+  const QString unitKey = fieldText(primary, pattern, "remoteunitkey", moduleCodec);
+  if (unitKey.isEmpty()) return true;
+
+  QStringList kept;
+  eachChild(measRecords, primaryLocId, [&](MDRData* child) {
+    const QString group = fieldText(measRecords, child, "MeasurementArchGroupKey", moduleCodec);
+    if (group.isEmpty()) return;
+    if (archGroupKeys.contains(group))
+      kept.append(group);
+    else
+      toDelete.append(child);
+  });
+
+  const MeasClass* kind = measClassByName(className, Qt::CaseInsensitive);
+  const CMDArray* const structures[] = {&strAnalog, &strDiscrete, &strAccumulator, &strStringMeasurement};
+  ObjectStamp object(QStringLiteral("IdentifiedObject"), strIdentifiedObject.array, nullptr, nullptr, kObjectRules,
+                     StampValue::kEmpty);
+  ObjectStamp measurement(QStringLiteral("Measurement"), strMeasurement.array, primary.array, pattern,
+                          kMeasurementRules, StampValue::kEmpty);
+  ObjectStamp ofClass(QString::fromLatin1(kind ? kind->className : ""),
+                      kind ? structures[kind - kMeasClasses]->array : nullptr, nullptr, nullptr, kClassRules,
+                      StampValue::kEmpty);
+  StampValues values;
+  values.primaryNumber = primaryLocId;
+  values.unitKey = moduleCodec->fromUnicode(unitKey);
+  values.className = moduleCodec->fromUnicode(className);
+  int next = 0;
+  for (const QString& group : qAsConst(archGroupKeys)) {
+    if (kept.contains(group)) continue;
+    const QString suffix =
+        fieldText(tblArchGroup, seekText(tblArchGroup, 0, group, moduleCodec), "aggregatedName", moduleCodec);
+    values.key = GenGuid32();
+    values.name = moduleCodec->fromUnicode(primaryName + suffix);
+    values.archGroupKey = moduleCodec->fromUnicode(group);
+    values.number = freeNumbers.value(next++, 0);
+    object.add(tables, changes, values);
+    if (values.number == 0) return false;
+    measurement.add(tables, changes, values);
+    if (kind) ofClass.add(tables, changes, values);
+  }
+  return true;
 }

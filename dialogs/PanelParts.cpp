@@ -1,0 +1,56 @@
+#include "PanelParts.h"
+
+#include <TlmClient/CPopTemplate.h>
+
+#include <QDialogButtonBox>
+#include <QLayout>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QStyle>
+#include <QStyleOptionSpinBox>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kButtonWidth = 96;
+constexpr int kTextMargin = 8;  // frame and cursor of a line edit, pixels
+
+void prepareButton(QPushButton* button, const QString& text) {
+  if (!button) return;
+  button->setText(text);
+  button->setIcon(QIcon());
+  button->setMinimumWidth(kButtonWidth);
+}
+
+int widthOf(const QWidget& field, const QString& text) {
+  return field.fontMetrics().horizontalAdvance(text) + kTextMargin;
+}
+
+}  // namespace
+
+void preparePanel(CPopTemplate* panel, QDialogButtonBox* buttons) {
+  panel->setPanelTitle(panel->windowTitle());
+  if (panel->layout()) panel->layout()->setContentsMargins(CPopTemplate::panelMargins());
+  prepareButton(buttons->button(QDialogButtonBox::Ok), QStringLiteral("ОК"));
+  prepareButton(buttons->button(QDialogButtonBox::Cancel), QStringLiteral("Отмена"));
+  for (QPushButton* button : panel->findChildren<QPushButton*>()) button->setAutoDefault(true);
+}
+
+void growWithText(QLineEdit* field) {
+  const int base = field->minimumWidth();
+  QObject::connect(field, &QLineEdit::textChanged, field,
+                   [field, base](const QString& text) { field->setFixedWidth(std::max(base, widthOf(*field, text))); });
+}
+
+void growWithText(QSpinBox* field) {
+  const int base = field->minimumWidth();
+  QObject::connect(field, &QSpinBox::textChanged, field, [field, base](const QString& text) {
+    QStyleOptionSpinBox option;
+    option.initFrom(field);
+    const QRect edit = field->style()->subControlRect(QStyle::CC_SpinBox, &option, QStyle::SC_SpinBoxEditField, field);
+    const int frame = field->width() - edit.width();
+    field->setFixedWidth(std::max(base, widthOf(*field, text) + frame));
+  });
+}
