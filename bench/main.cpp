@@ -20,6 +20,7 @@ void addClientBenches(Registry& registry);
 void addModuleBenches(Registry& registry);
 void addWireBenches(Registry& registry);
 void addPassportBenches(Registry& registry);
+void addLiveBenches(Registry& registry);
 
 namespace {
 
@@ -42,6 +43,9 @@ Registry everything() {
 #endif
 #ifdef TLM_BENCH_WIRE
   addWireBenches(registry);
+#endif
+#ifdef TLM_BENCH_LIVE
+  addLiveBenches(registry);
 #endif
 #ifdef TLM_BENCH_MODULE
   addModuleBenches(registry);

@@ -35,8 +35,10 @@ std::unique_ptr<server::Core> generatedCore(int units, int measurements) {
   return core;
 }
 
-Station::Station(server::Core& core)
-    : session_(std::make_unique<TlmSession>(std::make_unique<EmbeddedTransport>(core, server::Caller{"bench"}))),
+Station::Station(server::Core& core) : Station(std::make_unique<EmbeddedTransport>(core, server::Caller{"bench"})) {}
+
+Station::Station(std::unique_ptr<ITransport> line)
+    : session_(std::make_unique<TlmSession>(std::move(line))),
       module_(std::make_unique<CTlmMeasConfig>(this)),
       view_(module_->findChild<QTreeView*>("tV_MeasConfig")) {
   module_->show();

@@ -21,6 +21,7 @@ std::unique_ptr<server::Core> generatedCore(int units, int measurements);
 class Station : public CTlmCliApp {
  public:
   explicit Station(server::Core& core);
+  explicit Station(std::unique_ptr<ITransport> line);
   ~Station() override;
 
   CTlmMeasConfig& module() { return *module_; }

@@ -10,11 +10,10 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <bench/Folder.h>
 #include <bench/bench.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -22,27 +21,6 @@ namespace tlm::bench {
 namespace {
 
 using namespace tlm::server;
-
-// A folder on a real disk (the temporary folder may be in memory), gone at the end.
-class Folder {
- public:
-  Folder() {
-    const char* base = std::getenv("TLM_BENCH_DIR");
-    path_ = std::string(base ? base : "/var/tmp") + "/tlm_bench_XXXXXX";
-    if (!mkdtemp(path_.data())) throw std::runtime_error("no folder for the bench");
-  }
-  ~Folder() {
-    std::error_code code;
-    std::filesystem::remove_all(path_, code);
-  }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  std::string file(const char* name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
 
 std::unique_ptr<Store> made(std::unique_ptr<Store> store, const std::string& error) {
   if (!store) throw std::runtime_error(error);

@@ -9,7 +9,7 @@ namespace tlm::bench {
 
 class BareEcho {
  public:
-  // Listens at "unix:PATH". Throws when it cannot.
+  // Listens at "unix:PATH" or, at a port that the system chooses, at "127.0.0.1:0". Throws when it cannot.
   explicit BareEcho(const std::string& address);
   ~BareEcho();
   BareEcho(const BareEcho&) = delete;
@@ -17,6 +17,9 @@ class BareEcho {
 
   // One unary call with that many bytes there and that many back. Throws when it fails.
   void call(size_t there, size_t back);
+
+  // Sends one message of that many bytes down an open stream: seconds from the server's write to the client's read.
+  double message(size_t bytes);
 
  private:
   struct Private;

@@ -51,7 +51,7 @@ QStringList rowsOf(const Stage& stage) {
 }  // namespace
 
 LiveRoad::LiveRoad(ModuleLibrary& library, const QDir& scratch, Report& report)
-    : library_(library), scratch_(scratch), report_(report), server_(scratch.filePath("live.tlm")) {}
+    : library_(library), scratch_(scratch), report_(report), server_(scratch.filePath("live.tlm"), {"--simulate"}) {}
 
 LiveRoad::~LiveRoad() = default;
 

@@ -3,6 +3,8 @@
 #ifndef TLMTOUR_LIVEROAD_H
 #define TLMTOUR_LIVEROAD_H
 
+#include <tools/ServerProgram.h>
+
 #include <QString>
 #include <QVector>
 
@@ -10,7 +12,6 @@
 #include <memory>
 
 #include "Report.h"
-#include "ServerProgram.h"
 #include "Stage.h"
 
 namespace tlm::tour {

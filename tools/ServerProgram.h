@@ -1,15 +1,17 @@
 // The model server as the process that it is, on a store of its own with the sample.
-#ifndef TLMTOUR_SERVERPROGRAM_H
-#define TLMTOUR_SERVERPROGRAM_H
+#ifndef TLMTOOLS_SERVERPROGRAM_H
+#define TLMTOOLS_SERVERPROGRAM_H
 
 #include <QProcess>
 #include <QString>
+#include <QStringList>
 
-namespace tlm::tour {
+namespace tlm {
 
 class ServerProgram {
  public:
-  explicit ServerProgram(const QString& storeFile);
+  // `options` as the program takes them.
+  explicit ServerProgram(const QString& storeFile, const QStringList& options = {});
   ~ServerProgram();  // ends it in order
 
   // Starts it at loopback, at the port of the start before (the first time, at one that the system chooses). False,
@@ -18,13 +20,14 @@ class ServerProgram {
   void kill();  // as a loss of power would
 
   const QString& address() const { return address_; }
+  qint64 pid() const { return process_.processId(); }
 
  private:
-  const QString storeFile_;
+  const QStringList arguments_;
   QString address_ = "127.0.0.1:0";
   QProcess process_;
 };
 
-}  // namespace tlm::tour
+}  // namespace tlm
 
 #endif

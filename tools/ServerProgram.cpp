@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace tlm::tour {
+namespace tlm {
 namespace {
 
 constexpr int kStartMs = 10'000;
@@ -13,7 +13,8 @@ constexpr char kListening[] = "event=listening address=";
 
 }  // namespace
 
-ServerProgram::ServerProgram(const QString& storeFile) : storeFile_(storeFile) {
+ServerProgram::ServerProgram(const QString& storeFile, const QStringList& options)
+    : arguments_(QStringList{"--store", storeFile, "--sample"} + options) {
   process_.setReadChannel(QProcess::StandardError);
 }
 
@@ -23,7 +24,7 @@ ServerProgram::~ServerProgram() {
 }
 
 bool ServerProgram::start() {
-  process_.start(TLM_SERVER_PROGRAM, {"--store", storeFile_, "--sample", "--simulate", "--listen", address_});
+  process_.start(TLM_SERVER_PROGRAM, arguments_ + QStringList{"--listen", address_});
   QString log;
   QElapsedTimer timer;
   timer.start();
@@ -46,4 +47,4 @@ void ServerProgram::kill() {
   process_.waitForFinished(kEndMs);
 }
 
-}  // namespace tlm::tour
+}  // namespace tlm
