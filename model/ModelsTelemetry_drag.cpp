@@ -1,12 +1,33 @@
+#include "CTlmMeasConfig.h"
+#include "ClipboardDocument.h"
+#include "IndexFacts.h"
 #include "ModelsTelemetry.h"
+
+#include <QMimeData>
 
 QStringList MeasConfTreeModel::mimeTypes() const { return {kMeasMimeType}; }
 
 Qt::DropActions MeasConfTreeModel::supportedDropActions() const { return Qt::MoveAction; }
 
-// A drag without a document does not start, and nothing can be dropped then.
-QMimeData* MeasConfTreeModel::mimeData(const QModelIndexList&) const { return nullptr; }
+// The measurements of units are fetched, so that the document holds them. While a message waits no drag begins: an
+// edit that was refused has put the selection back, and what is selected is not what the mouse took.
+QMimeData* MeasConfTreeModel::mimeData(const QModelIndexList& indexes) const {
+  if (!module || (module->popMessageBox && module->popMessageBox->isWaiting())) return nullptr;
+  const QString xml = module->makeDocument(distinctRows(indexes), true, false);
+  module->dragTableName = module->GetTopTableName(xml);
+  auto* data = new QMimeData;
+  data->setData(kMeasMimeType, clipboardPayload(xml, false));
+  return data;
+}
 
-bool MeasConfTreeModel::dropMimeData(const QMimeData*, Qt::DropAction action, int, int, const QModelIndex&) {
-  return action == Qt::IgnoreAction;
+// The objects do not move here but by the events of the write. The cell under the mouse stands for its row.
+bool MeasConfTreeModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int, int,
+                                     const QModelIndex& parent) {
+  if (action == Qt::IgnoreAction) return true;
+  if (!data || !data->hasFormat(kMeasMimeType) || !takesDrop(parent)) return false;
+  const QModelIndex row = parent.siblingAtColumn(0);
+  const QString xml = payloadDocument(data->data(kMeasMimeType));
+  if (!module->CheckIsParent(xml, row)) module->ParseUpLevelXml(xml, row, false, true);
+  module->dragTableName.clear();
+  return true;
 }

@@ -65,16 +65,8 @@ std::unique_ptr<char[]> liveValue(CTlmCliSes* session, const QString& key) {
 
 // The distinct rows of the selection, each by the first of its indexes.
 QModelIndexList CTlmMeasConfig::selectedRows() const {
-  QModelIndexList rows;
-  QSet<const void*> seen;
   const QItemSelectionModel* selection = ui->tV_MeasConfig->selectionModel();
-  if (!selection) return rows;
-  for (const QModelIndex& index : selection->selectedIndexes()) {
-    if (seen.contains(index.internalPointer())) continue;
-    seen.insert(index.internalPointer());
-    rows.append(index);
-  }
-  return rows;
+  return selection ? distinctRows(selection->selectedIndexes()) : QModelIndexList();
 }
 
 void CTlmMeasConfig::OnTV_Clicked(QModelIndex) { FindClear(); }

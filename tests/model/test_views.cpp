@@ -50,6 +50,47 @@ TEST_F(ViewTest, TellsWhenTheSelectionStandsAlready) {
   EXPECT_EQ(seen, QStringList{"1"});
 }
 
+class OpenView : public KeysModifQTreeViewMeas {
+ public:
+  using KeysModifQTreeViewMeas::DragSelectingState;
+  using KeysModifQTreeViewMeas::setState;
+  using KeysModifQTreeViewMeas::state;
+  // Whether the event was still accepted afterwards.
+  bool release(Qt::MouseButton button) {
+    QMouseEvent event(QEvent::MouseButtonRelease, QPoint(5, 5), button, Qt::NoButton, Qt::NoModifier);
+    event.accept();
+    mouseReleaseEvent(&event);
+    return event.isAccepted();
+  }
+};
+
+TEST(View, EndsASelectionByTheLeftButtonAlone) {
+  QStandardItemModel model(2, 1);
+  OpenView view;
+  view.setModel(&model);
+  for (const Qt::MouseButton button : {Qt::RightButton, Qt::MiddleButton}) {
+    view.setState(OpenView::DragSelectingState);
+    view.release(button);
+    EXPECT_EQ(view.state(), OpenView::DragSelectingState) << button;
+  }
+  view.release(Qt::LeftButton);
+  EXPECT_NE(view.state(), OpenView::DragSelectingState);
+}
+
+TEST(View, LeavesEveryReleaseToTheWidgetsAround) {
+  QStandardItemModel model(2, 1);
+  OpenView view;
+  view.setModel(&model);
+  for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton})
+    EXPECT_FALSE(view.release(button)) << button;
+}
+
+TEST_F(ViewTest, TellsOfEachLeftReleaseOnceWithoutModifiersToo) {
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, firstRow());
+  QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::ShiftModifier | Qt::AltModifier, QPoint(5, 150));
+  EXPECT_EQ(told, (QList<Qt::KeyboardModifiers>{Qt::NoModifier, Qt::ShiftModifier | Qt::AltModifier}));
+}
+
 // A model that writes down where something was dropped.
 class DropModel : public QStandardItemModel {
  public:
