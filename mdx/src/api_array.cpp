@@ -90,9 +90,10 @@ MDRData* MDARecSeekV(const MDArray* array, int key, const MDRVar* values, int* p
   if (position) *position = 0;
   const Key* order = array ? array->key(key) : nullptr;
   if (!order || !values) return nullptr;
+  if (!position) return order->find(values);
   bool found;
   const mdx::Span span = order->seek(values, found);
-  if (position) *position = static_cast<int>(span.position);
+  *position = static_cast<int>(span.position);
   return found ? span.records[span.index] : nullptr;
 }
 

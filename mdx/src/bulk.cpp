@@ -123,3 +123,10 @@ int MDXRecsSeek(const MDArray* array, int key, const MDRVar* values, int count, 
   order->seekMany(values, count, found);
   return MDX_OK;
 }
+
+int MDXKeyExact(MDArray* array, int key) {
+  if (!array) return MDX_E_ARG;
+  mdx::Key* order = array->key(key);
+  if (!order) return MDX_E_KEY;
+  return mdx::guarded([&] { return order->keepExact() ? MDX_OK : MDX_E_KEY; });
+}

@@ -47,7 +47,7 @@ bool Key::uses(int field) const {
 
 size_t Key::memory() const {
   return sizeof *this + expression.capacity() + parts_.capacity() * sizeof(Part) + nulls_.memory() + one_.memory() +
-         four_.memory();
+         four_.memory() + (exact_ ? exact_->memory() : 0);
 }
 
 // ---- reading
@@ -160,6 +160,22 @@ Span Key::seek(const MDRVar* values, bool& found) const {
   return form_ == Form::text32 ? seekOne(four_, value, found) : seekGeneral(&value, found);
 }
 
+bool Key::exactWords(const MDRVar& value, Words<4>& words) const {
+  if (isNullValue(value) || !isText(value.type)) return false;
+  const std::string_view text = textOf(value);
+  if (text.size() != 32) return false;
+  words = textWords(text);
+  return decides(words);
+}
+
+MDRData* Key::find(const MDRVar* values) const {
+  Words<4> words;
+  if (exact_ && exactWords(*values, words)) return exactly(words);
+  bool found;
+  const Span span = seek(values, found);
+  return found ? span.records[span.index] : nullptr;
+}
+
 template <int W>
 void Key::seekTogether(const Tree<W>& tree, const MDRVar* values, int many, MDRData** out) const {
   std::array<SeekValue, kSeekTogether> wanted;
@@ -184,10 +200,25 @@ void Key::seekTogether(const Tree<W>& tree, const MDRVar* values, int many, MDRD
   }
 }
 
+// Slots, then records, then what they hold: each is asked for while the others wait.
+void Key::seekManyExact(const MDRVar* values, int many, MDRData** out) const {
+  std::array<Words<4>, kSeekTogether> words;
+  std::array<bool, kSeekTogether> known;
+  for (int i = 0; i < many; ++i) {
+    known[i] = exactWords(values[i], words[i]);
+    if (known[i]) exact_->fetchSlot(words[i]);
+  }
+  for (int i = 0; i < many; ++i)
+    if (known[i]) exact_->fetchRecord(words[i]);
+  for (int i = 0; i < many; ++i) out[i] = known[i] ? exactly(words[i]) : find(values + i);
+}
+
 void Key::seekMany(const MDRVar* values, int count, MDRData** out) const {
   for (int from = 0; from < count; from += kSeekTogether) {
     const int many = std::min(kSeekTogether, count - from);
-    if (form_ == Form::text32) {
+    if (exact_) {
+      seekManyExact(values + from, many, out + from);
+    } else if (form_ == Form::text32) {
       seekTogether(four_, values + from, many, out + from);
     } else if (form_ == Form::number) {
       seekTogether(one_, values + from, many, out + from);
@@ -227,6 +258,7 @@ void Key::planInsert(MDRData* record, bool last, Plan& plan) const {
     plan.tree = 4;
     aim(plan.four, record, bound);
     four_.descend(plan.four, plan.path);
+    if (exact_) exact_->fetchSlot(plan.four.words);
   } else {
     plan.tree = 1;
     aim(plan.one, record, bound);
@@ -243,6 +275,7 @@ void Key::locateInsert(Plan& plan) const {
 void Key::finishInsert(MDRData* record, Plan& plan) {
   ++version;
   if (plan.tree == 0) return nulls_.insert(plan.path, plan.none, record);
+  if (exact_ && plan.four.wordsDecide) noteExact(plan.four.words, record);
   if (plan.tree == 4) return four_.insert(plan.path, plan.four, record);
   one_.insert(plan.path, plan.one, record);
 }
@@ -263,6 +296,7 @@ void Key::erase(MDRData* record) {
   } else if (form_ == Form::text32) {
     aim(plan.four, record, Bound::arrival);
     four_.erase(plan.four, record);
+    if (exact_ && plan.four.wordsDecide) exact_->erase(plan.four.words, record);
   } else {
     aim(plan.one, record, Bound::arrival);
     one_.erase(plan.one, record);
@@ -274,6 +308,36 @@ void Key::clear() {
   nulls_.clear();
   one_.clear();
   four_.clear();
+  if (exact_) exact_->clear();
+}
+
+// ---- whole texts
+
+void Key::noteExact(const Words<4>& words, MDRData* record) {
+  try {
+    if (!exactly(words)) return exact_->insert(words, record);
+  } catch (const std::bad_alloc&) {
+    // The tree alone answers as well.
+  }
+  exact_.reset();
+}
+
+void Key::buildExact(const std::vector<MDRData*>& records) {
+  for (MDRData* record : records) {
+    const Words<4> words = wordsInFull(record);
+    if (decides(words)) noteExact(words, record);
+    if (!exact_) return;
+  }
+}
+
+bool Key::keepExact() {
+  if (form_ != Form::text32 || parts_[0].size != 32 || ignoreCase_) return false;
+  exact_ = std::make_unique<ExactIndex>();
+  std::vector<MDRData*> records;
+  for (Span span = at(nulls_.size()); span.leaf; span = after(span))
+    records.insert(records.end(), span.records, span.records + span.count);
+  buildExact(records);
+  return true;
 }
 
 // ---- building
@@ -311,6 +375,8 @@ void Key::build(const std::vector<MDRData*>& inArrivalOrder) {
     buildTree(four_, others);
   else
     buildTree(one_, others);
+  if (ignoreCase_) exact_.reset();
+  if (exact_) buildExact(others);
 }
 
 }  // namespace mdx

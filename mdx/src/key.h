@@ -4,10 +4,12 @@
 
 #include <TlmMdx/mdx.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "exact_index.h"
 #include "key_tree.h"
 
 namespace mdx {
@@ -82,6 +84,8 @@ class Key {
   Span at(uint32_t position) const;
   // Where the values stand or would stand; `found` says which.
   Span seek(const MDRVar* values, bool& found) const;
+  // The first record with the values, or null; where it stands is not asked for.
+  MDRData* find(const MDRVar* values) const;
   // Of a key of one field: for each value the first record with it, or null.
   void seekMany(const MDRVar* values, int count, MDRData** out) const;
   // The run behind the one of `span`, from its first entry on.
@@ -103,6 +107,8 @@ class Key {
   void erase(MDRData* record);
   void clear();
   void build(const std::vector<MDRData*>& inArrivalOrder);
+  // From now on find() knows whole texts without the tree, until two records share one. False: no key for it.
+  bool keepExact();
   // Brings the flags word into force; the key is empty, or is built anew right after.
   void takeFlags() { ignoreCase_ = flags & MDX_KEY_NOCASE; }
   void takeOrderOf(const Key& other) { ignoreCase_ = other.ignoreCase_; }
@@ -153,6 +159,17 @@ class Key {
   Span seekOne(const Tree<W>& tree, const SeekValue& value, bool& found) const;
   template <int W>
   void seekTogether(const Tree<W>& tree, const MDRVar* values, int many, MDRData** out) const;
+  Words<4> wordsInFull(const MDRData* record) const { return textWords(parts_[0].text(record)); }
+  // Notes the record, or gives the index up: it holds different texts only.
+  void noteExact(const Words<4>& words, MDRData* record);
+  void buildExact(const std::vector<MDRData*>& records);
+  MDRData* exactly(const Words<4>& words) const {
+    return exact_->find(words, [this](const MDRData* record) { return wordsInFull(record); });
+  }
+  // The words of a value that the index knows if the key has it; false where only the tree can tell.
+  bool exactWords(const MDRVar& value, Words<4>& words) const;
+  void seekManyExact(const MDRVar* values, int many, MDRData** out) const;
+
   template <int W>
   void buildTree(Tree<W>& tree, const std::vector<MDRData*>& records);
 
@@ -162,6 +179,7 @@ class Key {
   Tree<0> nulls_;  // null in the only field, or every record when there is no field
   Tree<1> one_;
   Tree<4> four_;
+  std::unique_ptr<ExactIndex> exact_;  // of texts that their words decide
 };
 
 }  // namespace mdx

@@ -106,9 +106,19 @@ void Emitter::statement(NodeId id) {
   nextTemporary_ = temporaries;
 }
 
+bool Emitter::isSeek(NodeId id) const {
+  return tree_[id].kind == NodeKind::kCall && functionAt(tree_[id].slot).op == Op::kSeek;
+}
+
+bool Emitter::asksForRecord(const Node& index) const {
+  const Node& part = tree_[index.second];
+  return index.kind == NodeKind::kIndex && part.kind == NodeKind::kInteger && part.integer == 0;
+}
+
 void Emitter::assignment(const Node& node) {
   const uint16_t variable = tree_[node.first].slot;
   into(node.second, variable);
+  if (isSeek(node.second) && !resolver_.positionAsked(variable)) program_.code.back().op = Op::kFind;
   const Returned returned = resolver_.returned(variable);
   if (returned == Returned::kNo) return;
   add(returned == Returned::kScalar ? Op::kReturnScalar : Op::kReturnTable, node.at, 0, variable);
@@ -187,6 +197,7 @@ void Emitter::into(NodeId id, uint16_t target) {
     case NodeKind::kDivide:
     case NodeKind::kIndex: {
       const uint16_t left = operand(node.first);
+      if (isSeek(node.first) && asksForRecord(node)) program_.code.back().op = Op::kFind;
       const uint16_t right = operand(node.second);
       add(arithmetic(node.kind), node.at, target, left, right);
       break;

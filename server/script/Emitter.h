@@ -29,6 +29,8 @@ class Emitter {
   void statement(NodeId id);
   void statements(NodeId first);
   void assignment(const Node& node);
+  bool isSeek(NodeId id) const;
+  bool asksForRecord(const Node& index) const;
   void branch(const Node& node);
   void loop(const Node& node);
   void jumpBack(uint16_t top, Offset at);

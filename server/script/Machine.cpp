@@ -107,7 +107,7 @@ void Machine::giveResult(CVar* out) {
 constexpr Machine::Function Machine::kFunctions[] = {
     &Machine::modelTable, &Machine::newTable,  &Machine::addField,     &Machine::count,    &Machine::seek,
     &Machine::recordAt,   &Machine::newRecord, &Machine::postRecord,   &Machine::getField, &Machine::putField,
-    &Machine::typeOf,     &Machine::toInt,     &Machine::compareTexts, &Machine::findText};
+    &Machine::typeOf,     &Machine::toInt,     &Machine::compareTexts, &Machine::findText, &Machine::find};
 
 void Machine::execute() {
   const Instruction* const code = program_.code.data();

@@ -32,6 +32,8 @@ class Machine {
   void addField(const Instruction& in);
   void count(const Instruction& in);
   void seek(const Instruction& in);
+  void find(const Instruction& in);
+  MDRData* seekRecord(const Instruction& in, int* position);
   void recordAt(const Instruction& in) {
     const uint16_t table = tableOperand(registers_[in.b], in.at).table;
     const int64_t key = intOperand(registers_[in.c], in.at);

@@ -48,15 +48,24 @@ void Machine::count(const Instruction& in) {
 // ---- records --------------------------------------------------------------------------------------
 
 void Machine::seek(const Instruction& in) {
+  int position = 0;
+  MDRData* const record = seekRecord(in, &position);
+  registers_[in.a] = Value::ofPair(registers_[in.b].table, position, record);
+}
+
+void Machine::find(const Instruction& in) {
+  MDRData* const record = seekRecord(in, nullptr);
+  registers_[in.a] = Value::ofPair(registers_[in.b].table, 0, record);
+}
+
+MDRData* Machine::seekRecord(const Instruction& in, int* position) {
   const Value& table = tableOperand(registers_[in.b], in.at);
   const int64_t key = intOperand(registers_[in.c], in.at);
   Walk& walk = tables_.walks[in.e + 1];
   if (walk.table != table.table || walk.key != key) tables_.bindSeek(&walk, table.table, key, in.at);
   meter_.steps(kSeekSteps, in.at);
   const MDRVar sought = keyValue(registers_[in.d], walk.seekField, in.at);
-  int position = 0;
-  MDRData* const record = MDARecSeekV(tables_[table.table].array, static_cast<int>(key), &sought, &position);
-  registers_[in.a] = Value::ofPair(table.table, position, record);
+  return MDARecSeekV(tables_[table.table].array, static_cast<int>(key), &sought, position);
 }
 
 MDRVar Machine::keyValue(const Value& value, const MDRField* field, Offset at) const {
@@ -93,6 +102,7 @@ void Machine::getOtherField(const Instruction& in) {
     return;
   }
   const Value& record = recordOperand(registers_[in.b], in.at);
+  tables_.walks[record.extra].fetchAhead();
   FieldCache& cache = tables_.fields[in.d];
   const MDRField* field = cache.field;
   if (cache.table != record.table) {

@@ -57,6 +57,7 @@ enum class Op : uint16_t {
   kToInt,
   kCompareTexts,
   kFindText,
+  kFind,  // a seek of which only the record is asked for
 };
 
 struct Instruction {

@@ -92,9 +92,13 @@ void Resolver::expression(NodeId id) {
     case NodeKind::kText:
       return constant(id);
     case NodeKind::kName:
-      return name(id);
+      name(id);
+      if (node.kind == NodeKind::kVariable) askForPosition(node.slot);
+      return;
     case NodeKind::kNegate:
       return negation(id);
+    case NodeKind::kIndex:
+      return index(id);
     case NodeKind::kCall:
       call(id);
       if (!functionAt(node.slot).givesValue) fail(node.at, std::string(node.text) + " gives no value");
@@ -134,6 +138,23 @@ void Resolver::negation(NodeId id) {
     return constant(id);
   }
   expression(node.first);
+}
+
+// The first part of a variable's pair is the one use that does without its position.
+void Resolver::index(NodeId id) {
+  const Node& node = tree_[id];
+  const Node& part = tree_[node.second];
+  const bool first = part.kind == NodeKind::kInteger && part.integer == 0;
+  if (first && tree_[node.first].kind == NodeKind::kName)
+    name(node.first);
+  else
+    expression(node.first);
+  expression(node.second);
+}
+
+void Resolver::askForPosition(uint16_t variable) {
+  if (positionAsked_.size() <= variable) positionAsked_.resize(variable + size_t{1});
+  positionAsked_[variable] = true;
 }
 
 void Resolver::call(NodeId id) {

@@ -28,6 +28,8 @@ class Resolver {
 
   uint16_t variableCount() const { return static_cast<uint16_t>(variables_.size()); }
   Returned returned(uint16_t variable) const;
+  // Whether the position in the pair of a seek that the variable holds may be looked at.
+  bool positionAsked(uint16_t variable) const { return variable < positionAsked_.size() && positionAsked_[variable]; }
   const std::vector<Value>& constants() const { return constants_; }
 
   // The model tables that the script names by literals.
@@ -49,6 +51,8 @@ class Resolver {
   void loop(NodeId id);
   void expression(NodeId id);
   void name(NodeId id);
+  void index(NodeId id);
+  void askForPosition(uint16_t variable);
   void call(NodeId id);
   void negation(NodeId id);
   void constant(NodeId id);
@@ -61,7 +65,8 @@ class Resolver {
   std::vector<Value> constants_;
   std::vector<TableUse> tables_;
   std::vector<NodeId> assignments_;
-  std::vector<uint16_t> origins_;  // by variable
+  std::vector<uint16_t> origins_;    // by variable
+  std::vector<bool> positionAsked_;  // by variable
   uint16_t firstReturned_ = 0;
   int loops_ = 0;
 };

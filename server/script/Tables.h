@@ -58,6 +58,9 @@ class Walk {
     return cursor_.form() == MDX_CURSOR_DOUBLE ? Value::of(cursor_.number()) : Value();
   }
 
+  // A script that looks into one record of a loop looks into the later ones too: they are asked for ahead.
+  void fetchAhead() const { cursor_.fetchAhead(); }
+
   uint16_t table = kUnknown;
   int key = -1;
   const MDRField* seekField = nullptr;  // of the key, when this is a place that seeks

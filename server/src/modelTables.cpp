@@ -1,3 +1,4 @@
+#include <TlmMdx/bulk.h>
 #include <TlmServer/ModelTables.h>
 
 namespace tlm::server {
@@ -7,14 +8,19 @@ ModelTables::ModelTables(const Catalogue& catalogue, Keys keys) : catalogue_(cat
     MDArray* array = nullptr;
     if (MDACreate(&array, 0) < 0) continue;
     Catalogue::makeFields(def, array);
-    if (keys == Keys::kNow) Catalogue::makeKeys(def, array);
+    if (keys == Keys::kNow) makeKeys(def, array);
     if (Catalogue::describesItself(def.name)) catalogue.describe(def.name, array);
     tables_.emplace(def.name, array);
   }
 }
 
 void ModelTables::makeKeys() {
-  for (const TableDef& def : catalogue_.tables()) Catalogue::makeKeys(def, table(def.name));
+  for (const TableDef& def : catalogue_.tables()) makeKeys(def, table(def.name));
+}
+
+void ModelTables::makeKeys(const TableDef& def, MDArray* array) {
+  Catalogue::makeKeys(def, array);
+  MDXKeyExact(array, 0);
 }
 
 ModelTables::~ModelTables() {

@@ -27,6 +27,9 @@ class ModelTables {
 
   void makeKeys();  // once, after kLater
 
+  // Of one table, with what makes the seeks of whole object keys cheap. Different tables may have it done at once.
+  static void makeKeys(const TableDef& def, MDArray* array);
+
  private:
   struct Hash {
     using is_transparent = void;
