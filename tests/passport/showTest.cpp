@@ -52,6 +52,47 @@ TEST_F(Show, ShowsEachDeclaredTypeAsText) {
   EXPECT_EQ(text("Analog.rateLimit"), "");
 }
 
+// A refill of the same sheet tells of the cells that differ, one at a time, so that a view paints no others.
+TEST_F(Show, TellsOnlyTheCellsThatARefillChanges) {
+  show("P Т-1", "12.5");
+  QSignalSpy told(tree_->model(), &QAbstractItemModel::dataChanged);
+  QSignalSpy resets(tree_->model(), &QAbstractItemModel::modelReset);
+  show("P Т-1", "12.5");
+  EXPECT_EQ(told.count(), 0) << "nothing is different";
+  const auto rename = [this](const char* name) {
+    CMDArray rows;
+    rows.code = MDACopy(rows.array, model_.GetTableByName("IdentifiedObject")->Array(), 0);
+    MDRData* const record = MDARecNew(rows.array);
+    const QByteArray bytes = key("P Т-1").toLatin1();
+    const auto put = [&](const char* field, const QByteArray& text) {
+      MDRVar value{};
+      value.type = MDX_TEXT;
+      value.text.length = static_cast<uint32_t>(text.size());
+      value.text.data = text.constData();
+      rows.SetVal(record, field, value);
+      MDRSetUser(MDRFldByName(rows.array, field), record, 1);
+    };
+    put("KeyLink", bytes);
+    put("name_", name);
+    MDRSetFlags(record, MDX_REC_UPDATE);
+    rows.RecPost(record);
+    MDXCliParam* reply = nullptr;
+    ASSERT_TRUE(session()->SqlUpdate("IdentifiedObject", rows.array, true, &reply));
+    ASSERT_TRUE(session()->WaitResult(&reply, -1));
+    session()->PrmFree(reply);
+  };
+  rename("other");
+  show("P Т-1", "12.5");
+  EXPECT_EQ(text("IdentifiedObject.name_"), "other");
+  EXPECT_EQ(resets.count(), 0);
+  QStringList cells;
+  for (const QList<QVariant>& signal : told) {
+    EXPECT_EQ(signal.at(0).toModelIndex(), signal.at(1).toModelIndex()) << "more than a cell";
+    cells.append(signal.at(0).toModelIndex().sibling(signal.at(0).toModelIndex().row(), 0).data().toString());
+  }
+  EXPECT_EQ(cells, QStringList({u8("Наименование"), u8("Наименование")}));
+}
+
 TEST_F(Show, NamesTheMeasurementBehindANumber) {
   show("Q Т-1");
   EXPECT_EQ(text("Measurement.primaryLocId"), u8("1001, P Т-1"));

@@ -42,6 +42,15 @@ QString typedText(const SheetField& field) {
   return field.text;
 }
 
+bool sameEdit(const Edit& a, const Edit& b) { return a.value == b.value && a.text == b.text; }
+
+// Of one field, filled twice.
+bool sameCells(const SheetField& a, const SheetField& b) {
+  return a.value == b.value && a.text == b.text && a.check == b.check && a.edited == b.edited && a.merged == b.merged &&
+         a.mixed == b.mixed && sameEdit(a.stored, b.stored) && a.storedCheck == b.storedCheck && a.unseen == b.unseen &&
+         a.locked == b.locked;
+}
+
 }  // namespace
 
 int SheetModel::leading() const { return int(content_.heading.size()) + (content_.hasLive ? 1 : 0); }
@@ -62,12 +71,26 @@ bool SheetModel::sameRows(const SheetContent& other) const {
 bool SheetModel::setContent(SheetContent content) {
   const bool same = sameRows(content);
   if (!same) beginResetModel();
-  content_ = std::move(content);
+  const SheetContent before = std::exchange(content_, std::move(content));
   if (same)
-    allChanged();
+    tellDifferences(before);
   else
     endResetModel();
   return !same;
+}
+
+// Cell by cell: a view paints no more than the cells that are told one at a time.
+void SheetModel::tellDifferences(const SheetContent& before) {
+  const auto tell = [this](const QModelIndex& row) {
+    for (const QModelIndex& cell : {row, row.siblingAtColumn(kValue)}) emit dataChanged(cell, cell);
+  };
+  if (before.live != content_.live) tell(liveIndex());
+  for (size_t i = 0; i < content_.heading.size(); ++i)
+    if (before.heading[i] != content_.heading[i]) tell(index(leading() - int(content_.heading.size()) + int(i), kName));
+  for (size_t g = 0; g < content_.groups.size(); ++g)
+    for (size_t f = 0; f < content_.groups[g].fields.size(); ++f)
+      if (!sameCells(before.groups[g].fields[f], content_.groups[g].fields[f]))
+        tell(createIndex(int(f), kName, quintptr(g) + 1));
 }
 
 void SheetModel::setLive(const QString& text) {

@@ -86,6 +86,7 @@ class SheetModel : public QAbstractItemModel {
  private:
   int leading() const;  // rows above the groups
   void allChanged();
+  void tellDifferences(const SheetContent& before);
   bool sameRows(const SheetContent& other) const;
   QVariant leadingData(int row, int column, int role) const;
   QVariant fieldData(const SheetField& field, int column, int role) const;
