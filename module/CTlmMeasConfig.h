@@ -398,6 +398,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   void showOperatorTools(const QModelIndex& index);
   // _clipboard
   void putSelection(bool isCut);
+  void offerPaste(bool on);
   QDomElement addElement(QDomDocument& doc, QDomElement& parent, const QModelIndex& index, bool mark);
   void forgetCut();
   DocumentFacts documentFacts;  // of clipText and of what was written last

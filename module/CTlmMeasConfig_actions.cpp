@@ -77,6 +77,13 @@ QMenu* makeMenu(CTlmMeasConfig* module, const QString& title, const std::vector<
   return menu;
 }
 
+// The modifier that a key is; none for any other key.
+Qt::KeyboardModifier modifierOf(int key) {
+  if (key == Qt::Key_Control) return Qt::ControlModifier;
+  if (key == Qt::Key_Shift) return Qt::ShiftModifier;
+  return key == Qt::Key_Alt ? Qt::AltModifier : Qt::NoModifier;
+}
+
 QWidget* makeSpacer(QWidget* parent) {
   auto* spacer = new QWidget(parent);
   spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
@@ -214,6 +221,8 @@ void CTlmMeasConfig::keyReleaseEvent(QKeyEvent* event) {
     const bool pending = newObjectInPassport || passportEdited;
     if (key == Qt::Key_Delete)
       ExecActDel();
+    else if (const Qt::KeyboardModifier released = modifierOf(key))
+      CheckEnabledCutCopy(event->modifiers() & ~released);
     else if (key >= Qt::Key_Home && key <= Qt::Key_PageDown && !pending)
       UpdateTlmPassport(ui->tV_MeasConfig->currentIndex());
   }

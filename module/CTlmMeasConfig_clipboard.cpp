@@ -115,7 +115,7 @@ void CTlmMeasConfig::onDataChanged_clipboard() {
 
 void CTlmMeasConfig::CheckEnabledPaste(QModelIndex index) {
   if (!index.isValid() || clipText.isEmpty()) {
-    btnPaste->setEnabled(false);
+    offerPaste(false);
     actCopyTemplate->setEnabled(false);
   }
   if (clipText.isEmpty()) {
@@ -124,13 +124,19 @@ void CTlmMeasConfig::CheckEnabledPaste(QModelIndex index) {
     return;
   }
   clipTopTable = GetTopTableName(clipText);
-  btnPaste->setEnabled(!clipTopTable.isEmpty() && CheckIndexPaste(index, clipTopTable));
+  offerPaste(!clipTopTable.isEmpty() && CheckIndexPaste(index, clipTopTable));
   if (!templatePasteOn) {
     actCopyTemplate->setEnabled(false);
     return;
   }
   clipTemplateTable = GetTemplateTableName(clipText);
   actCopyTemplate->setEnabled(!clipTemplateTable.isEmpty() && CheckIndexTemplatePaste(index, clipTemplateTable));
+}
+
+// The button, and the menu of both actions in the context menu.
+void CTlmMeasConfig::offerPaste(bool on) {
+  btnPaste->setEnabled(on);
+  pasteMenu->setEnabled(on);
 }
 
 bool CTlmMeasConfig::CheckIndexPaste(QModelIndex index, QString topTable) {
@@ -152,7 +158,8 @@ QString CTlmMeasConfig::GetTemplateTableName(QString xml) { return documentFacts
 bool CTlmMeasConfig::CheckIsParent(QString xml, QModelIndex index) {
   const QString key = GetTopKeyLink(xml);
   const QModelIndex hit = key.isEmpty() ? QModelIndex() : treeModel->findByKey(key);
-  return hit.isValid() && (hit == index || hit.parent() == index);
+  const QModelIndex row = firstCell(index);
+  return hit.isValid() && (hit == row || hit.parent() == row);
 }
 
 // ---- cut and copy ----------------------------------------------------------------------------------------

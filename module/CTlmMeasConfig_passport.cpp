@@ -82,6 +82,7 @@ void CTlmMeasConfig::OnTV_selectionChanged(QItemSelection selected, QItemSelecti
     showSeveral(rows);
     return;
   }
+  CheckEnabledCutCopy(Qt::NoModifier);
   CheckEnabledPaste(first);
   CheckEnabledAgregData(first);
   ChangeToolBarCfg();

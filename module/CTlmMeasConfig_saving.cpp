@@ -294,7 +294,9 @@ bool CTlmMeasConfig::commitUpdate(const QStringList& tables, const QList<CMDArra
 }
 
 bool CTlmMeasConfig::Save(QStringList& tables, QList<CMDArray*>& arrays, bool isNew) {
+  const int movesBefore = ownMoves.size();
   if (sendRecords(tables, arrays, isNew, false, true)) return true;
+  ownMoves.erase(ownMoves.begin() + movesBefore, ownMoves.end());  // no event will come for them
   showBox(tr(kCommitTitle), tr(kCommitFailed), kBoxError, kBoxOk);
   return false;
 }
