@@ -20,6 +20,10 @@ QPoint within(const QRect& area, const QSize& size, const QPoint& topLeft) {
   return {std::clamp(topLeft.x(), area.left(), right), std::clamp(topLeft.y(), area.top(), bottom)};
 }
 
+bool isTabStop(const QWidget& field) {
+  return field.isVisible() && field.isEnabled() && (field.focusPolicy() & Qt::TabFocus) && !field.focusProxy();
+}
+
 }  // namespace
 
 CPopTemplate::CPopTemplate(QWidget* parent) : QWidget(parent) {
@@ -62,11 +66,11 @@ bool CPopTemplate::eventFilter(QObject* watched, QEvent* event) {
 // From field to field, and from the last one to the first: what lies behind the panel is not reached by Tab.
 bool CPopTemplate::focusNextPrevChild(bool next) {
   QWidget* const from = QApplication::focusWidget();
-  if (!isVisible() || !from || (from != this && !isAncestorOf(from))) return QWidget::focusNextPrevChild(next);
+  if (!isVisible() || !from || !isAncestorOf(from)) return QWidget::focusNextPrevChild(next);
   for (QWidget* at = from;;) {
     at = next ? at->nextInFocusChain() : at->previousInFocusChain();
     if (at == from) return false;
-    if (!isAncestorOf(at) || !at->isVisible() || !at->isEnabled() || !(at->focusPolicy() & Qt::TabFocus)) continue;
+    if (at == this || !isAncestorOf(at) || !isTabStop(*at)) continue;
     at->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
     return true;
   }
@@ -82,7 +86,7 @@ void CPopTemplate::showEvent(QShowEvent* event) {
 void CPopTemplate::hideEvent(QHideEvent* event) {
   QWidget::hideEvent(event);
   const QWidget* const focused = QApplication::focusWidget();
-  const bool isHere = !focused || focused == this || isAncestorOf(focused);
+  const bool isHere = !focused || isAncestorOf(focused);
   if (isHere && focusBefore_ && focusBefore_->isVisible() && focusBefore_->isEnabled()) focusBefore_->setFocus();
   focusBefore_ = nullptr;
 }
