@@ -118,7 +118,7 @@ class Generator {
       unitsOfMeasure_.push_back(pattern.unit ? keyFor("MeasurementUnit", pattern.unit) : std::string());
     }
     aggregated_ = keyFor("MeasurementArchGroup", "Среднее 30 мин");
-    aggregatedSuffix_ = toCodePage(" (среднее 30 мин)");
+    aggregatedSuffix_ = toCodePage("_среднее 30 мин");
     stateTexts_ = keyFor("StateTexts", "Выключатель");
   }
 
