@@ -40,11 +40,20 @@ struct Request {
   std::string body;
 };
 
+// The request that sends a telecontrol command: carried out once or never, so that it is never sent again by itself.
+inline constexpr char kCommandRequest[] = "RemoteControl";
 // Requests that travel together. All of them are answered; the updates among them are one transaction.
 struct Block {
   std::string identity;  // of the commit, 32 characters, made by the session; empty without updates
   std::vector<Request> requests;
 };
+
+inline bool holdsCommand(const Block& block) {
+  for (const Request& request : block.requests) {
+    if (request.kind == RequestKind::kPacket && request.name == kCommandRequest) return true;
+  }
+  return false;
+}
 
 struct Reply {
   int32_t status = kOk;
