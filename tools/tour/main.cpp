@@ -13,6 +13,7 @@
 #include "LiveRoad.h"
 #include "PassportRoad.h"
 #include "SearchRoad.h"
+#include "TemplateRoad.h"
 
 namespace {
 
@@ -30,6 +31,7 @@ int play(const QDir& folder) {
   played = tlm::tour::AddRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::DeleteRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::SearchRoad(*library, QDir(scratch.path()), report).play() && played;
+  played = tlm::tour::TemplateRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::LiveRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
 }
