@@ -14,6 +14,7 @@
 
 #include "StandardTree.h"
 #include "Station.h"
+#include "paste_bench.h"
 #include "search_bench.h"
 #include "treeEvents_bench.h"
 #include "tree_bench.h"
@@ -227,6 +228,7 @@ void addModuleBenches(Registry& registry) {
   addTreeEventBenches(registry);
   addTreeBenches(registry);
   addSearchBenches(registry);
+  addPasteBenches(registry);
 }
 
 }  // namespace tlm::bench

@@ -103,6 +103,19 @@ TEST(Guid, HasThirtyTwoUpperCaseHexadecimalCharacters) {
   }
 }
 
+// Rows that are made together are written together.
+TEST(Guid, AscendsAndEndsAtRandom) {
+  QByteArray before = GenGuid32();
+  QSet<QByteArray> ends;
+  for (int i = 0; i < 200'000; ++i) {  // more than the count of one millisecond holds
+    const QByteArray key = GenGuid32();
+    ASSERT_LT(before, key);
+    ends.insert(key.mid(16));
+    before = key;
+  }
+  EXPECT_EQ(ends.size(), 200'000);
+}
+
 TEST(Guid, NeverRepeatsInAnyThread) {
   constexpr int kThreads = 4;
   constexpr int kEach = 50'000;

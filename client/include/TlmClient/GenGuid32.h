@@ -5,7 +5,8 @@
 
 #include <QByteArray>
 
-// A fresh unique key: 32 upper-case hexadecimal characters. Any thread.
+// A fresh unique key: 32 upper-case hexadecimal characters, sixteen of them random. Keys that one thread makes one
+// after the other ascend. Any thread.
 TLMCLIENT_API QByteArray GenGuid32();
 
 #endif
