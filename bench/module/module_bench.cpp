@@ -16,6 +16,7 @@
 #include "Station.h"
 #include "paste_bench.h"
 #include "search_bench.h"
+#include "series_bench.h"
 #include "treeEvents_bench.h"
 #include "tree_bench.h"
 
@@ -229,6 +230,7 @@ void addModuleBenches(Registry& registry) {
   addTreeBenches(registry);
   addSearchBenches(registry);
   addPasteBenches(registry);
+  addSeriesBenches(registry);
 }
 
 }  // namespace tlm::bench
