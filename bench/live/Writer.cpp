@@ -63,6 +63,7 @@ void Writer::work() {
     std::this_thread::sleep_until(start +
                                   std::chrono::duration_cast<Clock::duration>(each * static_cast<double>(block)));
     if (!transport_->send(block, nextBlock())) failed_ = true;
+    transport_->nudge();
   }
 }
 

@@ -3,9 +3,15 @@
 
 #include <RecordAccess.h>
 #include <TlmClient/CTlmCliSes.h>
+#include <TlmClient/NetTransport.h>
+#include <bench/wire/bare.h>
+#include <host/embedded/EmbeddedTransport.h>
+#include <server/daemon/Log.h>
+#include <server/daemon/NetServer.h>
 #include <sqlite3.h>
 
 #include <QCoreApplication>
+#include <QTemporaryDir>
 #include <QTextCodec>
 
 #include <array>
@@ -138,8 +144,9 @@ int fetchedUnits(const CTlmMeasConfig& module) { return module.loadedRemoteUnits
 
 // One search in a fresh window; throws unless it found its object with one unit fetched.
 template <typename Search>
-double secondsOfSearch(Search&& search) {
-  Station station(*largeModel().core);
+double secondsOfSearch(Search&& search, std::unique_ptr<ITransport> line = nullptr) {
+  if (!line) line = std::make_unique<EmbeddedTransport>(*largeModel().core, server::Caller{"bench"});
+  Station station(std::move(line));
   CTlmMeasConfig& module = station.module();
   module.ModuleStart();
   QCoreApplication::processEvents();
@@ -172,24 +179,103 @@ double secondsOfLike(const std::string& part) {
   return time;
 }
 
+const QString kPart = kRareName.mid(2);
+
+bool findPart(CTlmMeasConfig& module, QModelIndex& found) {
+  return module.FindName(kPart, module.treeModel->index(0, 0), found, true);
+}
+
 std::vector<Result> searchNameBench() {
-  const QString part = kRareName.mid(2);
-  const std::string bytes = QTextCodec::codecForName("Windows-1251")->fromUnicode(part).toStdString();
+  const std::string bytes = QTextCodec::codecForName("Windows-1251")->fromUnicode(kPart).toStdString();
   const auto [ours, plain] = inTurn(
-      3,
-      [&] {
-        return secondsOfSearch([&](CTlmMeasConfig& module, QModelIndex& found) {
-          return module.FindName(part, module.treeModel->index(0, 0), found, true);
-        });
-      },
+      3, [&] { return secondsOfSearch(findPart); },
       [&] {
         return seconds([&] {
           if (largeModel().names->find(bytes) != 1) throw std::runtime_error("the plain loop went astray");
         });
       });
-  const double like = secondsOfLike(part.toStdString());
+  const double like = secondsOfLike(kPart.toStdString());
   return {atMost("search.name", ours * 1e3, plain * 1e3, "ms", 4),
           {"search.name.like", ours * 1e3, like * 1e3, "ms", ours / like, "beside", true}};
+}
+
+// ---- over the Unix socket ----
+
+struct Questions {
+  int count = 0;
+  size_t bytes = 0;
+  size_t answered = 0;  // bytes
+};
+
+// A line that counts what is asked on it.
+class Counting : public ITransport {
+ public:
+  Counting(std::unique_ptr<ITransport> line, Questions* questions) : line_(std::move(line)), questions_(*questions) {}
+
+  void setListener(TransportListener* listener) override { line_->setListener(listener); }
+  bool send(uint64_t id, wire::Block block) override {
+    ++questions_.count;
+    for (const wire::Request& request : block.requests) questions_.bytes += request.name.size() + request.body.size();
+    return line_->send(id, std::move(block));
+  }
+  std::optional<wire::BlockReply> carryOut(uint64_t id) override {
+    auto reply = line_->carryOut(id);
+    if (!reply) return reply;
+    for (const wire::Reply& each : reply->each) questions_.answered += each.payload ? each.payload->size() : 0;
+    return reply;
+  }
+  void nudge() override { line_->nudge(); }
+  void subscribeEvents(const std::vector<int>& kinds) override { line_->subscribeEvents(kinds); }
+  void subscribeValues(const std::vector<int>& locIds) override { line_->subscribeValues(locIds); }
+  bool alive() const override { return line_->alive(); }
+
+ private:
+  std::unique_ptr<ITransport> line_;
+  Questions& questions_;
+};
+
+// The large model on a Unix socket, and a bare server on another.
+struct Socket {
+  Socket() : log(server::LogLevel::kError), bare("unix:" + folder.filePath("bare").toStdString()) {
+    server::NetOptions options;
+    options.addresses = {"unix:" + folder.filePath("model").toStdString()};
+    line.address = options.addresses.front();
+    std::string problem;
+    server = server::NetServer::start(*largeModel().core, options, log, &problem);
+    if (!server) throw std::runtime_error("search: " + problem);
+  }
+  std::unique_ptr<ITransport> connect() const {
+    std::string problem;
+    auto transport = connectToServer(line, &problem);
+    if (!transport) throw std::runtime_error("search: " + problem);
+    return transport;
+  }
+  QTemporaryDir folder;
+  server::Log log;
+  BareEcho bare;
+  NetLine line;
+  std::unique_ptr<server::NetServer> server;
+};
+
+// What the socket adds to the search, against a bare echo of the usual size for each question.
+std::vector<Result> searchNameWireBench() {
+  Socket socket;
+  Questions questions;
+  const auto search = [&](CTlmMeasConfig& module, QModelIndex& found) {
+    questions = {};
+    return findPart(module, found);
+  };
+  std::vector<double> added;
+  std::vector<double> echoes;
+  for (int round = 0; round < 3; ++round) {
+    const double over = secondsOfSearch(search, std::make_unique<Counting>(socket.connect(), &questions));
+    added.push_back(over - secondsOfSearch(findPart));
+    const auto count = static_cast<size_t>(questions.count);
+    echoes.push_back(seconds([&] {
+      for (size_t i = 0; i < count; ++i) socket.bare.call(questions.bytes / count, questions.answered / count);
+    }));
+  }
+  return {atMost("search.name.wire", median(added) * 1e3, median(echoes) * 1e3, "ms", 1.5)};
 }
 
 std::vector<Result> searchKeyBench() {
@@ -225,6 +311,7 @@ std::vector<Result> searchNumberBench() {
 
 void addSearchBenches(Registry& registry) {
   registry.add("search.name", searchNameBench);
+  registry.add("search.name.wire", searchNameWireBench);
   registry.add("search.key", searchKeyBench);
   registry.add("search.number", searchNumberBench);
 }

@@ -151,9 +151,15 @@ bool TlmSession::Private::send(std::vector<wire::Request> requests, ReplyDesk::S
   for (MDXCliParam** single : sent.singles) watched = watched || single;
   sent.tells = sent.tells || !watched;
   const uint64_t id = desk.enter(std::move(sent));
-  if (transport->send(id, std::move(block))) return true;
-  desk.unsent(id);
-  return false;
+  if (!transport->send(id, std::move(block))) {
+    desk.unsent(id);
+    return false;
+  }
+  if (watched)
+    wakeUp.ring();  // by then whoever wants to wait for it waits
+  else
+    transport->nudge();
+  return true;
 }
 
 // Saves the hand-over to a thread and back where the transport can.
@@ -169,6 +175,7 @@ void TlmSession::Private::hand(MDXCliParam** pointer, const wire::Reply& reply) 
 }
 
 void TlmSession::Private::onWake() {
+  transport->nudge();
   std::vector<LineChange> changes;
   std::optional<std::string> lost;
   {
@@ -254,7 +261,10 @@ bool TlmSession::BlockEnd(bool send, MDXCliParam** reply) {
 
 bool TlmSession::WaitResult(MDXCliParam** reply, int timeoutMs) {
   if (!reply) return false;
-  if (timeoutMs < 0) d_->carryOut(reply);
+  if (timeoutMs < 0)
+    d_->carryOut(reply);
+  else
+    d_->transport->nudge();
   auto collected = d_->desk.collect(reply, timeoutMs);
   if (!collected) return *reply != nullptr;
   for (const auto& [pointer, answer] : collected->replies) d_->hand(pointer, answer);

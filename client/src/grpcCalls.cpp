@@ -75,7 +75,7 @@ Status GrpcCalls::call(const wire::Block& block, v1::BlockReply* reply) const {
   context.set_deadline(deadline);
   if (!enter(context)) return {StatusCode::UNAVAILABLE, "the line is dead"};
   Status status;
-  if (wire::sizeOf(block) > wire::kPieceBytes) {
+  if (wire::sizeOf(block) > wire::kWholeBytes) {
     status = upload(context, block, reply);
   } else {
     v1::Block message;

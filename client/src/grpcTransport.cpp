@@ -55,6 +55,7 @@ GrpcTransport::~GrpcTransport() {
     Lock lock(mutex_);
     std::erase_if(queue_, [](const Job& job) { return !job.writes(); });
     lingering_ = true;
+    jobs_.notify_one();
     changed_.wait_for(lock, milliseconds(line_.lingerMs), [this] { return queue_.empty() && !writing_; });
     stopping_ = true;
     if (call_) call_->TryCancel();
@@ -243,13 +244,20 @@ bool GrpcTransport::send(uint64_t id, wire::Block block) {
   Job job{id, std::move(block), {}};
   job.until = Clock::now() + milliseconds(job.writes() ? line_.writeMs : line_.callMs);
   queue_.push_back(std::move(job));
-  if (!busy_) jobs_.notify_one();
-  return true;
+  return true;  // whoever waits for it carries it out, or somebody nudges: no thread is woken for nothing
+}
+
+void GrpcTransport::nudge() {
+  const std::lock_guard lock(mutex_);
+  if (!busy_ && !queue_.empty()) jobs_.notify_one();
 }
 
 std::optional<wire::BlockReply> GrpcTransport::carryOut(uint64_t id) {
   Lock lock(mutex_);
-  if (busy_ || !alive_ || queue_.empty() || queue_.front().id != id) return std::nullopt;
+  if (busy_ || !alive_ || queue_.empty() || queue_.front().id != id) {
+    jobs_.notify_one();
+    return std::nullopt;
+  }
   Job job = std::move(queue_.front());
   queue_.pop_front();
   return perform(job, lock);
@@ -289,7 +297,7 @@ bool GrpcTransport::expire(Lock& lock) {
   return true;
 }
 
-// Empty when the block has no answer yet: it is lost, or back in its place.
+// Empty when the block has no answer yet: it is lost, or back in its place. A command never goes back.
 std::optional<wire::BlockReply> GrpcTransport::perform(Job& job, Lock& lock) {
   busy_ = true;
   writing_ = job.writes();
@@ -313,7 +321,7 @@ std::optional<wire::BlockReply> GrpcTransport::perform(Job& job, Lock& lock) {
   if (!outcome.reply) {
     if (alive_) changed_.wait_for(lock, kAgain, [this] { return stopping_ || !alive_; });
     const bool late = job.until <= Clock::now();
-    if (stopping_ || late || (!alive_ && !job.writes()))
+    if (stopping_ || late || wire::holdsCommand(job.block) || (!alive_ && !job.writes()))
       tellLost(lock, {job.id}, outcome.why);
     else
       queue_.push_front(std::move(job));

@@ -30,6 +30,7 @@ class GrpcTransport : public ITransport {
   void setListener(TransportListener* listener) override;
   bool send(uint64_t id, wire::Block block) override;
   std::optional<wire::BlockReply> carryOut(uint64_t id) override;
+  void nudge() override;
   void subscribeEvents(const std::vector<int>& kinds) override;
   void subscribeValues(const std::vector<int>& locIds) override;
   bool alive() const override;

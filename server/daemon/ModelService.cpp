@@ -152,7 +152,7 @@ Status ModelService::finishReply(const wire::Block& block, bool plain, wire::Blo
     wire::toMessage(reply, true, response);
     return response->ByteSizeLong() <= wire::kMessageBytes ? Status::OK : tooLarge();
   }
-  if (wire::sizeOf(reply) <= wire::kPieceBytes) {
+  if (wire::sizeOf(reply) <= wire::kWholeBytes) {
     wire::toMessage(reply, true, response);
     return Status::OK;
   }

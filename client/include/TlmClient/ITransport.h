@@ -36,13 +36,17 @@ class TLMCLIENT_API ITransport {
   virtual void setListener(TransportListener* listener) = 0;
 
   // Sends a block (a request outside a block is a block of one); the answer comes under `id`. False when
-  // the line is dead or the block is over the size limit.
+  // the line is dead or the block is over the size limit. A transport may leave it where it is until nudge or
+  // carryOut is called.
   virtual bool send(uint64_t id, wire::Block block) = 0;
 
-  // The caller is about to wait for that answer without limit. A transport whose server is in the same process
-  // may carry the block out at once, on the calling thread, when nothing that was sent before is still to be
-  // done: its answer is returned, and onReply is not called for it. Empty otherwise.
+  // The caller is about to wait for that answer without limit. A transport may carry the block out at once, on the
+  // calling thread, when nothing that was sent before is still to be done: its answer is returned, and onReply is not
+  // called for it. Empty otherwise; the block is on its way then.
   virtual std::optional<wire::BlockReply> carryOut(uint64_t id);
+
+  // What was sent is to go on its way now: nobody is going to carry it out.
+  virtual void nudge() {}
 
   // Each replaces the whole list.
   virtual void subscribeEvents(const std::vector<int>& kinds) = 0;

@@ -15,7 +15,10 @@ namespace tlm::wire {
 
 // No message is larger; gRPC's own default, so that every client can read every message.
 inline constexpr size_t kMessageBytes = size_t{4} << 20;
-// Payloads that are larger together travel in pieces of this size.
+// Bodies or payloads of a block that are larger together (names and all, with room for what a message needs beside
+// them) travel in pieces,
+inline constexpr size_t kWholeBytes = size_t{3} << 20;
+// which are this large.
 inline constexpr size_t kPieceBytes = size_t{1} << 20;
 
 // Bytes of names and bodies of a block, and of payloads and texts of a reply.
