@@ -63,9 +63,6 @@ void CPopAddAgregData::show() {
 }
 
 void CPopAddAgregData::Clear() {
-  QItemSelectionModel* selection = ui->listView->selectionModel();
-  ui->listView->setModel(nullptr);
-  delete selection;
   delete listModel;
   listModel = nullptr;
   ui->label_nameSrc->clear();

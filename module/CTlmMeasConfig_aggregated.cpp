@@ -13,6 +13,7 @@
 #include <QAction>
 
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -57,6 +58,52 @@ QString askedKey(const CTlmMeasConfig& module) {
     return std::exchange(dialog->primaryKey, QString());
   return keyOf(module.ui->tV_MeasConfig->currentIndex());
 }
+
+// The archive groups of the children that stay. Those whose group is not wanted go to `toDelete`; one without a group
+// does neither.
+QStringList sortChildren(const CTlmMeasConfig& module, int primaryLocId, const QStringList& wanted,
+                         QList<MDRData*>& toDelete) {
+  QStringList kept;
+  eachChild(module.measRecords, primaryLocId, [&](MDRData* child) {
+    const QString group = fieldText(module.measRecords, child, "MeasurementArchGroupKey", module.moduleCodec);
+    if (group.isEmpty()) return;
+    if (wanted.contains(group))
+      kept.append(group);
+    else
+      toDelete.append(child);
+  });
+  return kept;
+}
+
+// The records of new children, in the tables of their class.
+class ChildRecords {
+ public:
+  ChildRecords(const CTlmMeasConfig& module, const CMDArray& primary, const MDRData* pattern, const QString& className)
+      : object_(QStringLiteral("IdentifiedObject"), module.strIdentifiedObject.array, nullptr, nullptr, kObjectRules,
+                StampValue::kEmpty),
+        measurement_(QStringLiteral("Measurement"), module.strMeasurement.array, primary.array, pattern,
+                     kMeasurementRules, StampValue::kEmpty) {
+    const CMDArray* const structures[] = {&module.strAnalog, &module.strDiscrete, &module.strAccumulator,
+                                          &module.strStringMeasurement};
+    if (const MeasClass* kind = measClassByName(className, Qt::CaseInsensitive))
+      ofClass_.emplace(QString::fromLatin1(kind->className), structures[kind - kMeasClasses]->array, nullptr, nullptr,
+                       kClassRules, StampValue::kEmpty);
+  }
+
+  // False for a child without a number, which gets no further than its name.
+  bool add(QStringList& tables, QList<CMDArray*>& arrays, const StampValues& values) {
+    object_.add(tables, arrays, values);
+    if (values.number == 0) return false;
+    measurement_.add(tables, arrays, values);
+    if (ofClass_) ofClass_->add(tables, arrays, values);
+    return true;
+  }
+
+ private:
+  ObjectStamp object_;
+  ObjectStamp measurement_;
+  std::optional<ObjectStamp> ofClass_;
+};
 
 }  // namespace
 
@@ -132,25 +179,8 @@ bool CTlmMeasConfig::PrepareSaveGroupAgreg(QStringList& tables, QList<CMDArray*>
   const QString unitKey = fieldText(primary, pattern, "remoteunitkey", moduleCodec);
   if (unitKey.isEmpty()) return true;
 
-  QStringList kept;
-  eachChild(measRecords, primaryLocId, [&](MDRData* child) {
-    const QString group = fieldText(measRecords, child, "MeasurementArchGroupKey", moduleCodec);
-    if (group.isEmpty()) return;
-    if (archGroupKeys.contains(group))
-      kept.append(group);
-    else
-      toDelete.append(child);
-  });
-
-  const MeasClass* kind = measClassByName(className, Qt::CaseInsensitive);
-  const CMDArray* const structures[] = {&strAnalog, &strDiscrete, &strAccumulator, &strStringMeasurement};
-  ObjectStamp object(QStringLiteral("IdentifiedObject"), strIdentifiedObject.array, nullptr, nullptr, kObjectRules,
-                     StampValue::kEmpty);
-  ObjectStamp measurement(QStringLiteral("Measurement"), strMeasurement.array, primary.array, pattern,
-                          kMeasurementRules, StampValue::kEmpty);
-  ObjectStamp ofClass(QString::fromLatin1(kind ? kind->className : ""),
-                      kind ? structures[kind - kMeasClasses]->array : nullptr, nullptr, nullptr, kClassRules,
-                      StampValue::kEmpty);
+  const QStringList kept = sortChildren(*this, primaryLocId, archGroupKeys, toDelete);
+  ChildRecords records(*this, primary, pattern, className);
   StampValues values;
   values.primaryNumber = primaryLocId;
   values.unitKey = moduleCodec->fromUnicode(unitKey);
@@ -164,10 +194,7 @@ bool CTlmMeasConfig::PrepareSaveGroupAgreg(QStringList& tables, QList<CMDArray*>
     values.name = moduleCodec->fromUnicode(primaryName + suffix);
     values.archGroupKey = moduleCodec->fromUnicode(group);
     values.number = freeNumbers.value(next++, 0);
-    object.add(tables, changes, values);
-    if (values.number == 0) return false;
-    measurement.add(tables, changes, values);
-    if (kind) ofClass.add(tables, changes, values);
+    if (!records.add(tables, changes, values)) return false;
   }
   return true;
 }

@@ -115,6 +115,14 @@ QStringList childKeysOf(const CTlmMeasConfig& module, const QString& key, const 
   return keys;
 }
 
+// The unit that a series at this row goes to: that of a group, or the row itself; invalid for any other row.
+QModelIndex unitAt(const QModelIndex& row) {
+  const myConfNode* node = row.isValid() ? nodeOf(row) : nullptr;
+  if (!node) return QModelIndex();
+  if (isGroupCaption(node->text)) return row.parent();
+  return isRemoteUnit(row) ? row : QModelIndex();
+}
+
 // The row of the unit that the dialog was opened for, whatever is current by now; without one the current row.
 QModelIndex targetRow(const CTlmMeasConfig& module, const QString& unitKey) {
   const QModelIndex current = module.ui->tV_MeasConfig->currentIndex();
@@ -138,7 +146,7 @@ void CTlmMeasConfig::ExecActCopyTemplate() {
   if (!popCopyByTemlate) return;
   popCopyByTemlate->Init(clipTemplateTable);
   const QModelIndex current = ui->tV_MeasConfig->currentIndex();
-  popCopyByTemlate->unitKey = GetKeyLinkRTU(current.sibling(current.row(), 0));
+  popCopyByTemlate->unitKey = keyOf(unitAt(current.sibling(current.row(), 0)));
   popCopyByTemlate->show();
 }
 
@@ -185,19 +193,16 @@ void CTlmMeasConfig::SaveCopyByTemplate(QModelIndex target) {
 void CTlmMeasConfig::ParseAndSaveXmlTemplate(QString xml, QModelIndex target) {
   if (!popCopyByTemlate || !target.isValid()) return;
   const QDomElement element = templateElement(xml);
-  if (isGroupCaption(nodeOf(target)->text))
-    target = target.parent();
-  else if (!isRemoteUnit(target))
-    return;
-  if (element.isNull()) return;
+  const QModelIndex unit = unitAt(target);
+  if (element.isNull() || !unit.isValid()) return;
   const QString key = element.attribute(QStringLiteral("KeyLink"));
   const QString className = element.attribute(QStringLiteral("ClassName"));
   const bool withChildren = popCopyByTemlate->copyAggregated;
   const QStringList children = withChildren ? childKeysOf(*this, key, className) : QStringList();
   ChangeSet changes;
-  if (!PrepareSaveGroupTemplate(changes.tables, changes.arrays, key, className, keyOf(target), freeLocIds,
+  if (!PrepareSaveGroupTemplate(changes.tables, changes.arrays, key, className, keyOf(unit), freeLocIds,
                                 popCopyByTemlate->name, popCopyByTemlate->copyFields, withChildren, children)) {
-    showBox(QString::fromUtf8(kTitle), QString::fromUtf8(keyOf(target).isEmpty() ? kNoUnit : kNoTemplate), kBoxWarning,
+    showBox(QString::fromUtf8(kTitle), QString::fromUtf8(keyOf(unit).isEmpty() ? kNoUnit : kNoTemplate), kBoxWarning,
             kBoxOk);
     return;
   }

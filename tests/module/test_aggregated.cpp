@@ -531,6 +531,64 @@ TEST_F(Aggregated, ARowWithoutANumberHasNoChildrenToRemove) {
   EXPECT_EQ(serverRows(), before) << "nobody's child is not the child of number 0";
 }
 
+// ---- what fails meanwhile --------------------------------------------------------------------------------
+
+TEST_F(Aggregated, AMeasurementThatIsGoneGetsNothing) {
+  start();
+  open("Q Т-1");
+  tick("Среднее за час");
+  ASSERT_TRUE(Colleague(*server.core()).remove("Analog", key("Q Т-1")).commit());
+  ASSERT_TRUE(eventsAreIn());
+  const QStringList before = serverRows();
+  dialog()->On_Accept();
+  EXPECT_EQ(serverRows(), before);
+  EXPECT_EQ(writes(), QStringList());
+  open("P Т-1");
+  ASSERT_TRUE(Colleague(*server.core()).remove("Analog", key("P Т-1")).commit());
+  ASSERT_TRUE(eventsAreIn());
+  list()->checkedKeys.clear();
+  dialog()->On_Accept();
+  EXPECT_EQ(writes(), QStringList());
+}
+
+TEST_F(Aggregated, ARefusedSaveIsToldAndTheUntickedGoAllTheSame) {
+  start();
+  open("P Т-1");
+  tick("Среднее за час");
+  tick("Среднее за минуту");
+  app.failures.add("BlockEnd", Fail::kStatus, 1);
+  key(Qt::Key_Return);
+  app.failures.clear();
+  expectBox("Ошибка изменения данных", "При изменения данных возникла непредвиденная ошибка.\nДанные не были изменены!",
+            kBoxError);
+  eventually([&] { return !serverRows().join('\n').contains("P Т-1_час"); }, 3000);
+  EXPECT_FALSE(serverRows().join('\n').contains("P Т-1_час"));
+  ASSERT_TRUE(eventsAreIn());
+}
+
+TEST_F(Aggregated, WithoutNumbersNothingIsMade) {
+  start();
+  open("Q Т-1");
+  tick("Среднее за час");
+  app.failures.add("CalcExec", Fail::kRefuseToSend);
+  key(Qt::Key_Return);
+  app.failures.clear();
+  EXPECT_EQ(writes(), QStringList());
+  expectChildren(1005, QStringList());
+}
+
+TEST_F(Aggregated, AServerThatIsAwayIsAskedInVain) {
+  start();
+  const QStringList before = serverRows();
+  open("P Т-1");
+  tick("Среднее за час");
+  for (const char* call : {"CalcExec", "PacketExec", "BlockEnd"}) app.failures.add(call, Fail::kRefuseToSend);
+  key(Qt::Key_Return);
+  app.failures.clear();
+  EXPECT_EQ(serverRows(), before);
+  EXPECT_EQ(waitingBox(), nullptr);
+}
+
 // ---- the change set --------------------------------------------------------------------------------------
 
 class AggregatedSet : public Aggregated {
