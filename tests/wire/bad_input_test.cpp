@@ -301,6 +301,41 @@ TEST_F(BadInput, PiecesOfNoReplyAreNotThere) {
   }
 }
 
+// ---- bytes that are no protocol ----
+
+void sendAndWaitForTheEnd(const std::string& address, const std::string& bytes) {
+  const int handle = connectSilently(address);
+  ASSERT_GE(handle, 0);
+  timeval limit{20, 0};
+  setsockopt(handle, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  for (size_t at = 0; at < bytes.size();) {
+    const ssize_t sent = send(handle, bytes.data() + at, bytes.size() - at, MSG_NOSIGNAL);
+    if (sent <= 0) break;  // it has closed already
+    at += static_cast<size_t>(sent);
+  }
+  char buffer[4096];
+  ssize_t length = 0;
+  while ((length = recv(handle, buffer, sizeof buffer, 0)) > 0) continue;
+  EXPECT_TRUE(length == 0 || errno == ECONNRESET) << "the server keeps the connection";
+  close(handle);
+}
+
+TEST_F(BadInput, NoiseInsteadOfTheProtocolIsSentAway) {
+  std::mt19937 random(5);
+  std::string noise(65536, '\0');
+  for (char& byte : noise) byte = static_cast<char>(random());
+  sendAndWaitForTheEnd(network.tcp(), noise);
+  sendAndWaitForTheEnd(network.tcp(), "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
+}
+
+TEST_F(BadInput, AFrameOfAnAbsurdLengthIsSentAway) {
+  const std::string preface = "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n";
+  const std::string settings(9, '\0');
+  std::string frame("\xff\xff\xff\0\0\0\0\0\1", 9);  // 16 MB of data for a stream that was never opened
+  frame.append(100'000, 'x');
+  sendAndWaitForTheEnd(network.tcp(), preface + std::string("\0\0\0\4", 4) + settings.substr(4) + frame);
+}
+
 // ---- those who say nothing ----
 
 class Impatient : public BadInput {

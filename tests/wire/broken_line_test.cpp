@@ -1,7 +1,16 @@
 // What becomes of requests, writes and events when the line between a session and its server breaks.
 #include <TlmServer/LiveValues.h>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
+
+#include <QTemporaryDir>
+
+#include <cstdlib>
+#include <cstring>
 
 #include "support/EmbeddedServer.h"
 #include "support/ModelText.h"
@@ -400,6 +409,32 @@ TEST_F(Killed, StopsInOrderOnATermSignalWithNothingLost) {
   ASSERT_TRUE(server.start()) << server.logText();
   ASSERT_TRUE(eventually([&] { return peer->told.contains("up") && peer->session().alive(); }));
   EXPECT_EQ(peer->nameOf(key), "name 19");
+}
+
+// As a service manager does, on a socket that it names.
+TEST_F(Killed, TellsTheServiceManagerWhenItIsReadyAndWhenItStops) {
+  const QTemporaryDir folder;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::string path = folder.filePath("notify").toStdString();
+  ASSERT_LT(path.size(), sizeof address.sun_path);
+  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  const int handle = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(handle, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  timeval limit{20, 0};
+  setsockopt(handle, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  const auto told = [&] {
+    char text[64];
+    const ssize_t length = recv(handle, text, sizeof text, 0);
+    return std::string(text, length > 0 ? static_cast<size_t>(length) : 0);
+  };
+  setenv("NOTIFY_SOCKET", path.c_str(), 1);
+  ASSERT_TRUE(server.start()) << server.logText();
+  unsetenv("NOTIFY_SOCKET");
+  EXPECT_EQ(told(), "READY=1");
+  EXPECT_EQ(server.terminate(), 0);
+  EXPECT_EQ(told(), "STOPPING=1");
+  close(handle);
 }
 
 }  // namespace

@@ -6,9 +6,12 @@
 #include <server/daemon/Log.h>
 #include <server/daemon/PieceShelf.h>
 #include <server/daemon/daemonOptions.h>
+#include <tlm/v1/model.grpc.pb.h>
 
 #include "support/EmbeddedServer.h"
+#include "support/ModelText.h"
 #include "support/NetworkServer.h"
+#include "support/Peer.h"
 
 namespace tlm::test {
 namespace {
@@ -168,6 +171,28 @@ TEST(Health, SaysThatTheModelIsServed) {
   EXPECT_EQ(health(network.tcp(), "tlm.v1.Model", &status), 1) << status.error_message();
   EXPECT_EQ(health(network.tcp(), "other", &status), -1);
   EXPECT_EQ(status.error_code(), grpc::StatusCode::NOT_FOUND);
+}
+
+TEST(NetServer, SendsAReplyWholeAsLongAsAMessageHoldsIt) {
+  EmbeddedServer model("unit КП-1\ntable Archives Склад\n");
+  NetworkServer network(*model.core());
+  std::string problem;
+  Peer peer(connectToServer(quickLine(network.tcp()), &problem));
+  grpc::ChannelArguments arguments;
+  arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
+  const auto stub =
+      v1::Model::NewStub(grpc::CreateCustomChannel(network.tcp(), grpc::InsecureChannelCredentials(), arguments));
+  v1::Block block;
+  block.add_requests()->set_name("TableRecords");
+  block.mutable_requests(0)->set_body("Archives");
+  for (const size_t megabytes : {2, 3}) {
+    ASSERT_EQ(peer.write("Archives", keyOf("Склад"), "location", std::string(megabytes << 20, 'x')), 0);
+    grpc::ClientContext context;
+    v1::BlockReply reply;
+    ASSERT_TRUE(stub->Call(&context, block, &reply).ok());
+    EXPECT_EQ(reply.rest().empty(), megabytes == 2);
+    EXPECT_EQ(reply.each(0).payload().empty(), megabytes == 3);
+  }
 }
 
 TEST(NetServer, SaysWhichAddressItCannotUse) {
