@@ -14,6 +14,19 @@ namespace {
 
 using wire::Reply;
 
+// The links that make the tree.
+struct TreeLink {
+  const char* table;
+  const char* field;
+  const char* parents;
+  const char* refusal;
+};
+constexpr TreeLink kTreeLinks[] = {
+    {"RemoteUnitFolder", "ParentKey", "RemoteUnitFolder", "папки, в которую она входит, больше нет"},
+    {"RemoteUnit", "RemoteUnitFolderKey", "RemoteUnitFolder", "папки, в которую оно входит, больше нет"},
+    {"Measurement", "RemoteUnitKey", "RemoteUnit", "устройства, в которое оно входит, больше нет"},
+};
+
 // The text goes to the engineer whose write was refused.
 Reply refused(const std::string& utf8, int32_t status = wire::kRefused) {
   return Reply::failure(status, toCodePage(utf8));
@@ -184,7 +197,8 @@ std::string ChangeSet::image(const PlannedChange& change) {
 }
 
 Reply ChangeSet::check() const {
-  for (const auto step : {&ChangeSet::checkNumbers, &ChangeSet::checkChains, &ChangeSet::checkFolders}) {
+  for (const auto step :
+       {&ChangeSet::checkNumbers, &ChangeSet::checkChains, &ChangeSet::checkParents, &ChangeSet::checkFolders}) {
     Reply reply = (this->*step)();
     if (reply.status != wire::kOk) return reply;
   }
@@ -275,6 +289,24 @@ Reply ChangeSet::checkChain(std::string_view key, const std::vector<const TableD
     const bool there = rowAfter(*def, key) != nullptr;
     if (wanted && !there) return refused(def->name, key, "у объекта нет записи в этой таблице");
     if (!wanted && there) return refused(def->name, key, "запись не принадлежит объекту");
+  }
+  return {};
+}
+
+// What is put under a folder or unit that somebody has just deleted would be seen nowhere.
+Reply ChangeSet::checkParents() const {
+  for (const TreeLink& link : kTreeLinks) {
+    const TableDef* def = tables_.catalogue().table(link.table);
+    const TableDef* parents = tables_.catalogue().table(link.parents);
+    const auto touched = latest_.find(def);
+    if (touched == latest_.end()) continue;
+    const MDArray* before = tables_.table(def->name);
+    for (const auto& [key, row] : touched->second) {
+      const std::string_view parent = row ? textOf(MDROwner(row), row, link.field) : std::string_view();
+      const MDRData* old = seekKey(before, key);
+      const bool isNew = !parent.empty() && (!old || textOf(before, old, link.field) != parent);
+      if (isNew && !rowAfter(*parents, parent)) return refused(def->name, key, link.refusal);
+    }
   }
   return {};
 }

@@ -67,6 +67,7 @@ class ChangeSet {
   wire::Reply checkChains() const;
   wire::Reply checkChain(std::string_view key, const std::vector<const TableDef*>& family) const;
   wire::Reply checkFolders() const;
+  wire::Reply checkParents() const;
 
   const ModelTables& tables_;
   std::vector<PlannedChange> changes_;

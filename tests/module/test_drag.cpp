@@ -11,7 +11,7 @@
 namespace tlm::test {
 namespace {
 
-constexpr char kDragModel[] = R"(folder Север
+constexpr char kModel[] = R"(folder Север
   folder ОРУ-110
     unit КП-1
       analog 1001 P Т-1
@@ -31,7 +31,7 @@ table MeasurementArchGroup Часовая {aggregatedData=1}
 
 class Drag : public ModuleWindow {
  protected:
-  Drag() : ModuleWindow(kDragModel) {}
+  Drag() : ModuleWindow(kModel) {}
 
   std::unique_ptr<QMimeData> dragOf(const QModelIndexList& rows) {
     return std::unique_ptr<QMimeData>(module->treeModel->mimeData(rows));

@@ -1,53 +1,10 @@
 // Drags by the mouse: what the cursor and the indicator tell on the way, and where the rows land.
-#include "Colleague.h"
-#include "DragMouse.h"
-#include "ModuleWindow.h"
-#include "TreeChecks.h"
+#include "DragWindow.h"
 
 namespace tlm::test {
 namespace {
 
-constexpr char kMouseModel[] = R"(folder Север
-  folder ОРУ-110
-    unit КП-1
-      analog 1001 P Т-1
-      analog 1003 Q Т-1
-      discrete 1004 Q-110
-    unit КП-2
-      analog 1101 I Т-2
-  unit КП-3
-folder Юг
-unit КП-4
-  accumulator 1201 Wp
-)";
-
-class MouseDrag : public ModuleWindow {
- protected:
-  MouseDrag() : ModuleWindow(kMouseModel) {}
-
-  void startOpen() {
-    module->resize(900, 600);
-    start();
-    for (const char* name : {"Север", "ОРУ-110"}) tree()->expand(find(name));
-    module->resizeColumns(400, 300);
-    settle();
-  }
-  void open(const char* unit) {
-    tree()->expand(find(unit));
-    const QModelIndex row = find(unit);
-    for (int i = 0; i < module->treeModel->rowCount(row); ++i) tree()->expand(module->treeModel->index(i, 0, row));
-    settle();
-  }
-  // Everything that both sides know, with measurements of units that are not open left out.
-  QString shownTree() { return treeText(*module->treeModel); }
-  QRect rectOf(const QModelIndex& row) { return tree()->visualRect(row); }
-  bool movedTo(const char* name, const char* parent) {
-    return processUntil([&] { return rowOf(name).parent() == rowOf(parent); });
-  }
-  QModelIndex rowOf(const char* name) { return name ? module->treeModel->findByKey(key(name)) : QModelIndex(); }
-
-  DragMouse mouse{tree()};
-};
+class MouseDrag : public DragWindow {};
 
 TEST_F(MouseDrag, BeginsBeyondTheDistanceOfTheToolkit) {
   startOpen();
@@ -64,7 +21,7 @@ TEST_F(MouseDrag, OfAUnitIntoAFolderMovesIt) {
   ASSERT_TRUE(mouse.drag(find("КП-3"), [&] { mouse.dropOn(find("Юг")); }));
   EXPECT_TRUE(movedTo("КП-3", "Юг"));
   EXPECT_EQ(tree()->currentIndex(), rowOf("КП-3"));
-  EXPECT_EQ(shownTree(), picture(R"(
+  EXPECT_EQ(treeText(*module->treeModel), picture(R"(
       Север
         ОРУ-110
           КП-1
@@ -83,13 +40,13 @@ TEST_F(MouseDrag, TellsWhereAUnitMayBeDropped) {
   ASSERT_TRUE(mouse.drag(find("КП-3"), [&] {
     mouse.over(find("Юг"));
     EXPECT_TRUE(mouse.isAllowed());
-    EXPECT_EQ(mouse.indicator(), rectOf(find("Юг")));
+    EXPECT_EQ(indicator(), rectOf(find("Юг")));
     mouse.over(find("P Т-1"));
     EXPECT_FALSE(mouse.isAllowed());
-    EXPECT_TRUE(mouse.indicator().isEmpty());
+    EXPECT_TRUE(indicator().isEmpty());
     mouse.over(find("P Т-1").parent());
     EXPECT_FALSE(mouse.isAllowed());
-    EXPECT_TRUE(mouse.indicator().isEmpty());
+    EXPECT_TRUE(indicator().isEmpty());
   }));
 }
 
@@ -99,8 +56,8 @@ TEST_F(MouseDrag, BesideAUnitStandsForTheFolderAround) {
   ASSERT_TRUE(mouse.drag(find("КП-3"), [&] {
     mouse.over(find("КП-2"), 1);
     EXPECT_TRUE(mouse.isAllowed());
-    EXPECT_EQ(mouse.indicator().top(), rectOf(find("КП-2")).bottom());
-    EXPECT_EQ(mouse.indicator().height(), 0);
+    EXPECT_EQ(indicator().top(), rectOf(find("КП-2")).bottom());
+    EXPECT_EQ(indicator().height(), 0);
     mouse.drop();
   }));
   EXPECT_TRUE(movedTo("КП-3", "ОРУ-110"));
@@ -113,12 +70,12 @@ TEST_F(MouseDrag, TellsWhereAMeasurementMayBeDropped) {
     for (const char* name : {"Север", "ОРУ-110", "Юг"}) {
       mouse.over(find(name));
       EXPECT_FALSE(mouse.isAllowed()) << name;
-      EXPECT_TRUE(mouse.indicator().isEmpty()) << name;
+      EXPECT_TRUE(indicator().isEmpty()) << name;
     }
     for (const char* name : {"КП-2", "КП-3", "КП-4", "Q Т-1"}) {
       mouse.over(find(name));
       EXPECT_TRUE(mouse.isAllowed()) << name;
-      EXPECT_EQ(mouse.indicator(), rectOf(find(name))) << name;
+      EXPECT_EQ(indicator(), rectOf(find(name))) << name;
     }
     mouse.over(find("Q-110"));
     EXPECT_FALSE(mouse.isAllowed());
@@ -192,12 +149,12 @@ TEST_F(MouseDrag, ToTheEmptyAreaPutsAFolderAtTheTopAndRefusesAMeasurement) {
   ASSERT_TRUE(mouse.drag(find("P Т-1"), [&] {
     mouse.over(tree()->viewport(), below);
     EXPECT_FALSE(mouse.isAllowed());
-    EXPECT_TRUE(mouse.indicator().isEmpty());
+    EXPECT_TRUE(indicator().isEmpty());
   }));
   ASSERT_TRUE(mouse.drag(find("ОРУ-110"), [&] {
     mouse.over(tree()->viewport(), below);
     EXPECT_TRUE(mouse.isAllowed());
-    EXPECT_TRUE(mouse.indicator().isEmpty());
+    EXPECT_TRUE(indicator().isEmpty());
     mouse.drop();
   }));
   EXPECT_TRUE(movedTo("ОРУ-110", nullptr));

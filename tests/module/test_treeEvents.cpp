@@ -162,8 +162,9 @@ TEST_F(TreeEvents, UnitThatComesBackIsNoLongerOpen) {
 TEST_F(TreeEvents, UnitWithoutAFolderOrOfAnUnknownOneLandsAtTheTop) {
   start();
   other.add("RemoteUnit", key("КП-8"), {"name_=КП-8", "SrvGroup=1"});
-  other.add("RemoteUnit", key("КП-9"), {"name_=КП-9", "SrvGroup=1", "RemoteUnitFolderKey=" + QString(32, 'F')});
   commit();
+  looseRow(module->tblRemoteUnit, "КП-9", {"name_=КП-9", "RemoteUnitFolderKey=" + QString(32, 'F')});
+  module->AddNodeByEvent(key("КП-9"), "RemoteUnit");
   EXPECT_EQ(row("КП-9"), module->treeModel->index(0, 0));
   EXPECT_EQ(row("КП-8"), module->treeModel->index(1, 0));
 }
@@ -451,8 +452,7 @@ TEST_F(TreeEvents, UnitThatLosesItsFolderLandsAtTheTop) {
 
 TEST_F(TreeEvents, UnitOfAFolderThatIsNotHereLandsAtTheTop) {
   start();
-  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey=" + QString(32, 'F')});
-  commit();
+  send(602, "КП-1", "RemoteUnit", module->strRemoteUnit, {"RemoteUnitFolderKey=" + QString(32, 'F')});
   ASSERT_TRUE(row("КП-1").isValid());
   EXPECT_FALSE(row("КП-1").parent().isValid());
 }
@@ -704,8 +704,7 @@ TEST_F(TreeEvents, MeasurementOfAUnitThatIsLoadedButGoneStaysWhereItIs) {
   other.remove("Analog", key("I Т-2")).remove("RemoteUnit", key("КП-2"));
   commit();
   const QString before = text();
-  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
-  commit();
+  send(602, "P Т-1", "Measurement", module->strMeasurement, {"RemoteUnitKey=" + key("КП-2")});
   EXPECT_EQ(text(), before);
 }
 

@@ -267,6 +267,37 @@ TEST_F(ChangeSetTest, AFolderMayMoveUnderAFormerDescendantThatLeavesInTheSameBlo
             wire::kOk);
 }
 
+TEST_F(ChangeSetTest, APlaceThatIsNotThereIsRefused) {
+  expectRefused({Update("RemoteUnitFolder").update(key("Sub"), {{"ParentKey", key("absent")}})}, wire::kRefused,
+                "папки, в которую она входит, больше нет");
+  expectRefused({Update("RemoteUnit").update(key("Unit"), {{"RemoteUnitFolderKey", key("absent")}})}, wire::kRefused,
+                "папки, в которую оно входит, больше нет");
+  expectRefused({Update("Measurement").update(key("A1"), {{"RemoteUnitKey", key("absent")}})}, wire::kRefused,
+                "устройства, в которое оно входит, больше нет");
+  expectRefused({Update("RemoteUnitFolder").insert(key("Other"), {{"ParentKey", key("absent")}})}, wire::kRefused,
+                "папки, в которую она входит, больше нет");
+}
+
+TEST_F(ChangeSetTest, APlaceThatGoesInTheSameBlockIsRefused) {
+  expectRefused({Update("RemoteUnitFolder")
+                     .insert(key("Other"), {})
+                     .update(key("Root"), {{"ParentKey", key("Other")}})
+                     .remove(key("Other"))},
+                wire::kRefused, "больше нет");
+}
+
+TEST_F(ChangeSetTest, APlaceMayComeInTheSameBlock) {
+  EXPECT_EQ(
+      status({Update("RemoteUnitFolder").update(key("Root"), {{"ParentKey", key("Other")}}).insert(key("Other"), {})}),
+      wire::kOk);
+}
+
+// What hung in a folder when it was deleted can still be changed otherwise.
+TEST_F(ChangeSetTest, ALinkThatLeadsNowhereAlreadyIsNoReason) {
+  ASSERT_EQ(status({Update("RemoteUnitFolder").remove(key("Root"))}), wire::kOk);
+  EXPECT_EQ(status({Update("RemoteUnit").update(key("Unit"), {{"RemoteUnitFolderKey", key("Root")}})}), wire::kOk);
+}
+
 TEST_F(ChangeSetTest, AnEmptyFolderLinkIsStoredAsNull) {
   EXPECT_EQ(status({Update("RemoteUnitFolder").update(key("Sub"), {{"ParentKey", ""}}),
                     Update("RemoteUnit").update(key("Unit"), {{"RemoteUnitFolderKey", ""}})}),

@@ -1,13 +1,11 @@
 // A mouse that drags rows of a tree by real events.
-#ifndef TLMTEST_DRAGMOUSE_H
-#define TLMTEST_DRAGMOUSE_H
+#ifndef TLMTOUR_DRAGMOUSE_H
+#define TLMTOUR_DRAGMOUSE_H
 
 #include <QApplication>
 #include <QDrag>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QProxyStyle>
-#include <QStyleOption>
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
@@ -15,26 +13,13 @@
 
 #include <functional>
 
-namespace tlm::test {
-
-// Notes where the drop indicator was painted last. Lives as long as the application's style, which it becomes.
-class IndicatorWatch : public QProxyStyle {
- public:
-  IndicatorWatch() : QProxyStyle("fusion") {}
-  void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
-                     const QWidget* widget) const override {
-    if (element == PE_IndicatorItemViewItemDrop) indicator = option->rect;
-    QProxyStyle::drawPrimitive(element, option, painter, widget);
-  }
-  mutable QRect indicator;
-};
+namespace tlm {
 
 // On a screen the toolkit's own drag runs between press and release. The offscreen platform has none: there the drag
 // begins by the mouse as well, and the events that it would bring are sent with the data that it would carry.
 class DragMouse {
  public:
-  explicit DragMouse(QTreeView* view) : view_(view), watch_(new IndicatorWatch) { QApplication::setStyle(watch_); }
-  ~DragMouse() { QApplication::setStyle("fusion"); }
+  explicit DragMouse(QTreeView* view) : view_(view) {}
   DragMouse(const DragMouse&) = delete;
   DragMouse& operator=(const DragMouse&) = delete;
 
@@ -95,8 +80,6 @@ class DragMouse {
     } else {
       enter(widget, place);
     }
-    watch_->indicator = QRect();
-    view_->viewport()->repaint();
   }
   void drop() {
     running_ = false;
@@ -117,9 +100,8 @@ class DragMouse {
     QCoreApplication::sendEvent(window(), &press);
   }
 
-  // What the engineer sees: whether the cursor says that a drop is allowed, and where the indicator stands.
+  // Whether the cursor says that a drop is allowed where the mouse is.
   bool isAllowed() const { return allowed_; }
-  QRect indicator() const { return watch_->indicator; }
 
  private:
   QWindow* window() const { return view_->window()->windowHandle(); }
@@ -165,7 +147,6 @@ class DragMouse {
   }
 
   QTreeView* view_;
-  IndicatorWatch* watch_;
   QPoint grip_;
   QPoint at_;     // of the screen
   QPoint place_;  // within the target
@@ -175,6 +156,6 @@ class DragMouse {
   bool allowed_ = false;
 };
 
-}  // namespace tlm::test
+}  // namespace tlm
 
 #endif
