@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QClipboard>
+#include <QMenu>
 #include <QMimeData>
 #include <QSet>
 #include <QToolButton>
