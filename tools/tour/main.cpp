@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "AddRoad.h"
+#include "ClipboardRoad.h"
 #include "DeleteRoad.h"
 #include "EditRoad.h"
 #include "LiveRoad.h"
@@ -31,6 +32,7 @@ int play(const QDir& folder) {
   played = tlm::tour::AddRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::DeleteRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::SearchRoad(*library, QDir(scratch.path()), report).play() && played;
+  played = tlm::tour::ClipboardRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::TemplateRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::LiveRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
