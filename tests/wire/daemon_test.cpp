@@ -8,6 +8,9 @@
 #include <server/daemon/daemonOptions.h>
 #include <tlm/v1/model.grpc.pb.h>
 
+#include <atomic>
+#include <thread>
+
 #include "support/EmbeddedServer.h"
 #include "support/ModelText.h"
 #include "support/NetworkServer.h"
@@ -193,6 +196,46 @@ TEST(NetServer, SendsAReplyWholeAsLongAsAMessageHoldsIt) {
     EXPECT_EQ(reply.rest().empty(), megabytes == 2);
     EXPECT_EQ(reply.each(0).payload().empty(), megabytes == 3);
   }
+}
+
+// Small replies, and large ones that wait on the shelf, at once.
+TEST(NetServer, ServesManyCallersAtOnce) {
+  EmbeddedServer model("unit КП-1\ntable Archives Склад\n");
+  NetworkServer network(*model.core());
+  std::string problem;
+  Peer peer(connectToServer(quickLine(network.tcp()), &problem));
+  ASSERT_EQ(peer.write("Archives", keyOf("Склад"), "location", std::string(size_t{3} << 20, 'x')), 0);
+  constexpr int kCallers = 8;
+  constexpr int kCalls = 10;
+  std::atomic<int> good{0};
+  std::vector<std::thread> callers;
+  for (int i = 0; i < kCallers; ++i) {
+    callers.emplace_back([&, table = i % 2 == 0 ? "Archives" : "RemoteUnit"] {
+      grpc::ChannelArguments arguments;
+      arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
+      arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
+      const auto stub =
+          v1::Model::NewStub(grpc::CreateCustomChannel(network.tcp(), grpc::InsecureChannelCredentials(), arguments));
+      v1::Block block;
+      block.add_requests()->set_name("TableRecords");
+      block.mutable_requests(0)->set_body(table);
+      for (int call = 0; call < kCalls; ++call) {
+        grpc::ClientContext context;
+        v1::BlockReply reply;
+        if (!stub->Call(&context, block, &reply).ok() || reply.whole().status() != 0) continue;
+        grpc::ClientContext more;
+        v1::PiecesRequest request;
+        v1::Piece piece;
+        request.set_rest(reply.rest());
+        size_t bytes = reply.each(0).payload().size();
+        const auto reader = reply.rest().empty() ? nullptr : stub->TakePieces(&more, request);
+        while (reader && reader->Read(&piece)) bytes += piece.data().size();
+        if (bytes > 0 && bytes >= reply.each(0).payload_bytes()) ++good;
+      }
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  EXPECT_EQ(good, kCallers * kCalls);
 }
 
 TEST(NetServer, SaysWhichAddressItCannotUse) {
