@@ -194,6 +194,40 @@ TEST_F(Aggregated, EachOpeningHasANewList) {
   EXPECT_EQ(dialog()->ui->label_nameSrc->text(), "");
 }
 
+// A group of aggregated data for each kind of archive.
+class ArchiveKinds : public Aggregated {
+ protected:
+  ArchiveKinds() : Aggregated(modelText().c_str()) {}
+  static std::string modelText() {
+    std::string text = "unit КП-1\n  analog 1001 P Т-1\n";
+    for (int kind = 0; kind <= 6; ++kind) {
+      const std::string number = std::to_string(kind);
+      text += "table Archives Архив " + number + " {type_=" + number + "}\n";
+      text += "table MeasurementArchGroup Группа " + number + " {aggregatedData=1;description=" + number +
+              ";ArchivesKey=@Архив " + number + "}\n";
+    }
+    return text;
+  }
+};
+
+TEST_F(ArchiveKinds, SelectTheClass) {
+  start();
+  const struct {
+    const char* className;
+    QStringList groups;
+  } cases[] = {{"Analog", {"1", "5"}},
+               {"Discrete", {"2"}},
+               {"Accumulator", {"3"}},
+               {"StringMeasurement", {"4"}},
+               {"RemoteUnit", {}}};
+  for (const auto& each : cases) {
+    bool hasTypes = false;
+    dialog()->Init(each.className, "", &hasTypes);
+    EXPECT_EQ(listed(), each.groups) << each.className;
+    EXPECT_EQ(hasTypes, !each.groups.isEmpty());
+  }
+}
+
 // ---- the list's model ------------------------------------------------------------------------------------
 
 class GroupList : public Aggregated {
