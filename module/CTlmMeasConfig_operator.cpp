@@ -50,6 +50,27 @@ void showAgain(Panel* panel) {
   if (refreshing) panel->refreshTimer.start();
 }
 
+void refuse(CTlmMeasConfig* module, const QString& message) {
+  CPopMessageBox* box = module->PopMessageBoxCreate();
+  box->setMessage(CTlmMeasConfig::tr("Ошибка"), message, kBoxError, kBoxOk,
+                  SLOT(slot_popMessageBoxClicked(QAbstractButton*)));
+  box->show();
+}
+
+// The key of the current row, when a tool of that kind may open for it; what forbids it is shown.
+QString keyForTool(CTlmMeasConfig* module, int kind) {
+  const QModelIndex index = module->ui->tV_MeasConfig->currentIndex();
+  if (!index.isValid()) return QString();
+  const QString key = keyOf(index);
+  if (key.isEmpty() || !module->session()) return QString();
+  QString message;
+  if (!module->CheckConditions(key, message, kind)) return key;
+  refuse(module, message);
+  return QString();
+}
+
+int currentNumber(const CTlmMeasConfig* module) { return numberOf(module->ui->tV_MeasConfig->currentIndex()).toInt(); }
+
 }  // namespace
 
 bool CTlmMeasConfig::CheckConditions(QString key, QString& message, int kind) {
@@ -66,34 +87,22 @@ bool CTlmMeasConfig::CheckConditions(QString key, QString& message, int kind) {
   return !missing.isEmpty();
 }
 
-// The key of the current row, when a tool of that kind may open for it; what forbids it is shown.
-QString CTlmMeasConfig::keyForTool(int kind) {
-  const QModelIndex index = ui->tV_MeasConfig->currentIndex();
-  if (!index.isValid()) return QString();
-  const QString key = keyOf(index);
-  if (key.isEmpty() || !session()) return QString();
-  QString message;
-  if (!CheckConditions(key, message, kind)) return key;
-  showBox(tr("Ошибка"), message, kBoxError, kBoxOk);
-  return QString();
-}
-
 void CTlmMeasConfig::OnSetManuslAction() {
-  if (keyForTool(kForValue).isEmpty()) return;
-  const int number = numberOf(ui->tV_MeasConfig->currentIndex()).toInt();
+  if (keyForTool(this, kForValue).isEmpty()) return;
+  const int number = currentNumber(this);
   if (number == 0) return;
   if (popManualInput && popManualInput->locId == number) popManualInput->isManualAuto();
   CreateManualInputSetting(number);
 }
 
 void CTlmMeasConfig::OnSetDublieslAction() {
-  const QString key = keyForTool(kForDuplicates);
+  const QString key = keyForTool(this, kForDuplicates);
   if (!key.isEmpty()) CreateDublSetting(key);
 }
 
 void CTlmMeasConfig::OnRemoteControl() {
-  if (keyForTool(kForValue).isEmpty()) return;
-  const int number = numberOf(ui->tV_MeasConfig->currentIndex()).toInt();
+  if (keyForTool(this, kForValue).isEmpty()) return;
+  const int number = currentNumber(this);
   if (number != 0) CreateRemoteControl(number);
 }
 
@@ -130,8 +139,7 @@ bool CTlmMeasConfig::CreateRemoteControl(int locId) {
     pendingTelecontrol.append(locId);
     PrepareSubEvent(true);
   }
-  connect(popRemoteControl, SIGNAL(signalTlmCliWidgetClosed(QWidget*, int)),
-          SLOT(slot_CliWidgetClosed(QWidget*, int)));
+  connect(popRemoteControl, SIGNAL(signalTlmCliWidgetClosed(QWidget*, int)), SLOT(slot_CliWidgetClosed(QWidget*, int)));
   popRemoteControl->FocusToPassword();
   return true;
 }

@@ -141,7 +141,7 @@ wire::Reply StationServer::ask(const std::string& request, const std::string& bo
 }
 
 void StationServer::startSimulator() {
-  simulator_ = std::make_unique<server::Simulator>(*core_, kSeed);
+  simulator_ = std::make_unique<server::Simulator>(*core_, kSeed, server::kMostSimulated, server::sampleHabits());
   const double now = server::systemTime();
   for (int minutes = kPastMinutes; minutes >= 0; --minutes) simulator_->tick(now - minutes * kMinute);
   QObject::connect(&tick_, &QTimer::timeout, this, [this] { simulator_->tick(server::systemTime()); });

@@ -93,7 +93,7 @@ void waitForTheEnd(const DaemonOptions& options, Core& core, Log& log) {
   const sigset_t signals = endSignals();
   const timespec tick{kTickSeconds, 0};
   std::unique_ptr<Simulator> simulator;
-  if (options.simulate) simulator = std::make_unique<Simulator>(core, kSeed);
+  if (options.simulate) simulator = std::make_unique<Simulator>(core, kSeed, kMostSimulated, sampleHabits());
   for (;;) {
     if (simulator) simulator->tick(systemTime());
     const int signal = simulator ? sigtimedwait(&signals, nullptr, &tick) : sigwaitinfo(&signals, nullptr);

@@ -91,7 +91,7 @@ class Parser {
     Words words(text);
     const std::string_view kind = words.word();
     if (kind.empty() || kind.front() == '#') return {};
-    if (kind == "table") return table(words);
+    if (kind == "table" || kind == "own") return table(words, kind == "own");
     if (tables_.empty()) return "\"" + std::string(kind) + "\" before the first table";
     if (kind == "param") return tables_.back().param = std::string(words.rest()), std::string();
     if (kind == "keys") return keys(words);
@@ -114,8 +114,9 @@ class Parser {
     return nullptr;
   }
 
-  std::string table(Words& words) {
+  std::string table(Words& words, bool own) {
     TableDef def;
+    def.own = own;
     def.name = words.word();
     if (def.name.empty() || def.name.size() > kMaxName) return "a table needs a name of at most 63 characters";
     if (find(def.name)) return "table " + def.name + " stands twice";
@@ -263,9 +264,16 @@ std::unique_ptr<Catalogue> Catalogue::parse(std::string_view text, std::string* 
     if (wrong = parser.line(line); !wrong.empty()) break;
   }
   if (wrong.empty()) wrong = parser.finish();
-  if (wrong.empty()) return catalogue;
+  if (wrong.empty()) return catalogue->partOwn(), std::move(catalogue);
   *error = "line " + std::to_string(number) + ": " + wrong;
   return nullptr;
+}
+
+void Catalogue::partOwn() {
+  const auto first =
+      std::stable_partition(tables_.begin(), tables_.end(), [](const TableDef& def) { return !def.own; });
+  ownTables_.assign(std::make_move_iterator(first), std::make_move_iterator(tables_.end()));
+  tables_.erase(first, tables_.end());
 }
 
 const TableDef* Catalogue::table(std::string_view name) const {
@@ -273,6 +281,13 @@ const TableDef* Catalogue::table(std::string_view name) const {
     if (def.name == name) return &def;
   }
   return nullptr;
+}
+
+const TableDef* Catalogue::storedTable(std::string_view name) const {
+  for (const TableDef& def : ownTables_) {
+    if (def.name == name) return &def;
+  }
+  return describesItself(name) ? nullptr : table(name);
 }
 
 std::vector<const TableDef*> Catalogue::chain(std::string_view className) const {

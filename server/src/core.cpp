@@ -1,4 +1,5 @@
 #include <TlmServer/Catalogue.h>
+#include <TlmServer/CodePage.h>
 #include <TlmServer/Core.h>
 #include <TlmServer/LiveValues.h>
 #include <TlmServer/ModelTables.h>
@@ -6,13 +7,19 @@
 
 #include "catalogueParts.h"
 #include "changeSet.h"
+#include "commandDesk.h"
 #include "fairMutex.h"
+#include "objects.h"
+#include "operatorRequests.h"
+#include "operators.h"
+#include "ownTable.h"
 #include "publisher.h"
 #include "records.h"
 #include "requests.h"
 #include "values.h"
 
 #include <atomic>
+#include <charconv>
 #include <chrono>
 #include <deque>
 #include <future>
@@ -41,6 +48,13 @@ bool holdsUpdates(const wire::Block& block) {
   return false;
 }
 
+bool holdsOperatorRequest(const wire::Block& block) {
+  for (const wire::Request& request : block.requests) {
+    if (operatorRequest(request) != OperatorRequest::kNone) return true;
+  }
+  return false;
+}
+
 using Requests = std::span<const wire::Request>;
 
 size_t sizeOf(Requests requests) {
@@ -49,9 +63,36 @@ size_t sizeOf(Requests requests) {
   return size;
 }
 
+// The name and the password are one secret: who is told which of them is wrong has half of it.
+Reply verdictReply(Operators::Verdict verdict) {
+  switch (verdict) {
+    case Operators::Verdict::kGranted:
+      return {};
+    case Operators::Verdict::kWrong:
+      return Reply::failure(wire::kRefused, toCodePage("Неверное имя оператора или пароль."));
+    case Operators::Verdict::kLocked:
+      return Reply::failure(wire::kRefused, toCodePage("Слишком много неверных паролей: вход закрыт на минуту."));
+    case Operators::Verdict::kNoRight:
+      break;
+  }
+  return Reply::failure(wire::kRefused, toCodePage("У оператора нет права телеуправления."));
+}
+
+// A value as it is kept: every digit of it.
+std::string exactText(const LiveValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value.value)) return *text;
+  char text[32];
+  return {text, std::to_chars(text, text + sizeof text, std::get<double>(value.value)).ptr};
+}
+
 Reply tooLarge() { return Reply::failure(wire::kTooLarge, "more than the limit of size in one call"); }
 
 }  // namespace
+
+CoreOptions withClock(CoreOptions options) {
+  if (!options.clock) options.clock = systemTime;
+  return options;
+}
 
 double systemTime() {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
@@ -60,8 +101,14 @@ double systemTime() {
 
 struct Core::State {
   State(std::unique_ptr<Store> from, const CoreOptions& given, const Catalogue& catalogue)
-      : store(std::move(from)), options(given), tables(catalogue, ModelTables::Keys::kLater), parts(tables) {
-    if (!options.clock) options.clock = systemTime;
+      : store(std::move(from)),
+        options(withClock(given)),
+        tables(catalogue, ModelTables::Keys::kLater),
+        parts(tables),
+        operators(catalogue),
+        manualValues(catalogue, "ManualValues"),
+        commands(options.clock,
+                 [this](wire::Event event) { publisher.publish(std::vector<wire::Event>{std::move(event)}); }) {
     live.setListener([this](const wire::ParamValue& value) { publisher.publish(value); });
   }
 
@@ -76,6 +123,14 @@ struct Core::State {
   void rememberRefusal(const std::string& block, const Reply& reply);
   std::vector<Reply> answerAll(Requests requests);
 
+  void restoreManual();
+  std::vector<std::string> manualOf(const std::vector<int32_t>& numbers) const;
+  Reply operate(const wire::Request& request, const Caller& caller);
+  Reply enterValue(std::string_view body, const Caller& caller);
+  bool keepManual(const ManualPlan& plan, const std::string& user, std::string* error);
+  Reply control(std::string_view body, const Caller& caller);
+  Reply permit(const Order& order, const Caller& caller, Command* command);
+
   std::unique_ptr<Store> store;
   CoreOptions options;
   ModelTables tables;
@@ -83,6 +138,8 @@ struct Core::State {
   LiveValues live;
   ScriptCache scripts;
   Publisher publisher;
+  Operators operators;
+  OwnTable manualValues;  // guarded by commitMutex
 
   // Taken in this order. The first is held through a whole commit and guards the store; the second is held
   // exclusively only while the tables change.
@@ -93,6 +150,8 @@ struct Core::State {
   std::atomic<int64_t> published{0};
   int64_t lookedAt = 0;  // number of the last event when old events were forgotten
   std::deque<std::pair<std::string, Reply>> refusals;
+
+  CommandDesk commands;  // its receipts end before anything else does
 };
 
 // The keys of a table are made when its rows are in, on a thread of their own: the next table is read meanwhile.
@@ -101,12 +160,12 @@ bool Core::State::load(std::string* error) {
   for (const TableDef& def : tables.catalogue().tables()) {
     MDArray* array = tables.table(def.name);
     if (!Catalogue::describesItself(def.name) && !store->load(def.name, array, error)) return false;
-    keys.push_back(std::async(std::launch::async, [&def, array] { Catalogue::makeKeys(def, array); }));
+    keys.push_back(std::async(std::launch::async, [&def, array] { ModelTables::makeKeys(def, array); }));
   }
   last = store->lastSequence();
   published = last.load();
   lookedAt = last;
-  return true;
+  return operators.load(*store, error) && manualValues.load(*store, error);
 }
 
 Reply Core::State::commit(const wire::Block& block, const Caller& caller) {
@@ -140,10 +199,14 @@ Reply Core::State::write(const ChangeSet& changes, const std::string& identity, 
   Commit record{identity, {}, eventsOf(changes, caller)};
   for (const PlannedChange& change : changes.changes())
     record.changes.push_back({change.table->name, change.kind, change.key, change.row});
+  const std::vector<int32_t> freed = changes.freedNumbers();
+  const std::vector<std::string> lifted = manualOf(freed);
+  for (const std::string& key : lifted)
+    record.changes.push_back({manualValues.def().name, MDX_REC_DELETE, key, nullptr});
   std::string error;
   if (!store->commit(record, &error)) return Reply::failure(wire::kStorage, error);
-  const std::vector<int32_t> freed = changes.freedNumbers();
   apply(changes);
+  for (const std::string& key : lifted) manualValues.forget(key);
   for (const int32_t locId : freed) live.forget(locId);
   last = record.events.back().sequence;
   publisher.publish(record.events);
@@ -212,10 +275,105 @@ std::vector<Reply> Core::State::answerAll(Requests requests) {
   return replies;
 }
 
+// ---- what operators ask ----
+
+// The keys of the measurements among these numbers whose value stands by hand. They belong to the numbers: who gives
+// a measurement another number lifts its value.
+std::vector<std::string> Core::State::manualOf(const std::vector<int32_t>& numbers) const {
+  std::vector<std::string> keys;
+  for (const int32_t locId : numbers) {
+    const MDRData* row = findNumber(tables, locId);
+    std::string key(row ? textOf(tables.table("Measurement"), row, "KeyLink") : std::string_view{});
+    if (manualValues.find(key)) keys.push_back(std::move(key));
+  }
+  return keys;
+}
+
+void Core::State::restoreManual() {
+  const MDArray* rows = manualValues.rows();
+  for (int i = 0; i < MDARecCount(rows); ++i) {
+    const MDRData* row = MDARec(rows, 0, i);
+    const Object object = findObject(tables, textOf(rows, row, "KeyLink"));
+    const auto locId = intOf(objectValue(object, "locId"));
+    if (!locId) continue;
+    LiveValue value{0, Quality::kManual, std::string(textOf(rows, row, "value_"))};
+    MDRGetAsDouble(MDRFldByName(rows, "time_"), row, &value.time);
+    if (object.className != "StringMeasurement") value.value = parseNumber(textOf(rows, row, "value_")).value_or(0);
+    live.setManual(static_cast<int32_t>(*locId), std::move(value), std::string(textOf(rows, row, "user_")));
+  }
+}
+
+Reply Core::State::operate(const wire::Request& request, const Caller& caller) {
+  if (request.body.size() > options.maxRequestBytes) return tooLarge();
+  switch (operatorRequest(request)) {
+    case OperatorRequest::kManualValue:
+      return enterValue(request.body, caller);
+    case OperatorRequest::kRemoteControl:
+      return control(request.body, caller);
+    default:
+      break;
+  }
+  const std::string identity(bodyValue(request.body, "id"));
+  const auto issued = parseNumber(bodyValue(request.body, "issued"));
+  if (identity.size() != kKeyLength || !issued)
+    return Reply::failure(wire::kMalformed, "CommandOutcome: id and issued");
+  return {wire::kOk, std::nullopt, commands.outcome(identity, *issued)};
+}
+
+// No commit comes between the look at the model and the value.
+Reply Core::State::enterValue(std::string_view body, const Caller& caller) {
+  const std::lock_guard lock(commitMutex);
+  const double now = options.clock();
+  ManualPlan plan;
+  if (Reply reply = planManual(tables, body, now, &plan); reply.status != wire::kOk) return reply;
+  const std::string user = toCodePage(caller.user);
+  std::string error;
+  if (!keepManual(plan, user, &error)) return Reply::failure(wire::kStorage, error);
+  if (plan.value)
+    live.setManual(plan.locId, std::move(*plan.value), user);
+  else
+    live.liftManual(plan.locId, now);
+  return {};
+}
+
+bool Core::State::keepManual(const ManualPlan& plan, const std::string& user, std::string* error) {
+  if (!plan.value) return manualValues.erase(*store, plan.key, error);
+  const std::string text = exactText(*plan.value);
+  return manualValues.put(*store, plan.key,
+                          {{"value_", textVar(text)}, {"user_", textVar(user)}, {"time_", doubleVar(plan.value->time)}},
+                          error);
+}
+
+// A refusal is remembered under the command's identity, so that the same command sent again is refused again.
+Reply Core::State::control(std::string_view body, const Caller& caller) {
+  Order order;
+  if (Reply reply = readOrder(body, &order); reply.status != wire::kOk) return reply;
+  if (const auto known = commands.enter(order.identity)) return *known;
+  Command command;
+  Reply reply = permit(order, caller, &command);
+  return reply.status == wire::kOk ? commands.start(command) : commands.reject(order.identity, std::move(reply));
+}
+
+Reply Core::State::permit(const Order& order, const Caller& caller, Command* command) {
+  Signal signal;
+  {
+    const std::shared_lock lock(tablesMutex);
+    if (Reply reply = findSignal(tables, live, order, &signal); reply.status != wire::kOk) return reply;
+  }
+  const std::string user = order.user.empty() ? toCodePage(caller.user) : order.user;
+  std::optional<std::string_view> password;
+  if (signal.asksPassword || !order.password.empty()) password = order.password;
+  if (Reply reply = verdictReply(operators.check(user, password, options.clock())); reply.status != wire::kOk)
+    return reply;
+  *command = {order.identity, signal.key, fromCodePage(user), {order.locId, order.state}, order.issued, signal.timeout};
+  return {};
+}
+
 std::unique_ptr<Core> Core::open(std::unique_ptr<Store> store, const CoreOptions& options, std::string* error,
                                  const Catalogue* catalogue) {
   auto state = std::make_unique<State>(std::move(store), options, catalogue ? *catalogue : Catalogue::builtIn());
   if (!state->load(error)) return nullptr;
+  state->restoreManual();
   return std::unique_ptr<Core>(new Core(std::move(state)));
 }
 
@@ -223,6 +381,7 @@ Core::Core(std::unique_ptr<State> state) : state_(std::move(state)) {}
 Core::~Core() = default;
 
 Reply Core::execute(const wire::Request& request, const Caller& caller) {
+  if (operatorRequest(request) != OperatorRequest::kNone) return state_->operate(request, caller);
   if (request.kind == wire::RequestKind::kUpdate) return execute(wire::Block{{}, {request}}, caller).whole;
   if (sizeOf({&request, 1}) > state_->options.maxRequestBytes) return tooLarge();
   return std::move(state_->answerAll({&request, 1}).front());
@@ -230,6 +389,10 @@ Reply Core::execute(const wire::Request& request, const Caller& caller) {
 
 wire::BlockReply Core::execute(const wire::Block& block, const Caller& caller) {
   if (sizeOf(block.requests) > state_->options.maxRequestBytes) return {tooLarge(), {}};
+  if (holdsOperatorRequest(block)) {
+    if (block.requests.size() == 1) return {{}, {state_->operate(block.requests.front(), caller)}};
+    return {Reply::failure(wire::kMalformed, "such a request travels alone"), {}};
+  }
   wire::BlockReply reply;
   if (holdsUpdates(block)) reply.whole = state_->commit(block, caller);
   if (reply.whole.status == wire::kOk) reply.each = state_->answerAll(block.requests);
@@ -245,6 +408,8 @@ bool Core::subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int6
     return state_->store->firstSequence() <= from + 1 && state_->store->events(from, each, &error);
   });
 }
+
+void Core::setDevice(std::shared_ptr<Device> device) { state_->commands.setDevice(std::move(device)); }
 
 void Core::subscribeValues(Subscriber* subscriber, const std::vector<int>& locIds) {
   state_->publisher.subscribeValues(subscriber, locIds);

@@ -37,11 +37,12 @@ void LiveValues::set(int32_t locId, LiveValue value) {
   }
 }
 
-void LiveValues::setManual(int32_t locId, LiveValue value) {
+void LiveValues::setManual(int32_t locId, LiveValue value, const std::string& user) {
   const std::lock_guard lock(mutex_);
   Entry& entry = entries_[locId];
   if (!entry.manual) entry.beneath = entry.current;
   entry.manual = true;
+  entry.user = user;
   value.quality = Quality::kManual;
   show(locId, entry, std::move(value));
 }
@@ -69,6 +70,13 @@ bool LiveValues::isManual(int32_t locId) const {
   const std::lock_guard lock(mutex_);
   const auto found = entries_.find(locId);
   return found != entries_.end() && found->second.manual;
+}
+
+std::optional<LiveValues::Manual> LiveValues::manual(int32_t locId) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = entries_.find(locId);
+  if (found == entries_.end() || !found->second.manual) return std::nullopt;
+  return Manual{found->second.user, found->second.current->time};
 }
 
 std::vector<LiveValue> LiveValues::history(int32_t locId, double from, double to) const {

@@ -56,6 +56,7 @@ struct MemoryStoreData {
   explicit MemoryStoreData(const Catalogue& catalogue) {
     for (const TableDef& def : catalogue.tables())
       if (!Catalogue::describesItself(def.name)) tables.try_emplace(def.name, def);
+    for (const TableDef& def : catalogue.ownTables()) tables.try_emplace(def.name, def);
   }
 
   StoredTable* table(const std::string& name, std::string* error) {

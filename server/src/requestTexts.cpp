@@ -27,6 +27,13 @@ std::string localTime(double time) {
   return {text, std::strftime(text, sizeof text, "%d.%m.%Y %H:%M:%S", &parts)};
 }
 
+// Fit for measuring the age of a command.
+std::string exactTime(double time) {
+  char text[48];
+  const int length = std::snprintf(text, sizeof text, "%.9f", time);
+  return {text, static_cast<size_t>(length)};
+}
+
 const char* qualityText(Quality quality) {
   switch (quality) {
     case Quality::kGood:
@@ -158,7 +165,9 @@ void addStates(const Measured& measured, Lines* lines) {
 }
 
 void addValue(const RequestContext& context, const Measured& measured, int32_t locId, Lines* lines) {
-  lines->add("manual", context.live.isManual(locId) ? "1" : "0");
+  const auto manual = context.live.manual(locId);
+  lines->add("manual", manual ? "1" : "0");
+  if (manual) lines->add("manualUser", manual->user).add("manualTimeText", localTime(manual->time));
   const auto value = context.live.current(locId);
   if (!value) return;
   lines->add("value", valueText(*value))
@@ -230,30 +239,12 @@ Reply measParams(const RequestContext& context, std::string_view body) {
       .add("class", object.className)
       .add("name", objectValue(object, "name_"))
       .add("unitName", measured.referred("RemoteUnitKey"))
-      .add("unit", measured.unit());
+      .add("unit", measured.unit())
+      .add("now", exactTime(context.now));
   addParameters(object, &lines);
   if (object.className == "Discrete") addStates(measured, &lines);
   addValue(context, measured, locId, &lines);
   return {wire::kOk, std::nullopt, lines.take()};
-}
-
-Reply manualValue(const RequestContext& context, std::string_view body) {
-  const Object object = measurementOf(context, body);
-  if (!object) return noMeasurement("ManualValue");
-  const int32_t locId = Measured(context, object).number().value_or(0);
-  if (bodyValue(body, "auto") == "1") {
-    context.live.liftManual(locId, context.now);
-    return {};
-  }
-  const std::string_view text = bodyValue(body, "value");
-  LiveValue value{context.now, Quality::kManual, std::string(text)};
-  if (object.className != "StringMeasurement") {
-    const auto number = parseNumber(text);
-    if (!number) return Reply::failure(wire::kMalformed, "ManualValue: not a number");
-    value.value = *number;
-  }
-  context.live.setManual(locId, std::move(value));
-  return {};
 }
 
 Reply valueHistory(const RequestContext& context, std::string_view body) {

@@ -21,7 +21,7 @@ constexpr PacketRow kPackets[] = {{"TableRecords", tableRecords},    {"TableStru
                                   {"RecByKeyLink", recByKeyLink},    {"RecByKey", recByKey},
                                   {"ObjectHint", objectHint},        {"LiteModel", liteModel},
                                   {"SRV_GROUPS_INFO", serverGroups}, {"MeasParams", measParams},
-                                  {"ManualValue", manualValue},      {"ValueHistory", valueHistory}};
+                                  {"ValueHistory", valueHistory}};
 
 struct ProcedureRow {
   std::string_view name;

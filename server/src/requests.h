@@ -36,7 +36,6 @@ wire::Reply objectHint(const RequestContext& context, std::string_view body);
 wire::Reply liteModel(const RequestContext& context, std::string_view body);
 wire::Reply serverGroups(const RequestContext& context, std::string_view body);
 wire::Reply measParams(const RequestContext& context, std::string_view body);
-wire::Reply manualValue(const RequestContext& context, std::string_view body);
 wire::Reply valueHistory(const RequestContext& context, std::string_view body);
 
 // Handlers of stored procedures; the argument is the packed script value of the request.

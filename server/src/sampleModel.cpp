@@ -1,12 +1,15 @@
 #include <TlmServer/CodePage.h>
 #include <TlmServer/SampleModel.h>
+#include <TlmServer/Users.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <set>
+#include <sstream>
 #include <unordered_set>
 
 #include "sampleCell.h"
@@ -64,6 +67,8 @@ std::string_view find(const Cells& cells, std::string_view column) {
   return found == cells.end() ? std::string_view() : found->second;
 }
 
+constexpr std::string_view kDeviceKind = "device";  // a file that tells how the simulated device behaves: no rows
+
 class Reader {
  public:
   explicit Reader(ModelTables* tables) : tables_(*tables) {}
@@ -104,7 +109,7 @@ class Reader {
       if (line.empty() || line.front() == '#') continue;
       if (kind.empty()) {
         kind = line;
-        if ((kind == "profiles") != wantProfiles) return true;
+        if (kind == kDeviceKind || (kind == "profiles") != wantProfiles) return true;
       } else if (columns.empty()) {
         columns = cellsOf(line);
       } else if (!readLine(kind, columns, line)) {
@@ -319,6 +324,24 @@ bool loadBuiltInSample(ModelTables* tables, std::string* error) {
   return readModelFiles(builtInFiles(), tables, error);
 }
 
+DeviceHabits sampleHabits() {
+  DeviceHabits habits;
+  for (const ModelFile& file : builtInFiles()) {
+    std::istringstream lines(file.text);
+    bool isDevice = false;
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line.front() == '#') continue;
+      if (!isDevice && line != kDeviceKind) break;
+      isDevice = true;
+      const size_t tab = line.find('\t');
+      const std::string word = tab == std::string::npos ? std::string() : line.substr(tab + 1);
+      if (word == "refuses") habits[std::atoi(line.c_str())] = DeviceHabit::kRefuses;
+      if (word == "silent") habits[std::atoi(line.c_str())] = DeviceHabit::kSilent;
+    }
+  }
+  return habits;
+}
+
 bool loadBuiltInReferences(ModelTables* tables, std::string* error) {
   constexpr std::string_view kReferences[] = {
       "Archives.tsv",   "BaseVoltage.tsv",         "EventClass.tsv",  "MeasurementUnit.tsv", "MeasurementArchGroup.tsv",
@@ -333,7 +356,7 @@ bool loadBuiltInReferences(ModelTables* tables, std::string* error) {
 NamedTables tablesToStore(const ModelTables& tables) {
   NamedTables named;
   for (const TableDef* table : storedTables(tables.catalogue()))
-    named.emplace_back(table->name, tables.table(table->name));
+    if (!table->own) named.emplace_back(table->name, tables.table(table->name));
   return named;
 }
 
@@ -344,7 +367,14 @@ std::unique_ptr<Store> createSampleStore(const std::string& path, const Catalogu
     if (why) *why = StoreError::kOther;
     return nullptr;
   }
-  return createSqliteStore(path, catalogue, tablesToStore(tables), error, why);
+  auto store = createSqliteStore(path, catalogue, tablesToStore(tables), error, why);
+  if (!store || addSampleUser(*store, catalogue, error)) return store;
+  if (why) *why = StoreError::kOther;
+  return nullptr;
+}
+
+bool addSampleUser(Store& store, const Catalogue& catalogue, std::string* error) {
+  return addUser(store, catalogue, {toCodePage("Оператор"), true}, "оператор", error);
 }
 
 }  // namespace tlm::server

@@ -3,6 +3,7 @@
 #include <TlmServer/Simulator.h>
 
 #include "objects.h"
+#include "simulatedDevice.h"
 #include "values.h"
 
 #include <algorithm>
@@ -48,7 +49,12 @@ Range rangeOf(const MDArray* analogs, const MDRData* analog) {
 
 }  // namespace
 
-Simulator::Simulator(Core& core, uint64_t seed, size_t limit) : core_(core), seed_(seed), limit_(limit) {}
+Simulator::Simulator(Core& core, uint64_t seed, size_t limit, DeviceHabits habits)
+    : core_(core), seed_(seed), limit_(limit), device_(std::make_shared<SimulatedDevice>(core, std::move(habits))) {
+  core_.setDevice(device_);
+}
+
+Simulator::~Simulator() { core_.setDevice(nullptr); }
 
 size_t Simulator::tick(double now) {
   if (seen_ != core_.lastSequence()) look();
@@ -99,6 +105,10 @@ LiveValue Simulator::valueOf(const Point& point, double now) const {
       break;
     }
     case Kind::kDiscrete: {
+      if (const auto state = device_->stateOf(point.locId)) {
+        value.value = *state;
+        break;
+      }
       const auto period = static_cast<int64_t>(seconds / (120 + 1800 * phase));
       value.value = noise(seed_, point.locId, period) < 0.7 ? 1.0 : 0.0;
       break;

@@ -92,6 +92,7 @@ std::vector<const TableDef*> storedTables(const Catalogue& catalogue) {
   std::vector<const TableDef*> tables;
   for (const TableDef& table : catalogue.tables())
     if (!Catalogue::describesItself(table.name)) tables.push_back(&table);
+  for (const TableDef& table : catalogue.ownTables()) tables.push_back(&table);
   return tables;
 }
 

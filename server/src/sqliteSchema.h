@@ -19,7 +19,7 @@ struct UpgradeStep {
 // The steps from each version that once shipped. The first version needs none.
 std::span<const UpgradeStep> upgradeSteps();
 
-// The tables of the catalogue that live in the store: all but those that describe the catalogue itself.
+// The tables that live in the store: all but those that describe the catalogue itself, and the server's own.
 std::vector<const TableDef*> storedTables(const Catalogue& catalogue);
 
 // Makes all tables in an empty file, without the indexes over keys (cheaper after the rows are in).

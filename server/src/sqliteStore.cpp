@@ -101,7 +101,7 @@ bool TableWriter::erase(std::string_view key, Failure* failure) {
 TableWriter* SqliteStore::writer(const std::string& table, Failure* failure) {
   const auto found = writers_.find(table);
   if (found != writers_.end()) return &found->second;
-  const TableDef* def = Catalogue::describesItself(table) ? nullptr : catalogue_.table(table);
+  const TableDef* def = catalogue_.storedTable(table);
   if (!def) {
     *failure = {StoreError::kOther, "the store has no table " + table};
     return nullptr;

@@ -128,8 +128,7 @@ TEST_F(LiveValueServerTest, AMeasurementThatChangesItsNumberLeavesTheValueOfTheO
 }
 
 TEST_F(LiveValueServerTest, TwoRunsOfTheSimulatorAgree) {
-  Simulator first(*core, 42);
-  EXPECT_EQ(first.tick(kNow), 4u);
+  EXPECT_EQ(Simulator(*core, 42).tick(kNow), 4u);
   const auto analog = core->live().current(1001);
   const auto text = core->live().current(1004);
   reopen(options);

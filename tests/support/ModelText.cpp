@@ -2,6 +2,7 @@
 
 #include <TlmMdx/CMDArray.h>
 #include <TlmServer/CodePage.h>
+#include <TlmServer/Users.h>
 
 #include <map>
 #include <memory>
@@ -29,6 +30,7 @@ constexpr Kind kKinds[] = {
     {"accumulator", "Accumulator", "RemoteUnitKey", true},
     {"string", "StringMeasurement", "RemoteUnitKey", true},
     {"table", "", nullptr, false},
+    {"user", "-", nullptr, false},
 };
 
 struct Line {
@@ -186,18 +188,36 @@ class Rows {
   std::vector<std::pair<CMDArray*, MDRData*>> records_;  // of the object at hand
 };
 
+bool addUsers(const std::vector<Line>& users, server::Store& store, std::string* error) {
+  for (const Line& line : users) {
+    server::User user{server::toCodePage(line.name), false};
+    std::string password;
+    for (const auto& [field, value] : line.fields) {
+      if (field == "control") user.control = value == "1";
+      if (field == "password") password = value;
+    }
+    if (!server::addUser(store, Catalogue::builtIn(), user, password, error)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 std::string keyOf(const std::string& name) { return server::keyOfName(name); }
 
 bool writeModel(const std::string& text, server::Store& store, std::string* error) {
   Rows rows(Catalogue::builtIn());
+  std::vector<Line> users;
   std::vector<Line> around;  // the lines that hold the one at hand
   std::istringstream lines(text);
   for (std::string row; std::getline(lines, row);) {
     if (trimmed(row).empty()) continue;
     Line line;
     if (!readLine(row, &line, error)) return false;
+    if (std::string(line.kind->word) == "user") {
+      users.push_back(std::move(line));
+      continue;
+    }
     if (line.depth > around.size()) return failed(error, row, "too deep");
     around.resize(line.depth);
     const Line* holder = around.empty() ? nullptr : &around.back();
@@ -206,7 +226,7 @@ bool writeModel(const std::string& text, server::Store& store, std::string* erro
     if (!rows.add(line, holder ? keyOf(holder->name) : std::string(), primary, error)) return false;
     around.push_back(line);
   }
-  return rows.write(store, error);
+  return rows.write(store, error) && addUsers(users, store, error);
 }
 
 }  // namespace tlm::test

@@ -22,8 +22,9 @@ std::string keyOf(const std::string& name);
 //       discrete 1003 Q-110 {CheckTu=1}
 //   unit Без папки
 //   table MeasurementArchGroup Часовая {aggregatedData=1}
+//   user Петров {password=secret;control=1}
 //
-// Kinds: folder, unit, analog, discrete, accumulator, string; "table NAME" for a row of any other table. The
+// Kinds: folder, unit, analog, discrete, accumulator, string; "table NAME" for a row of any other table; user. The
 // rest of the line is the name. Fields in braces, divided by ";", are set in the first table of the object's
 // chain that has them; "=@NAME" stands for the key of another object, "=" alone for null. A unit is in service
 // (StateRtu 1, SrvGroup 1) and a measurement works (work_ 1) unless the braces say other.

@@ -29,6 +29,7 @@ struct TableDef {
   std::string param;
   std::vector<FieldDef> fields;   // field 0 is "KeyLink"
   std::vector<std::string> keys;  // key expressions by number; 0 is "KeyLink"
+  bool own = false;               // of the server itself, see Catalogue::ownTables
 
   int field(std::string_view fieldName) const;  // number of a field, case ignored (ASCII); -1 when unknown
 };
@@ -43,6 +44,13 @@ class Catalogue {
 
   const std::vector<TableDef>& tables() const { return tables_; }
   const TableDef* table(std::string_view name) const;  // case respected; null when unknown
+
+  // Tables of the server itself, such as its users: stored like the others, but tables() does not list them, so that
+  // no request, script, change set or event reaches them.
+  const std::vector<TableDef>& ownTables() const { return ownTables_; }
+
+  // A table that lives in a store: any but those that describe the catalogue. Null for others.
+  const TableDef* storedTable(std::string_view name) const;
 
   // The chain of a class in writing order, such as IdentifiedObject, Measurement, Analog. Empty when unknown.
   std::vector<const TableDef*> chain(std::string_view className) const;
@@ -69,7 +77,10 @@ class Catalogue {
   static std::string typeKey(std::string_view declared);
 
  private:
+  void partOwn();
+
   std::vector<TableDef> tables_;
+  std::vector<TableDef> ownTables_;
 };
 
 // One value of a parameter text, such as "RemoteUnit" for "REF" in "REF=RemoteUnit;READONLY=1". Quotation

@@ -13,6 +13,7 @@
 
 namespace tlm::server {
 
+class Device;
 class Store;
 class LiveValues;
 class Catalogue;
@@ -82,6 +83,10 @@ class Core {
 
   // Publishes an event that is not kept, such as the receipt of a command.
   void publish(wire::Event event);
+
+  // Who carries out telecontrol commands; null for nobody. No call of the one before comes after it returns, but for
+  // commands that are being handed over.
+  void setDevice(std::shared_ptr<Device> device);
 
   int64_t lastSequence() const;
   // All events up to this one have been handed to their subscribers; at most lastSequence().

@@ -45,7 +45,7 @@ class LiveValues {
   void set(int32_t locId, LiveValue value);
 
   // Puts a manual value over those from the field until it is lifted. Its quality becomes kManual.
-  void setManual(int32_t locId, LiveValue value);
+  void setManual(int32_t locId, LiveValue value, const std::string& user = {});
 
   // The last value from the field counts again, with the time of the lifting when there is none newer.
   // False when no manual value stands.
@@ -53,6 +53,13 @@ class LiveValues {
 
   std::optional<LiveValue> current(int32_t locId) const;
   bool isManual(int32_t locId) const;
+
+  // Who entered the manual value that stands, and when; nothing without one.
+  struct Manual {
+    std::string user;  // Windows-1251
+    double time = 0;   // server time
+  };
+  std::optional<Manual> manual(int32_t locId) const;
 
   // What was current between two times, both included, oldest first.
   std::vector<LiveValue> history(int32_t locId, double from, double to) const;
@@ -65,6 +72,7 @@ class LiveValues {
     std::optional<LiveValue> current;
     std::optional<LiveValue> beneath;  // of the field, while a manual value stands
     bool manual = false;
+    std::string user;  // who entered it
     std::deque<LiveValue> history;
   };
 

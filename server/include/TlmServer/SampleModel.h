@@ -2,6 +2,7 @@
 #ifndef TLMSERVER_SAMPLEMODEL_H
 #define TLMSERVER_SAMPLEMODEL_H
 
+#include <TlmServer/Device.h>
 #include <TlmServer/ModelTables.h>
 #include <TlmServer/SqliteStore.h>
 
@@ -31,10 +32,16 @@ bool loadBuiltInSample(ModelTables* tables, std::string* error);
 // their groups, voltages, classes of events, texts of states, server groups.
 bool loadBuiltInReferences(ModelTables* tables, std::string* error);
 
+// How the simulated device of the built-in sample takes commands.
+DeviceHabits sampleHabits();
+
 // The tables that go into a store: all but those that describe the catalogue. Valid as long as `tables`.
 NamedTables tablesToStore(const ModelTables& tables);
 
-// Makes a store that holds the built-in sample, as createSqliteStore does.
+// The one operator of the sample, who may command: sample/README.md tells name and password.
+bool addSampleUser(Store& store, const Catalogue& catalogue, std::string* error);
+
+// Makes a store that holds the built-in sample and its operator, as createSqliteStore does.
 std::unique_ptr<Store> createSampleStore(const std::string& path, const Catalogue& catalogue, std::string* error,
                                          StoreError* why = nullptr);
 

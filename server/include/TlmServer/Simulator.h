@@ -2,21 +2,30 @@
 #ifndef TLMSERVER_SIMULATOR_H
 #define TLMSERVER_SIMULATOR_H
 
+#include <TlmServer/Device.h>
 #include <TlmServer/LiveValues.h>
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace tlm::server {
 
 class Core;
+class SimulatedDevice;
+
+inline constexpr size_t kMostSimulated = 20'000;  // measurements
 
 // A value depends on the seed, the number of the measurement and the time alone, so that two runs agree.
+// It is the core's device as long as it lives: a signal that was commanded keeps the state that it was given.
 // Used by one thread at a time; the core must outlive it.
 class Simulator {
  public:
   // Feeds at most `limit` measurements, those with the lowest numbers.
-  Simulator(Core& core, uint64_t seed, size_t limit = 20'000);
+  Simulator(Core& core, uint64_t seed, size_t limit = kMostSimulated, DeviceHabits habits = {});
+  ~Simulator();
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
 
   // Sets the values of the time `now` (days since 30.12.1899, UTC) for all measurements in operation.
   // Returns how many were set. Looks at the model again when it has changed since the last call.
@@ -39,6 +48,7 @@ class Simulator {
   const size_t limit_;
   int64_t seen_ = -1;
   std::vector<Point> points_;
+  std::shared_ptr<SimulatedDevice> device_;
 };
 
 }  // namespace tlm::server

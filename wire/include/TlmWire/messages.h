@@ -42,6 +42,7 @@ struct Request {
 
 // The request that sends a telecontrol command: carried out once or never, so that it is never sent again by itself.
 inline constexpr char kCommandRequest[] = "RemoteControl";
+
 // Requests that travel together. All of them are answered; the updates among them are one transaction.
 struct Block {
   std::string identity;  // of the commit, 32 characters, made by the session; empty without updates

@@ -1,0 +1,299 @@
+#include <TlmClient/CPopRemoteControl.h>
+
+#include <TlmClient/CTlmCliMod.h>
+#include <TlmClient/GenGuid32.h>
+
+#include <QElapsedTimer>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTextCodec>
+#include <QVBoxLayout>
+
+#include "MeasCard.h"
+#include "exchange.h"
+#include "outcome.h"
+
+namespace {
+
+constexpr int kRefreshMs = 1000;
+constexpr int kAnswerMs = 5000;
+constexpr int kRefreshAnswerMs = 1000;
+constexpr double kMsOfDay = 86'400'000;
+
+constexpr char kInvalid[] = "3";  // quality of a value that says nothing of the state
+
+CTlmCliMod* moduleAround(QWidget* panel) {
+  for (QWidget* widget = panel; widget; widget = widget->parentWidget()) {
+    if (auto* const module = qobject_cast<CTlmCliMod*>(widget)) return module;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+struct CPopRemoteControl::Parts {
+  tlm::MeasCard* card = nullptr;
+  QWidget* choice = nullptr;  // what is given in the first step
+  QRadioButton* commands[2] = {nullptr, nullptr};
+  QLineEdit* user = nullptr;
+  QLineEdit* password = nullptr;
+  QLabel* passwordTitle = nullptr;
+  QLabel* notice = nullptr;
+  QPushButton* accept = nullptr;
+  QPushButton* reject = nullptr;
+
+  Step step = kChoosing;
+  tlm::Lines params;
+  bool asksPassword = true;
+  double serverTime = 0;  // when the server was last heard
+  QElapsedTimer since;    // then
+  QByteArray identity;    // of the command that was sent
+  QByteArray issued;      // and when, server time
+  bool sent = false;      // a command went out since the panel was opened
+  bool silence = false;   // the server was not heard after that
+
+  int chosen() const { return commands[1]->isChecked() ? 1 : 0; }
+  QString commandName() const { return commands[chosen()]->text(); }
+  double now() const { return serverTime + static_cast<double>(since.elapsed()) / kMsOfDay; }
+  void hear(const tlm::Lines& lines) {
+    serverTime = lines.number("now");
+    since.start();
+  }
+  // The body of a new command.
+  QByteArray command(int state, const QByteArray& name, const QByteArray& secret) {
+    identity = GenGuid32();
+    issued = QByteArray::number(now(), 'f', 9);
+    return tlm::line("locId", params.value("locId").toLatin1()) + tlm::line("state", QByteArray::number(state)) +
+           tlm::line("user", name) + tlm::line("password", secret) + tlm::line("id", identity) +
+           tlm::line("issued", issued);
+  }
+};
+
+CPopRemoteControl::CPopRemoteControl(QWidget* parent) : CPopTemplate(parent), parts_(std::make_unique<Parts>()) {
+  setPanelTitle(QStringLiteral("Телеуправление"));
+  build();
+  refreshTimer.setInterval(kRefreshMs);
+  connect(&refreshTimer, &QTimer::timeout, this, &CPopRemoteControl::refresh);
+}
+
+CPopRemoteControl::~CPopRemoteControl() = default;
+
+void CPopRemoteControl::build() {
+  Parts& p = *parts_;
+  p.card = new tlm::MeasCard(this);
+  p.choice = new QWidget(this);
+  auto* const commands = new QHBoxLayout;
+  for (int i = 0; i < 2; ++i) {
+    p.commands[i] = new QRadioButton(p.choice);
+    p.commands[i]->setObjectName(QStringLiteral("rb_Command%1").arg(i));
+    commands->addWidget(p.commands[i]);
+  }
+  commands->addStretch();
+  p.user = new QLineEdit(p.choice);
+  p.user->setObjectName(QStringLiteral("le_User"));
+  p.user->setMaxLength(60);
+  p.password = new QLineEdit(p.choice);
+  p.password->setObjectName(QStringLiteral("le_Password"));
+  p.password->setEchoMode(QLineEdit::Password);
+  p.password->setMaxLength(128);
+  p.passwordTitle = new QLabel(QStringLiteral("Пароль:"), p.choice);
+  auto* const form = new QFormLayout(p.choice);
+  form->setContentsMargins(0, 0, 0, 0);
+  form->setLabelAlignment(Qt::AlignLeft);
+  form->addRow(QStringLiteral("Команда:"), commands);
+  form->addRow(QStringLiteral("Оператор:"), p.user);
+  form->addRow(p.passwordTitle, p.password);
+  p.notice = tlm::wideLabel(this, "lbl_Notice");
+  p.accept = new QPushButton(this);
+  p.accept->setObjectName(QStringLiteral("btn_OK"));
+  p.reject = new QPushButton(this);
+  p.reject->setObjectName(QStringLiteral("btn_Cancel"));
+  auto* const buttons = new QHBoxLayout;
+  buttons->addStretch();
+  buttons->addWidget(p.accept);
+  buttons->addWidget(p.reject);
+  auto* const layout = new QVBoxLayout(this);
+  layout->setContentsMargins(panelMargins());
+  layout->addWidget(p.card);
+  layout->addWidget(p.choice);
+  layout->addWidget(p.notice);
+  layout->addSpacing(6);
+  layout->addLayout(buttons);
+  connect(p.accept, &QPushButton::clicked, this, &CPopRemoteControl::On_Accept);
+  connect(p.reject, &QPushButton::clicked, this, &CPopRemoteControl::On_Reject);
+}
+
+// The command that is offered is the one that changes something.
+void CPopRemoteControl::SetParams(const QByteArray& params) {
+  Parts& p = *parts_;
+  p.params = tlm::Lines(params);
+  p.hear(p.params);
+  p.asksPassword = p.params.value("tuPassword") != QLatin1String("0");
+  p.sent = false;
+  p.silence = false;
+  p.card->setParams(p.params);
+  for (int i = 0; i < 2; ++i) p.commands[i]->setText(p.params.value(i == 0 ? "command0" : "command1"));
+  p.commands[p.params.value("value") == QLatin1String("1") ? 0 : 1]->setChecked(true);
+  p.password->clear();
+  p.password->setVisible(p.asksPassword);
+  p.passwordTitle->setVisible(p.asksPassword);
+  go(kChoosing);
+}
+
+CPopRemoteControl::Step CPopRemoteControl::step() const { return parts_->step; }
+
+bool CPopRemoteControl::ControlAuto() {
+  Parts& p = *parts_;
+  const bool known = p.params.has("value") && p.params.value("quality") != QLatin1String(kInvalid);
+  if (!p.params.flag("tuAuto") || p.asksPassword || !known) return false;
+  const int state = p.params.value("value") == QLatin1String("1") ? 0 : 1;
+  const tlm::Answer answer =
+      tlm::ask(tlm::sessionAround(parentWidget()), "RemoteControl", p.command(state, {}, {}), kAnswerMs);
+  CTlmCliMod* const module = moduleAround(parentWidget());
+  if (!module) return true;
+  const QString what = QStringLiteral("Телеуправление, %1, «%2»: %3")
+                           .arg(p.params.value("name"), p.params.value(state == 0 ? "command0" : "command1"));
+  if (answer.good())
+    module->SetError(what.arg(QStringLiteral("команда передана")));
+  else if (answer.kind == tlm::Answer::kNone)
+    module->SetError(what.arg(QStringLiteral("ответа нет, выполнена ли команда, не известно")));
+  else
+    module->SetError(what.arg(tlm::refusalText(answer)));
+  return true;
+}
+
+void CPopRemoteControl::FocusToPassword() {
+  if (parts_->step == kChoosing) (parts_->asksPassword ? parts_->password : parts_->user)->setFocus();
+}
+
+void CPopRemoteControl::go(Step step, const QString& text) {
+  Parts& p = *parts_;
+  p.step = step;
+  p.choice->setVisible(step == kChoosing);
+  tell(text, step == kChoosing || step == kUnknown);
+  showButtons();
+}
+
+void CPopRemoteControl::showButtons() {
+  Parts& p = *parts_;
+  const bool asks = p.step == kChoosing || p.step == kConfirming;
+  p.accept->setVisible(asks);
+  p.accept->setText(p.step == kConfirming ? QStringLiteral("Подать команду") : QStringLiteral("Далее"));
+  p.reject->setText(p.step == kConfirming ? QStringLiteral("Назад")
+                    : asks                ? QStringLiteral("Отмена")
+                                          : QStringLiteral("Закрыть"));
+  if (isVisible() && p.step != kChoosing) p.reject->setFocus();
+}
+
+void CPopRemoteControl::On_Accept() {
+  switch (parts_->step) {
+    case kChoosing:
+      return confirm();
+    case kConfirming:
+      // Enter belongs to the button that has the focus: the way back at first, so that a second Enter sends nothing.
+      return parts_->reject->hasFocus() ? On_Reject() : send();
+    default:
+      hide();
+  }
+}
+
+void CPopRemoteControl::On_Reject() {
+  if (parts_->step != kConfirming) return hide();
+  go(kChoosing);
+  FocusToPassword();
+}
+
+void CPopRemoteControl::confirm() {
+  Parts& p = *parts_;
+  if (p.user->text().trimmed().isEmpty()) {
+    p.user->setFocus();
+    return tell(QStringLiteral("Назовите оператора."), true);
+  }
+  if (p.asksPassword && p.password->text().isEmpty()) {
+    p.password->setFocus();
+    return tell(QStringLiteral("Введите пароль."), true);
+  }
+  const QString unit = p.params.value("unitName");
+  const QString name = p.params.value("name");
+  const QString object = unit.isEmpty() ? name : QStringLiteral("%1, %2").arg(unit, name);
+  go(kConfirming, QStringLiteral("Подать команду «%1» на объект «%2»?").arg(p.commandName(), object));
+}
+
+// The password leaves the panel with the command, whatever comes of it.
+void CPopRemoteControl::send() {
+  Parts& p = *parts_;
+  const QByteArray body = p.command(p.chosen(), tlm::serverCodec()->fromUnicode(p.user->text().trimmed()),
+                                    p.asksPassword ? p.password->text().toUtf8() : QByteArray());
+  p.password->clear();
+  const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "RemoteControl", body, kAnswerMs);
+  p.sent = p.sent || answer.good() || answer.kind == tlm::Answer::kNone;
+  p.silence = false;
+  if (answer.good()) return go(kWaiting, QStringLiteral("Команда передана, ожидается квитанция."));
+  if (answer.kind == tlm::Answer::kNone) {
+    p.silence = true;
+    return go(kUnknown, tlm::unknownText());
+  }
+  go(kChoosing, answer.kind == tlm::Answer::kUnsent ? QStringLiteral("Нет связи с сервером, команда не подана.")
+                                                    : tlm::refusalText(answer));
+  FocusToPassword();
+}
+
+void CPopRemoteControl::refresh() {
+  Parts& p = *parts_;
+  const QByteArray body = tlm::line("locId", QByteArray::number(locId));
+  const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "MeasParams", body, kRefreshAnswerMs);
+  if (answer.kind != tlm::Answer::kGiven) {
+    p.silence = true;
+    return p.card->setSilent();
+  }
+  if (answer.good()) {
+    const tlm::Lines lines(answer.text);
+    p.hear(lines);
+    p.card->setValue(lines);
+  } else if (p.step == kChoosing || p.step == kConfirming) {
+    return go(kOver, QStringLiteral("Измерения больше нет на сервере."));
+  }
+  if (p.step == kWaiting || p.step == kUnknown) askOutcome();
+}
+
+// As long as the server was heard all the time, the module's receipt tells the operator, and the panel gives way.
+void CPopRemoteControl::askOutcome() {
+  Parts& p = *parts_;
+  const QByteArray body = tlm::line("id", p.identity) + tlm::line("issued", p.issued);
+  const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "CommandOutcome", body, kRefreshAnswerMs);
+  if (!answer.good()) {
+    p.silence = true;
+    return;
+  }
+  const tlm::Lines lines(answer.text);
+  if (lines.value("state") == QLatin1String("running")) {
+    if (p.step != kWaiting) go(kWaiting, QStringLiteral("Команда передана, ожидается квитанция."));
+  } else if (p.silence || !tlm::isReceipted(lines)) {
+    go(kOver, tlm::outcomeText(lines));
+  } else {
+    hide();
+  }
+}
+
+void CPopRemoteControl::tell(const QString& text, bool bad) {
+  tlm::showNotice(parts_->notice, text, bad);
+  if (isVisible()) moveToCenter();
+}
+
+void CPopRemoteControl::showEvent(QShowEvent* event) {
+  moveToCenter();
+  CPopTemplate::showEvent(event);
+  refreshTimer.start();
+  FocusToPassword();
+}
+
+void CPopRemoteControl::hideEvent(QHideEvent* event) {
+  refreshTimer.stop();
+  parts_->password->clear();
+  CPopTemplate::hideEvent(event);
+  if (!event->spontaneous()) emit signalTlmCliWidgetClosed(this, parts_->sent ? 1 : 0);
+}

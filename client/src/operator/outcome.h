@@ -1,0 +1,19 @@
+// What became of a telecontrol command, in words.
+#ifndef TLMCLIENT_OPERATOR_OUTCOME_H
+#define TLMCLIENT_OPERATOR_OUTCOME_H
+
+#include <QString>
+
+namespace tlm {
+
+class Lines;
+
+// Whether the server has published a receipt of that outcome.
+bool isReceipted(const Lines& outcome);
+
+QString outcomeText(const Lines& outcome);  // of the lines that "CommandOutcome" answers with
+QString unknownText();                      // while no answer came
+
+}  // namespace tlm
+
+#endif

@@ -1,0 +1,50 @@
+// Checks who commands: right, password, and how often he was wrong.
+#ifndef TLMSERVER_OPERATORS_H
+#define TLMSERVER_OPERATORS_H
+
+#include <TlmServer/Store.h>
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "ownTable.h"
+
+namespace tlm::server {
+
+// Any thread, once it is loaded.
+class Operators {
+ public:
+  enum class Verdict { kGranted, kWrong, kLocked, kNoRight };
+
+  static constexpr int kMostTries = 10;  // wrong ones in a row
+  static constexpr double kLockSeconds = 60;
+
+  explicit Operators(const Catalogue& catalogue) : users_(catalogue, "Users") {}
+
+  bool load(Store& store, std::string* error) { return users_.load(store, error); }
+
+  // `password` is absent where the signal asks for none. After ten wrong passwords in a row nobody gets in under that
+  // name for a minute, with the right one neither. `now` in days.
+  Verdict check(const std::string& name, std::optional<std::string_view> password, double now);
+
+ private:
+  struct Tries {
+    int wrong = 0;
+    double lockedUntil = 0;  // days
+    double last = 0;
+  };
+
+  bool locked(const std::string& name, double now);
+  void note(const std::string& name, bool right, double now);
+
+  OwnTable users_;
+  std::mutex mutex_;
+  std::map<std::string, Tries> tries_;  // of names that were given, there or not
+};
+
+}  // namespace tlm::server
+
+#endif
