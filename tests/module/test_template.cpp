@@ -285,6 +285,14 @@ TEST_F(Template, TabGoesFromFieldToField) {
                                      "checkBox_flds", "checkBox_agregData", "ОК", "Отмена"}));
 }
 
+TEST_F(Template, ADialogThatGoesLeavesTheKeyboardWhereItIsByThen) {
+  start();
+  open("P Т-1", "КП-2");
+  module->ui->tV_Prop->setFocus();
+  dialog()->On_Reject();
+  EXPECT_TRUE(module->ui->tV_Prop->hasFocus());
+}
+
 TEST_F(Template, AcceptGivesTheTextsAsTheyStand) {
   start();
   open("P Т-1", "КП-2");
