@@ -246,6 +246,21 @@ TEST_F(CutCopy, OnePasteElsewhereTakesTheGreyFromTheOtherWindow) {
   EXPECT_FALSE(isGrey("Q"));
 }
 
+TEST_F(CutCopy, PasteTakesTheGreyAlsoWithoutAWordOfTheClipboard) {
+  start();
+  cut({"Q"});
+  const QSignalBlocker silent(QGuiApplication::clipboard());
+  module->ExecActPaste(find("КП-2"), true);
+  EXPECT_EQ(module->treeModel->cutKeys, QStringList());
+}
+
+TEST_F(CutCopy, AnotherDocumentLeavesTheGrey) {
+  start();
+  cut({"Q"});
+  putPayload(clipboardPayload("<MyTree><Folder KeyLink='k'/></MyTree>", false));
+  EXPECT_EQ(module->treeModel->cutKeys, QStringList{key("Q")});
+}
+
 TEST_F(CutCopy, NewCopyBeginsTheNamesAnew) {
   start();
   copy({"Q"});
