@@ -150,17 +150,10 @@ QModelIndex SheetModel::nextField(const QModelIndex& from, int step, bool editab
 void SheetModel::fieldChanged(const QString& id) { emit dataChanged(indexOf(id, kName), indexOf(id, kValue)); }
 
 void SheetModel::changeFields(const std::function<void(SheetField&)>& change) {
+  const SheetContent before = content_;
   for (SheetGroup& group : content_.groups)
     for (SheetField& field : group.fields) change(field);
-  allChanged();
-}
-
-void SheetModel::allChanged() {
-  if (rowCount() > 0) emit dataChanged(index(0, 0), index(rowCount() - 1, 1));
-  for (size_t g = 0; g < content_.groups.size(); ++g)
-    if (!content_.groups[g].fields.empty())
-      emit dataChanged(createIndex(0, 0, quintptr(g) + 1),
-                       createIndex(int(content_.groups[g].fields.size()) - 1, 1, quintptr(g) + 1));
+  tellDifferences(before);
 }
 
 QModelIndex SheetModel::index(int row, int column, const QModelIndex& parentIndex) const {

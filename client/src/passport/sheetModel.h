@@ -71,7 +71,7 @@ class SheetModel : public QAbstractItemModel {
   QModelIndex nextField(const QModelIndex& from, int step, bool editableOnly) const;
 
   void fieldChanged(const QString& id);
-  // Changes every field, then tells of it.
+  // Changes fields, then tells of those that differ.
   void changeFields(const std::function<void(SheetField&)>& change);
 
   QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
@@ -85,7 +85,6 @@ class SheetModel : public QAbstractItemModel {
 
  private:
   int leading() const;  // rows above the groups
-  void allChanged();
   void tellDifferences(const SheetContent& before);
   bool sameRows(const SheetContent& other) const;
   QVariant leadingData(int row, int column, int role) const;
