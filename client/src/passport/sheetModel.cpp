@@ -80,17 +80,22 @@ bool SheetModel::setContent(SheetContent content) {
 }
 
 // Cell by cell: a view paints no more than the cells that are told one at a time.
+void SheetModel::tellRow(const QModelIndex& row) {
+  for (const int column : {kName, kValue}) {
+    const QModelIndex cell = row.siblingAtColumn(column);
+    emit dataChanged(cell, cell);
+  }
+}
+
 void SheetModel::tellDifferences(const SheetContent& before) {
-  const auto tell = [this](const QModelIndex& row) {
-    for (const QModelIndex& cell : {row, row.siblingAtColumn(kValue)}) emit dataChanged(cell, cell);
-  };
-  if (before.live != content_.live) tell(liveIndex());
+  if (before.live != content_.live) tellRow(liveIndex());
   for (size_t i = 0; i < content_.heading.size(); ++i)
-    if (before.heading[i] != content_.heading[i]) tell(index(leading() - int(content_.heading.size()) + int(i), kName));
+    if (before.heading[i] != content_.heading[i])
+      tellRow(index(leading() - int(content_.heading.size()) + int(i), kName));
   for (size_t g = 0; g < content_.groups.size(); ++g)
     for (size_t f = 0; f < content_.groups[g].fields.size(); ++f)
       if (!sameCells(before.groups[g].fields[f], content_.groups[g].fields[f]))
-        tell(createIndex(int(f), kName, quintptr(g) + 1));
+        tellRow(createIndex(int(f), kName, quintptr(g) + 1));
 }
 
 void SheetModel::setLive(const QString& text) {
@@ -147,7 +152,9 @@ QModelIndex SheetModel::nextField(const QModelIndex& from, int step, bool editab
   return last;
 }
 
-void SheetModel::fieldChanged(const QString& id) { emit dataChanged(indexOf(id, kName), indexOf(id, kValue)); }
+void SheetModel::fieldChanged(const QString& id) {
+  if (const QModelIndex row = indexOf(id); row.isValid()) tellRow(row);
+}
 
 void SheetModel::changeFields(const std::function<void(SheetField&)>& change) {
   const SheetContent before = content_;
@@ -238,7 +245,7 @@ bool SheetModel::setData(const QModelIndex& at, const QVariant& value, int role)
   else
     return false;
   if (!handler_(*found, edit)) return false;
-  emit dataChanged(at.sibling(at.row(), kName), at);
+  tellRow(at);
   return true;
 }
 

@@ -85,6 +85,7 @@ class SheetModel : public QAbstractItemModel {
 
  private:
   int leading() const;  // rows above the groups
+  void tellRow(const QModelIndex& row);
   void tellDifferences(const SheetContent& before);
   bool sameRows(const SheetContent& other) const;
   QVariant leadingData(int row, int column, int role) const;
