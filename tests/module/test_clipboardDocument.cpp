@@ -145,6 +145,48 @@ TEST_F(CutCopy, PrimaryIsNamedForAggregatedMeasurementsAlone) {
   EXPECT_EQ(elements().count("MeasurementArchGroupKey"), 0);
 }
 
+TEST_F(CutCopy, PrimaryNumberOfZeroIsNone) {
+  start();
+  const myConfNode* node = nodeOf(find("P макс"));
+  node->table->SetVal(node->record, "primaryLocId", intVar(0));
+  copy({"P"});
+  EXPECT_EQ(elements().count("primaryLocId"), 0);
+  EXPECT_EQ(elements().count("MeasurementArchGroupKey"), 0);
+}
+
+TEST_F(CutCopy, ArchiveGroupIsNamedWhenThereIsOne) {
+  start();
+  const myConfNode* node = nodeOf(find("P макс"));
+  for (const MDRVar& none : {nullTextVar(), textVar(QByteArray(""))}) {
+    node->table->SetVal(node->record, "MeasurementArchGroupKey", none);
+    copy({"P"});
+    EXPECT_EQ(elements().count("primaryLocId=1001"), 1);
+    EXPECT_EQ(elements().count("MeasurementArchGroupKey"), 0);
+  }
+}
+
+TEST_F(CutCopy, GreyTakesACutThatMarks) {
+  start();
+  for (const auto& [isCut, markCut] : {std::pair{true, false}, {false, true}, {false, false}, {true, true}}) {
+    QDomDocument doc;
+    QDomElement root = doc.createElement("MyTree");
+    module->treeModel->cutKeys.clear();
+    module->AddToXmlClipBoard(doc, root, find("P"), isCut, markCut);
+    EXPECT_EQ(module->treeModel->cutKeys, isCut && markCut ? QStringList({key("P"), key("P макс")}) : QStringList());
+    module->treeModel->cutKeys.clear();
+    module->CheckAndAddSubNodes(find("P"), doc, root, isCut, markCut);
+    EXPECT_EQ(module->treeModel->cutKeys, isCut && markCut ? QStringList(key("P макс")) : QStringList());
+  }
+}
+
+TEST_F(CutCopy, BelowNoRowThereIsNothing) {
+  start();
+  QDomDocument doc;
+  QDomElement root = doc.createElement("MyTree");
+  module->CheckAndAddSubNodes(QModelIndex(), doc, root, true, true);
+  EXPECT_FALSE(root.hasChildNodes());
+}
+
 TEST_F(CutCopy, TextIsUtf8WithOneBlankOfIndentation) {
   start();
   copy({"КП-3"});
