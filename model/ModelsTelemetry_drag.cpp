@@ -20,14 +20,13 @@ QMimeData* MeasConfTreeModel::mimeData(const QModelIndexList& indexes) const {
   return data;
 }
 
-// The objects do not move here but by the events of the write. The cell under the mouse stands for its row.
+// The objects do not move here but by the events of the write.
 bool MeasConfTreeModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int, int,
                                      const QModelIndex& parent) {
   if (action == Qt::IgnoreAction) return true;
   if (!data || !data->hasFormat(kMeasMimeType) || !takesDrop(parent)) return false;
-  const QModelIndex row = parent.siblingAtColumn(0);
   const QString xml = payloadDocument(data->data(kMeasMimeType));
-  if (!module->CheckIsParent(xml, row)) module->ParseUpLevelXml(xml, row, false, true);
+  if (!module->CheckIsParent(xml, parent)) module->ParseUpLevelXml(xml, parent, false, true);
   module->dragTableName.clear();
   return true;
 }

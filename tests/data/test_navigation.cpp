@@ -95,6 +95,48 @@ TEST_F(NavigationTest, PreviousUnitGoesDownToTheDeepestRow) {
   EXPECT_EQ(text(module->GetPrevRTUIndex(row("А-2"))), "А-1");
 }
 
+// A current row may lie in the number's column.
+TEST_F(NavigationTest, WalksFromAnyColumnGiveTheFirst) {
+  const QModelIndex next = module->GetNextIndex(row("Первое").siblingAtColumn(1));
+  EXPECT_EQ(text(next), "Часовое");
+  EXPECT_EQ(next.column(), 0);
+  EXPECT_EQ(module->GetNextIndex(row("Часовое").siblingAtColumn(1)), row("Дискретные сигналы"));
+  EXPECT_EQ(module->GetPrevIndex(row("А-2").siblingAtColumn(1)), row("Сигнал"));
+  EXPECT_EQ(module->GetNextRTUIndex(row("А-1").siblingAtColumn(1)), row("А-2"));
+  EXPECT_EQ(module->GetPrevRTUIndex(row("А-2").siblingAtColumn(1)), row("Сигнал"));
+  EXPECT_EQ(module->GetKeyLinkRTU(row("Первое").siblingAtColumn(1)), key("А-1"));
+  EXPECT_EQ(module->GetKeyLinkByModelIndex(row("Первое").siblingAtColumn(1)), key("Первое"));
+}
+
+TEST_F(NavigationTest, BeforeARowInAnyColumnStandsTheFirstColumnOfTheOneAbove) {
+  load(kModel);
+  EXPECT_EQ(module->GetPrevIndex(row("А-2").siblingAtColumn(1)), row("А-1"));
+}
+
+TEST_F(NavigationTest, FolderWithinFoldersLiesInNoUnit) {
+  load("folder А\n  folder Б\n    folder В\n");
+  EXPECT_EQ(module->GetKeyLinkRTU(row("В")), QString());
+}
+
+TEST_F(NavigationTest, GroupOutsideAUnitLiesInNone) {
+  module->treeModel->insertNodes(row("Б"), 0, {new myConfNode(node("Б"), "Счетчики", nullptr, nullptr)});
+  ASSERT_EQ(row("Счетчики").parent(), row("Б"));
+  EXPECT_EQ(module->GetKeyLinkRTU(row("Счетчики")), QString());
+}
+
+TEST_F(NavigationTest, FromTheDefaultUnitThereIsNoUnitBesideIt) {
+  EXPECT_EQ(text(module->GetNextRTUIndex(module->treeModel->defaultUnit())), "-");
+  EXPECT_EQ(text(module->GetPrevRTUIndex(row("Ничьё"))), "-");
+}
+
+TEST_F(NavigationTest, ParentOfAGroupIsItsUnitAndOfOthersTheRowAbove) {
+  QModelIndex parent;
+  EXPECT_TRUE(module->GetIndexParent(row("Дискретные сигналы"), parent));
+  EXPECT_EQ(parent, row("А-1"));
+  EXPECT_TRUE(module->GetIndexParent(row("Ничьё"), parent));
+  EXPECT_EQ(parent, module->treeModel->defaultUnit());
+}
+
 TEST_F(NavigationTest, ParentOfAMeasurementIsItsUnit) {
   QModelIndex parent;
   EXPECT_TRUE(module->GetIndexParent(row("Первое"), parent));

@@ -378,6 +378,19 @@ TEST_F(Drag, OnlyTheFirstOfSeveralDecidesWhetherItStandsThere) {
   EXPECT_TRUE(eventsAreIn());
 }
 
+// Another program may offer anything under the format.
+TEST_F(Drag, DropOfADocumentThatDeclaresEntitiesDoesNothing) {
+  start();
+  const auto data = dragOf("КП-4");
+  QMimeData foreign;
+  foreign.setData("TlmMeasList", QString("0<!DOCTYPE x [<!ENTITY a 'b'>]><MyTree><RemoteUnit KeyLink='%1' "
+                                         "ClassName='RemoteUnit'/></MyTree>")
+                                     .arg(key("КП-4"))
+                                     .toUtf8());
+  EXPECT_TRUE(drop(&foreign, find("Юг")));
+  EXPECT_EQ(writes(), QStringList());
+}
+
 // ---- what stands where ----------------------------------------------------------------------------------
 
 TEST_F(Drag, IsAtItsParentByTheTopKeyAlone) {
