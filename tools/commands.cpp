@@ -33,7 +33,10 @@ int create(const Arguments& arguments) {
   ModelTables tables(Catalogue::builtIn(), ModelTables::Keys::kLater);
   std::string error;
   if (!arguments.has("--empty") && !loadBuiltInSample(&tables, &error)) return failed(error);
-  return makeStore(tables, arguments.file);
+  const int made = makeStore(tables, arguments.file);
+  if (made != kDone || arguments.has("--empty")) return made;
+  const auto store = openSqliteStore(arguments.file, Catalogue::builtIn(), &error);
+  return store && addSampleUser(*store, Catalogue::builtIn(), &error) ? kDone : failed(error);
 }
 
 int generate(const Arguments& arguments) {
@@ -96,7 +99,18 @@ const std::vector<Command>& commands() {
        "write the rows of a table, in order of arrival, as text",
        {{"--table", "the name of a table", true}, {"--columns", "names of columns, joined by commas", false}},
        dump},
-      {"check", "check FILE", "look for damage in a store and for contradictions in its model", {}, check}};
+      {"check", "check FILE", "look for damage in a store and for contradictions in its model", {}, check},
+      {"user add",
+       "user add --name N [--control] FILE",
+       "add a user of a store, or replace him; the password is read from the standard input",
+       {{"--name", "the name", true}, {"--control", nullptr, false}},
+       addUser},
+      {"user list", "user list FILE", "write the users of a store: name, and whether they may command", {}, listUsers},
+      {"user remove",
+       "user remove --name N FILE",
+       "remove a user of a store",
+       {{"--name", "the name", true}},
+       removeUser}};
   return all;
 }
 

@@ -19,6 +19,9 @@ struct Command {
 const std::vector<Command>& commands();
 
 int dump(const Arguments& arguments);
+int addUser(const Arguments& arguments);
+int listUsers(const Arguments& arguments);
+int removeUser(const Arguments& arguments);
 
 // Says what went wrong and returns kFailed, or kUsage for what the caller typed.
 int failed(const std::string& what);

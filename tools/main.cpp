@@ -34,8 +34,11 @@ int main(int argc, char** argv) {
   const std::string first = argc > 1 ? argv[1] : "";
   if (first == "--help" || first == "help") return help();
   if (first == "--version") return std::printf("tlmctl %s\n", TLM_VERSION), kDone;
-  for (const Command& command : commands())
+  const std::string both = argc > 2 ? first + " " + argv[2] : first;
+  for (const Command& command : commands()) {
     if (first == command.name) return run(command, {argv + 2, argv + argc});
+    if (both == command.name) return run(command, {argv + 3, argv + argc});
+  }
   std::fprintf(stderr, first.empty() ? "tlmctl: a command is missing\n" : "tlmctl: unknown command \"%s\"\n",
                first.c_str());
   std::fprintf(stderr, "\"tlmctl --help\" lists the commands\n");

@@ -26,6 +26,17 @@ void addForm(const MDArray* forms, const MDRData* form, MDArray* out) {
   MDARecPost(row, nullptr);
 }
 
+void addForms(const MDArray* forms, std::string_view key, MDArray* out) {
+  constexpr int kByObject = 1;
+  const MDRVar wanted = textVar(key);
+  int position = 0;
+  if (key.empty() || !MDARecSeekV(forms, kByObject, &wanted, &position)) return;
+  for (const MDRData* form = MDARec(forms, kByObject, position); form && textOf(forms, form, "ObjectKey") == key;
+       form = MDARec(forms, kByObject, ++position)) {
+    addForm(forms, form, out);
+  }
+}
+
 // A script value that holds the table and ends with it.
 std::string packTable(MDArray* table) {
   CVar value;
@@ -38,6 +49,7 @@ std::string packTable(MDArray* table) {
 
 }  // namespace
 
+// The forms of an object; of a measurement those of its unit too.
 Reply objectForms(const RequestContext& context, const CVar* arguments) {
   const std::string_view key = textArgument(arguments);
   if (key.empty()) return Reply::failure(wire::kMalformed, "SrvReq_ObjectForms: expected the key of an object");
@@ -47,15 +59,9 @@ Reply objectForms(const RequestContext& context, const CVar* arguments) {
   static constexpr MDRFldDesc kFields[] = {
       {"file", 0, MDX_MEMO, {}}, {"caption", 0, MDX_MEMO, {}}, {"order", 0, MDX_INT32, {}}};
   for (const MDRFldDesc& field : kFields) MDAFldAdd(out, 1, &field);
-  constexpr int kByObject = 1;
-  const MDRVar wanted = textVar(key);
-  int position = 0;
-  if (MDARecSeekV(forms, kByObject, &wanted, &position)) {
-    for (const MDRData* form = MDARec(forms, kByObject, position); form && textOf(forms, form, "ObjectKey") == key;
-         form = MDARec(forms, kByObject, ++position)) {
-      addForm(forms, form, out);
-    }
-  }
+  addForms(forms, key, out);
+  const MDArray* measurements = context.tables.table("Measurement");
+  if (const MDRData* row = seekKey(measurements, key)) addForms(forms, textOf(measurements, row, "RemoteUnitKey"), out);
   return {wire::kOk, packTable(out), std::nullopt};
 }
 

@@ -67,6 +67,19 @@ TEST_F(ProcedureTest, FormsOfAnObjectComeWithFileCaptionAndOrder) {
   EXPECT_EQ(table.rows[0].at("order"), "2");
 }
 
+TEST_F(ProcedureTest, AMeasurementHasTheFormsOfItsUnitToo) {
+  const std::string unit = field("Measurement", key("A1"), "RemoteUnitKey");
+  ASSERT_EQ(status({Update("ObjectForms")
+                        .insert(key("F1"), {{"ObjectKey", unit}, {"file_", "unit.svg"}, {"order_", number(1)}})
+                        .insert(key("F2"), {{"ObjectKey", key("A1")}, {"file_", "own.svg"}, {"order_", number(2)}})}),
+            wire::kOk);
+  const Table table = tableIn(forms(arrayOfText(key("A1"))));
+  ASSERT_EQ(table.rows.size(), 2u);
+  EXPECT_EQ(table.rows[0].at("file"), "own.svg");
+  EXPECT_EQ(table.rows[1].at("file"), "unit.svg");
+  EXPECT_EQ(tableIn(forms(arrayOfText(unit))).rows.size(), 1u);
+}
+
 TEST_F(ProcedureTest, TheArgumentMayBeATextOfItsOwn) {
   CVar value;
   CVarInit(&value, 1);

@@ -49,13 +49,15 @@ class Tlmctl : public ::testing::Test {
 
   std::string file(const std::string& name) const { return folder_ + "/" + name; }
 
-  Result run(const Words& words) const {
+  Result run(const Words& words, const std::string& input = {}) const {
     std::vector<char*> argv = {const_cast<char*>(TLMCTL)};
     for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
     argv.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     constexpr int kNew = O_CREAT | O_WRONLY | O_TRUNC;
+    std::ofstream(file("in"), std::ios::binary) << input;
+    posix_spawn_file_actions_addopen(&actions, 0, file("in").c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, 1, file("out").c_str(), kNew, 0600);
     posix_spawn_file_actions_addopen(&actions, 2, file("err").c_str(), kNew, 0600);
     pid_t child = 0;
@@ -271,5 +273,34 @@ INSTANTIATE_TEST_SUITE_P(
                 {"generate", "--units", "1", "--measurements", "1", "--seed", "99999999999999999999", "FILE"},
                 "--seed must be"}),
     [](const auto& mistake) { return mistake.param.name; });
+
+TEST_F(Tlmctl, KeepsUsersOfAStore) {
+  const std::string store = file("model.tlm");
+  ASSERT_EQ(run({"create", store, "--empty"}).code, 0);
+  EXPECT_EQ(run({"user", "add", "--name", "Петров", "--control", store}, "verysecret\n").code, 0);
+  EXPECT_EQ(run({"user", "add", "--name", "Гость", store}, "guest\n").code, 0);
+  Words users = lines(run({"user", "list", store}).out);
+  std::sort(users.begin(), users.end());
+  EXPECT_EQ(users, (Words{"Гость\t-", "Петров\tcontrol"}));
+  EXPECT_EQ(readFile(store).find("verysecret"), std::string::npos);
+  EXPECT_EQ(run({"user", "remove", "--name", "Гость", store}).code, 0);
+  EXPECT_EQ(run({"user", "remove", "--name", "Гость", store}).code, 1);
+  EXPECT_EQ(lines(run({"user", "list", store}).out), (Words{"Петров\tcontrol"}));
+}
+
+TEST_F(Tlmctl, WantsAPasswordAndANameForAUser) {
+  const std::string store = file("model.tlm");
+  ASSERT_EQ(run({"create", store, "--empty"}).code, 0);
+  EXPECT_EQ(run({"user", "add", "--name", "Петров", store}, "\n").code, 1);
+  EXPECT_EQ(run({"user", "add", store}, "secret\n").code, 2);
+  EXPECT_EQ(run({"user", store}).code, 2);
+  EXPECT_EQ(run({"user", "list", store}).out, "");
+}
+
+TEST_F(Tlmctl, TheSampleHasOneOperator) {
+  const std::string store = file("model.tlm");
+  ASSERT_EQ(run({"create", store}).code, 0);
+  EXPECT_EQ(lines(run({"user", "list", store}).out), (Words{"Оператор\tcontrol"}));
+}
 
 }  // namespace
