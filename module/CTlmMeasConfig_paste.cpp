@@ -93,6 +93,11 @@ void CTlmMeasConfig::ParseUpLevelXml(QString xml, QModelIndex index, bool isCopy
     clipPasteTarget.clear();
     clipCopyCount = 0;
   }
+  // Events come in the order of the tables, and a unit whose folder is not there yet lands at the top.
+  if (const int folders = changes.tables.indexOf(QStringLiteral("RemoteUnitFolder")); folders > 0) {
+    changes.tables.move(folders, 0);
+    changes.arrays.move(folders, 0);
+  }
   Save(changes.tables, changes.arrays, isCopy);
 }
 

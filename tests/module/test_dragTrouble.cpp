@@ -1,4 +1,7 @@
 // Drags whose rows, targets or server go away, drags beside unsaved edits, and a second window that looks on.
+#include <QClipboard>
+#include <QGuiApplication>
+
 #include "DragWindow.h"
 #include "SaveTexts.h"
 
@@ -275,6 +278,25 @@ TEST_F(DragBeside, OtherWindowForgetsAMeasurementThatGoesToAUnitClosedThere) {
   EXPECT_TRUE(processUntil([&] { return !otherRow("P Т-1").isValid(); }));
   other_.ui->tV_MeasConfig->expand(otherRow("КП-2"));
   EXPECT_EQ(otherRow("P Т-1").parent().parent(), otherRow("КП-2"));
+}
+
+// The block tells of the copied folders before the units in them, whatever was selected first.
+TEST_F(DragBeside, CopyOfAUnitAndAFolderHangsTheUnitsWhereTheyBelong) {
+  startBoth();
+  click("КП-4");
+  QTest::mouseClick(tree()->viewport(), Qt::LeftButton, Qt::ControlModifier, rectOf(find("Север")).center());
+  module->actCopy->trigger();
+  ASSERT_TRUE(module->clipText.indexOf("<RemoteUnit ") < module->clipText.indexOf("<Folder "));
+  click("Юг");
+  module->actPaste->trigger();
+  ASSERT_TRUE(processUntil([&] { return module->treeModel->rowCount(rowOf("Юг")) == 2; }));
+  ASSERT_TRUE(eventsAreIn());
+  ASSERT_TRUE(processUntil([&] { return other_.treeModel->rowCount(otherRow("Юг")) == 2; }));
+  for (const CTlmMeasConfig* each : {static_cast<const CTlmMeasConfig*>(module.get()), &std::as_const(other_)})
+    EXPECT_EQ(treeFaults(*each, {}), QStringList());
+  EXPECT_EQ(module->treeModel->rowCount(), 3);
+  EXPECT_TRUE(bothAgree());
+  QGuiApplication::clipboard()->clear();
 }
 
 TEST_F(DragBeside, WindowThatBeganNoDragTakesNone) {
