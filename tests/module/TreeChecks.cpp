@@ -20,16 +20,24 @@ QTextCodec* codec() {
   return found;
 }
 
+// Keys and class names need no codec, which costs more than all the rest of a check.
+QString decoded(const MDRVar& value) {
+  const char* from = value.text.data;
+  const int length = static_cast<int>(value.text.length);
+  const bool isPlain = std::all_of(from, from + length, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  return isPlain ? QString::fromLatin1(from, length) : decodeVar(value, codec());
+}
+
 QString textOf(const MDArray* table, const MDRData* record, const char* field) {
   MDRVar value{};
   MDRGetVal(MDRFldByName(table, field), record, &value);
   if (!hasValue(value)) return QString();
-  return isText(value) ? decodeVar(value, codec()) : QString::number(asInteger(value));
+  return isText(value) ? decoded(value) : QString::number(asInteger(value));
 }
 
 QString joined(const MDArray* table, const MDRData* record, std::initializer_list<const char*> fields) {
   QString text;
-  for (const char* field : fields) text += QString("%1=%2;").arg(field, textOf(table, record, field));
+  for (const char* field : fields) text += QLatin1String(field) + QLatin1Char('=') + textOf(table, record, field) + ';';
   return text;
 }
 

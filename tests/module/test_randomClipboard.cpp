@@ -19,7 +19,7 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int kActs = 800;
 #else
-constexpr int kActs = 2000;
+constexpr int kActs = 1500;
 #endif
 
 constexpr const char* kLinks[] = {"ParentKey", "RemoteUnitFolderKey", "RemoteUnitKey"};
