@@ -445,6 +445,7 @@ TEST(ClipboardPayload, IsAMarkAndTheText) {
   EXPECT_EQ(payloadDocument(QString("0<я/>").toUtf8()), "<я/>");
   EXPECT_EQ(payloadDocument(QByteArray("0<a/>\0<b/>", 10)), "<a/>");
   EXPECT_EQ(payloadDocument("0"), "");
+  EXPECT_EQ(payloadDocument(QByteArray(3 * (kMaxDocumentChars + 1), 'x')), "") << "is not even decoded";
   EXPECT_EQ(payloadDocument(""), "");
 }
 
