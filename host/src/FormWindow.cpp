@@ -5,6 +5,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+#include "schemeView.h"
+
 namespace tlm {
 namespace {
 
@@ -52,8 +54,17 @@ FormWindow::FormWindow(StationServer& server, const QString& file, const ObjectI
   layout->addWidget(heading);
   layout->addWidget(line);
   layout->addLayout(rows);
-  layout->addStretch();
-  resize(560, 340);
+  scheme_ = new SchemeView(this);
+  if (scheme_->load(file)) {
+    scheme_->mark(object.locId);
+    layout->addWidget(scheme_, 1);
+    resize(1100, 860);
+  } else {
+    delete scheme_;
+    scheme_ = nullptr;
+    layout->addStretch();
+    resize(560, 340);
+  }
   connect(&timer_, &QTimer::timeout, this, [this] { refresh(); });
   timer_.start(kRefreshMs);
   refresh();

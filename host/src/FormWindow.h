@@ -1,4 +1,4 @@
-// A linked form: what the station knows of one object, with its live value.
+// A linked form: its diagram with the object marked, and what the station knows of the object, with its live value.
 #ifndef TLMHOST_FORMWINDOW_H
 #define TLMHOST_FORMWINDOW_H
 
@@ -13,6 +13,8 @@ class QLabel;
 
 namespace tlm {
 
+class SchemeView;
+
 // The server must outlive it.
 class FormWindow : public QWidget {
   Q_OBJECT
@@ -21,11 +23,13 @@ class FormWindow : public QWidget {
   FormWindow(StationServer& server, const QString& file, const ObjectInfo& object, QWidget* parent = nullptr);
 
   QString valueText() const;
+  const SchemeView* scheme() const { return scheme_; }  // null when the station has no diagram of that name
   void refresh();
 
  private:
   StationServer& server_;
   const ObjectInfo object_;
+  SchemeView* scheme_ = nullptr;
   QLabel* value_;
   QLabel* quality_;
   QLabel* time_;

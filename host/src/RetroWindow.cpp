@@ -1,7 +1,11 @@
 #include "RetroWindow.h"
 
+#include <QFileDialog>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QPushButton>
+#include <QSaveFile>
 #include <QSplitter>
 #include <QTableWidget>
 #include <QVBoxLayout>
@@ -46,7 +50,15 @@ RetroWindow::RetroWindow(StationServer& server, QWidget* parent)
   splitter->setStretchFactor(1, 2);
   auto* const layout = new QVBoxLayout(this);
   layout->addWidget(heading_);
-  layout->addWidget(current_);
+  auto* const csv = new QPushButton("Сохранить таблицу…", this);
+  auto* const png = new QPushButton("Сохранить график…", this);
+  connect(csv, &QPushButton::clicked, this, [this] { askAndSave("Таблица (*.csv)", &RetroWindow::saveCsv); });
+  connect(png, &QPushButton::clicked, this, [this] { askAndSave("Картинка (*.png)", &RetroWindow::savePng); });
+  auto* const line = new QHBoxLayout;
+  line->addWidget(current_, 1);
+  line->addWidget(csv);
+  line->addWidget(png);
+  layout->addLayout(line);
   layout->addWidget(splitter, 1);
   resize(820, 640);
   connect(&timer_, &QTimer::timeout, this, [this] { refresh(); });
@@ -70,9 +82,31 @@ int RetroWindow::refresh() {
                              current ? qualityText(current->quality) : QString()));
   const int count = static_cast<int>(values.size());
   fillTable(values);
+  values_ = values;
   chart_->setSeries(std::move(values), object_.className == "Discrete", object_.measure);
   return count;
 }
+
+void RetroWindow::askAndSave(const QString& filter, bool (RetroWindow::*save)(const QString&) const) {
+  const QString file = QFileDialog::getSaveFileName(this, windowTitle(), {}, filter);
+  if (!file.isEmpty() && !(this->*save)(file)) heading_->setText(QString("Файл не записан: %1").arg(file));
+}
+
+bool RetroWindow::saveCsv(const QString& file) const {
+  QSaveFile out(file);
+  if (!out.open(QIODevice::WriteOnly)) return false;
+  QByteArray text = QString("Время;Значение;Качество\n").toUtf8();
+  for (const server::LiveValue& value : values_) {
+    QString shown = shownValue(value, object_);
+    shown.replace('"', "\"\"");
+    text += QString("%1;\"%2\";%3\n")
+                .arg(localTime(value.time).toString("dd.MM.yyyy hh:mm:ss.zzz"), shown, qualityText(value.quality))
+                .toUtf8();
+  }
+  return out.write(text) == text.size() && out.commit();
+}
+
+bool RetroWindow::savePng(const QString& file) const { return chart_->grab().save(file, "PNG"); }
 
 // Newest first.
 void RetroWindow::fillTable(const std::vector<server::LiveValue>& values) {

@@ -29,11 +29,20 @@ class RetroWindow : public QWidget {
   // Reads the history again. Returns how many values it holds.
   int refresh();
 
+  const RetroChart* chart() const { return chart_; }
+
+  // Everything that the window knows as text (UTF-8, ";" between the cells), and its chart as a picture. False when the
+  // file cannot be written.
+  bool saveCsv(const QString& file) const;
+  bool savePng(const QString& file) const;
+
  private:
+  void askAndSave(const QString& filter, bool (RetroWindow::*save)(const QString&) const);
   void fillTable(const std::vector<server::LiveValue>& values);
 
   StationServer& server_;
   ObjectInfo object_;
+  std::vector<server::LiveValue> values_;
   QLabel* heading_;
   QLabel* current_;
   RetroChart* chart_;

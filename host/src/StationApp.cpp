@@ -126,7 +126,8 @@ bool StationApp::ModuleCall(CTlmCliMod* module, int code, void* data) {
   if (!window || code != kHostCommand || !call || !call->command || !call->parameter) return false;
   const QByteArray command = call->command;
   if (command == "RUN_MOD") return runModule(window, QString::fromUtf8(call->parameter), (call->flags & 1) != 0);
-  if (command == "RUN_FILE") return runFile(window, window->codec()->toUnicode(call->parameter));
+  if (command == "RUN_FILE")
+    return runFile(window, window->codec()->toUnicode(call->parameter), (call->flags & 1) != 0);
   return failCall(window, QString("Неизвестная команда модуля: %1").arg(QString::fromUtf8(command)));
 }
 
@@ -147,11 +148,12 @@ bool StationApp::runModule(StationWindow* window, const QString& command, bool n
   return true;
 }
 
-// "FILE;object=KEY"
-bool StationApp::runFile(StationWindow* window, const QString& command) {
+// "FILE;object=KEY". It takes the place of the form that is open, unless the Control key is held.
+bool StationApp::runFile(StationWindow* window, const QString& command, bool newWindow) {
   const QString file = command.section(';', 0, 0);
   const auto object = findObject(server_, parameter(command, "object"));
   if (file.isEmpty() || !object) return failCall(window, "Связанная форма: объекта нет на сервере.");
+  if (!newWindow) delete lastForm_;
   lastForm_ = new FormWindow(server_, file, *object, window);
   lastForm_->setAttribute(Qt::WA_DeleteOnClose);
   lastForm_->show();

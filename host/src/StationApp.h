@@ -74,7 +74,7 @@ class StationApp : public QObject, public CTlmCliApp {
   bool startModule(StationWindow* window, const QString& state, QString* problem);
   StationWindow* windowOf(CTlmCliMod* module) const;
   bool runModule(StationWindow* window, const QString& command, bool newWindow);
-  bool runFile(StationWindow* window, const QString& command);
+  bool runFile(StationWindow* window, const QString& command, bool newWindow);
   bool failCall(StationWindow* window, const QString& why);
   void windowClosed(StationWindow* window);
   QString stateKey(int number) const;

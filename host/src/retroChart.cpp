@@ -1,7 +1,9 @@
 #include "retroChart.h"
 
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +14,7 @@ namespace tlm {
 namespace {
 
 constexpr double kSecond = 1.0 / 86'400;
+constexpr double kShortest = 10 * kSecond;  // time that is shown at least
 constexpr int kMostTimeTicks = 8;
 constexpr int kMostValueTicks = 6;
 constexpr int kMostMarks = 120;  // a dense line needs no dots
@@ -52,6 +55,7 @@ QColor markColour(server::Quality quality) {
 
 RetroChart::RetroChart(QWidget* parent) : QWidget(parent) {
   setMinimumSize(360, 180);
+  setMouseTracking(true);
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
@@ -80,8 +84,8 @@ RetroChart::Frame RetroChart::frame() const {
   frame.values.step = niceStep(frame.values.high - frame.values.low, kMostValueTicks);
   frame.values.low = std::floor(frame.values.low / frame.values.step) * frame.values.step;
   frame.values.high = std::ceil(frame.values.high / frame.values.step) * frame.values.step;
-  frame.times.low = points_.front().time;
-  frame.times.high = std::max(points_.back().time, frame.times.low + 10 * kSecond);
+  frame.times.low = shownFrom();
+  frame.times.high = std::max(shownTo(), frame.times.low + kShortest);
   frame.times.step = timeStep(frame.times.high - frame.times.low);
   const QFontMetrics metrics(font());
   const int left = std::max(metrics.horizontalAdvance(QString::number(frame.values.low)),
@@ -153,8 +157,101 @@ void RetroChart::paintEvent(QPaintEvent*) {
   }
   const Frame f = frame();
   drawGrid(painter, f);
+  painter.save();
+  painter.setClipRect(f.area.adjusted(-3, -3, 3, 3));
   drawLine(painter, f);
   drawMarks(painter, f);
+  painter.restore();
+  drawCursor(painter, f);
+}
+
+// ---- looking closer ----
+
+double RetroChart::shownFrom() const { return from_ != 0 || points_.empty() ? from_ : points_.front().time; }
+double RetroChart::shownTo() const { return to_ != 0 || points_.empty() ? to_ : points_.back().time; }
+
+// Not beyond what there is.
+void RetroChart::showTimes(double from, double to) {
+  if (points_.empty()) return;
+  const double first = points_.front().time;
+  const double last = std::max(points_.back().time, first + kShortest);
+  const double span = std::clamp(to - from, kShortest, last - first);
+  from_ = std::clamp(from, first, last - span);
+  to_ = from_ + span;
+  update();
+}
+
+void RetroChart::wheelEvent(QWheelEvent* event) {
+  if (points_.empty()) return;
+  constexpr double kStep = 0.8;
+  const Frame f = frame();
+  const double part = std::clamp((event->position().x() - f.area.left()) / f.area.width(), 0.0, 1.0);
+  const double span = f.times.high - f.times.low;
+  const double next = event->angleDelta().y() > 0 ? span * kStep : span / kStep;
+  const double fixed = f.times.low + part * span;
+  showTimes(fixed - part * next, fixed + (1 - part) * next);
+  event->accept();
+}
+
+void RetroChart::mousePressEvent(QMouseEvent* event) { grabbed_ = event->x(); }
+
+void RetroChart::mouseMoveEvent(QMouseEvent* event) {
+  cursor_ = event->x();
+  if ((event->buttons() & Qt::LeftButton) && !points_.empty()) {
+    const Frame f = frame();
+    const double by = (grabbed_ - event->x()) / f.area.width() * (f.times.high - f.times.low);
+    showTimes(f.times.low + by, f.times.high + by);
+    grabbed_ = event->x();
+  }
+  update();
+}
+
+void RetroChart::mouseDoubleClickEvent(QMouseEvent*) {
+  from_ = to_ = 0;
+  update();
+}
+
+void RetroChart::leaveEvent(QEvent*) {
+  cursor_ = -1;
+  update();
+}
+
+const RetroChart::Point* RetroChart::nearest(double time) const {
+  const auto after = std::lower_bound(points_.begin(), points_.end(), time,
+                                      [](const Point& point, double wanted) { return point.time < wanted; });
+  if (after == points_.begin()) return &*after;
+  const auto before = after - 1;
+  return after == points_.end() || time - before->time <= after->time - time ? &*before : &*after;
+}
+
+QString RetroChart::underCursor() const {
+  if (points_.empty() || cursor_ < 0) return {};
+  const Frame f = frame();
+  const double time = f.times.low + (cursor_ - f.area.left()) / f.area.width() * (f.times.high - f.times.low);
+  const Point* const point = nearest(time);
+  return QString("%1   %2 %3")
+      .arg(localTime(point->time).toString("dd.MM.yyyy hh:mm:ss"), QString::number(point->value, 'g', 8), measure_)
+      .trimmed();
+}
+
+void RetroChart::drawCursor(QPainter& painter, const Frame& f) const {
+  if (cursor_ < f.area.left() || cursor_ > f.area.right()) return;
+  const double time = f.times.low + (cursor_ - f.area.left()) / f.area.width() * (f.times.high - f.times.low);
+  const Point* const point = nearest(time);
+  const QPointF at(f.x(point->time), f.y(point->value));
+  painter.setPen(QPen(QColor("#a85a00"), 1, Qt::DashLine));
+  painter.drawLine(QPointF(at.x(), f.area.top()), QPointF(at.x(), f.area.bottom()));
+  painter.setBrush(QColor("#a85a00"));
+  painter.drawEllipse(at, 3.5, 3.5);
+  const QString text = underCursor();
+  const QFontMetrics metrics(font());
+  QRectF label(at.x() + 8, f.area.top() + 4, metrics.horizontalAdvance(text) + 12, metrics.height() + 6);
+  if (label.right() > f.area.right()) label.moveRight(at.x() - 8);
+  painter.setPen(QColor("#b9c2cd"));
+  painter.setBrush(palette().color(QPalette::ToolTipBase));
+  painter.drawRect(label);
+  painter.setPen(palette().color(QPalette::Text));
+  painter.drawText(label, Qt::AlignCenter, text);
 }
 
 }  // namespace tlm

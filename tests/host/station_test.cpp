@@ -6,12 +6,16 @@
 #include <TlmMdx/CMDArray.h>
 #include <TlmServer/MemoryStore.h>
 
+#include <QFile>
+#include <QMouseEvent>
+#include <QPixmap>
 #include <QPointer>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextCodec>
 #include <QToolButton>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +24,8 @@
 #include "StationApp.h"
 #include "StationWindow.h"
 #include "plainModule.h"
+#include "retroChart.h"
+#include "schemeView.h"
 #include "support/EmbeddedServer.h"
 #include "support/Gui.h"
 #include "support/ModelText.h"
@@ -332,6 +338,44 @@ TEST_F(Station, OpensARetrospectiveBesideTheOtherWithControl) {
   EXPECT_EQ(first->object().locId, 1003);
 }
 
+TEST_F(Station, LooksCloserAtTheRetrospectiveAndSavesIt) {
+  StationWindow* const window = open();
+  const double now = server::systemTime();
+  for (int i = 0; i < 10; ++i)
+    server.core().live().set(1001, {now - (10 - i) / 1440.0, server::Quality::kGood, 1.0 * i});
+  call(window, "RUN_MOD", retro("P Т-1"));
+  RetroWindow* const retrospective = app->lastRetro();
+  auto* const chart = retrospective->findChild<RetroChart*>();
+  const double all = chart->shownTo() - chart->shownFrom();
+  const QPoint middle = chart->rect().center();
+  EXPECT_EQ(chart->underCursor(), "");
+  QMouseEvent over(QEvent::MouseMove, QPointF(chart->width() - 30, 50), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(chart, &over);
+  EXPECT_TRUE(chart->underCursor().contains("   9 ")) << chart->underCursor().toStdString();
+  QWheelEvent closer(middle, chart->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                     false);
+  QCoreApplication::sendEvent(chart, &closer);
+  EXPECT_NEAR(chart->shownTo() - chart->shownFrom(), all * 0.8, all / 1000);
+  const double from = chart->shownFrom();
+  QTest::mousePress(chart, Qt::LeftButton, Qt::NoModifier, middle);
+  QMouseEvent drag(QEvent::MouseMove, middle + QPoint(20, 0), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(chart, &drag);
+  EXPECT_LT(chart->shownFrom(), from);
+  QTest::mouseDClick(chart, Qt::LeftButton);
+  EXPECT_NEAR(chart->shownTo() - chart->shownFrom(), all, all / 1000);
+  const QTemporaryDir saved;
+  ASSERT_TRUE(retrospective->saveCsv(saved.filePath("a.csv")));
+  QFile csv(saved.filePath("a.csv"));
+  ASSERT_TRUE(csv.open(QIODevice::ReadOnly));
+  const QList<QByteArray> lines = csv.readAll().split('\n');
+  ASSERT_EQ(lines.size(), 12);
+  EXPECT_EQ(QString::fromUtf8(lines[0]), "Время;Значение;Качество");
+  EXPECT_TRUE(QString::fromUtf8(lines[10]).endsWith("\"9 МВт\";достоверно")) << lines[10].toStdString();
+  EXPECT_FALSE(retrospective->saveCsv("/nowhere/a.csv"));
+  ASSERT_TRUE(retrospective->savePng(saved.filePath("a.png")));
+  EXPECT_FALSE(QPixmap(saved.filePath("a.png")).isNull());
+}
+
 TEST_F(Station, RefusesTheRetrospectiveOfWhatIsNoMeasurement) {
   StationWindow* const window = open();
   EXPECT_FALSE(call(window, "RUN_MOD", retro("КП-1")));
@@ -361,6 +405,33 @@ TEST_F(Station, OpensALinkedFormWithTheLiveValue) {
   server.core().live().set(1001, {server::systemTime(), server::Quality::kGood, 5.0});
   form->refresh();
   EXPECT_EQ(form->valueText(), "5 МВт");
+}
+
+TEST_F(Station, MarksTheMeasurementOnItsDiagram) {
+  StationWindow* const window = open();
+  const QByteArray object = ";object=" + QByteArray::fromStdString(keyOf("P Т-1"));  // number 1001
+  ASSERT_TRUE(call(window, "RUN_FILE", "schemes/001.svg" + object));
+  const auto* form = qobject_cast<FormWindow*>(app->lastForm());
+  ASSERT_NE(form->scheme(), nullptr);
+  EXPECT_FALSE(form->scheme()->marked().isEmpty());
+  ASSERT_TRUE(call(window, "RUN_FILE", "schemes/002.svg" + object));  // shows another substation
+  form = qobject_cast<FormWindow*>(app->lastForm());
+  ASSERT_NE(form->scheme(), nullptr);
+  EXPECT_TRUE(form->scheme()->marked().isEmpty());
+}
+
+TEST_F(Station, OpensAFormInPlaceOfTheOtherOrBesideIt) {
+  StationWindow* const window = open();
+  const QByteArray object = ";object=" + QByteArray::fromStdString(keyOf("P Т-1"));
+  call(window, "RUN_FILE", "schemes/001.svg" + object);
+  const QPointer<QWidget> first = app->lastForm();
+  call(window, "RUN_FILE", "schemes/002.svg" + object);
+  EXPECT_TRUE(first.isNull());
+  const QPointer<QWidget> second = app->lastForm();
+  call(window, "RUN_FILE", "schemes/001.svg" + object, 1);
+  EXPECT_FALSE(second.isNull());
+  EXPECT_NE(app->lastForm(), second);
+  delete second;
 }
 
 TEST_F(Station, RefusesAFormOfAnObjectThatIsGone) {
