@@ -31,6 +31,7 @@ class Stage {
 
   server::Core& core() { return server_->core(); }  // of a store file
   StationWindow* window() const { return window_; }
+  StationApp& station() { return *station_; }
   QTreeView* tree() const { return child<QTreeView>("tV_MeasConfig"); }
   QTreeView* sheet() const { return child<QTreeView>("tV_Prop"); }
   QAction* action(const QString& text) const;  // by the start of its text

@@ -12,6 +12,7 @@
 #include "DeleteRoad.h"
 #include "EditRoad.h"
 #include "LiveRoad.h"
+#include "OperatorRoad.h"
 #include "PassportRoad.h"
 #include "SearchRoad.h"
 #include "TemplateRoad.h"
@@ -35,6 +36,7 @@ int play(const QDir& folder) {
   played = tlm::tour::ClipboardRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::TemplateRoad(*library, QDir(scratch.path()), report).play() && played;
   played = tlm::tour::LiveRoad(*library, QDir(scratch.path()), report).play() && played;
+  played = tlm::tour::OperatorRoad(*library, QDir(scratch.path()), report).play() && played;
   return report.finish() && played ? 0 : 1;
 }
 
