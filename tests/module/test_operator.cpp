@@ -2,6 +2,7 @@
 #include "CToolMeasParamsConf.h"
 
 #include <QSignalSpy>
+#include <QTableWidget>
 
 #include "Colleague.h"
 #include "OperatorWindow.h"
@@ -339,6 +340,16 @@ TEST_F(ManualInput, OfADeletedMeasurementTellsSoAndCannotBeApplied) {
 class DuplicatesPanel : public OperatorWindow {
  protected:
   TlmDublies* panel() { return module->popDublies; }
+  QTableWidget* table() { return in<QTableWidget>(panel(), "tw_Dublies"); }
+  // "NUMBER on|off MODE" for each source.
+  QString rows() {
+    QStringList texts;
+    for (int row = 0; row < table()->rowCount(); ++row)
+      texts << QString("%1 %2 %3")
+                   .arg(table()->item(row, 1)->text(), table()->item(row, 0)->checkState() ? "on" : "off")
+                   .arg(qobject_cast<QComboBox*>(table()->cellWidget(row, 4))->currentIndex());
+    return texts.join(", ");
+  }
 };
 
 TEST_F(DuplicatesPanel, OpenWithTheObjectsKeyAndNoTool) {
@@ -358,6 +369,70 @@ TEST_F(DuplicatesPanel, KeepTheirPanel) {
   choose("Не задано", module->actDubl);
   EXPECT_EQ(panel(), first);
   EXPECT_TRUE(first->isVisible());
+}
+
+TEST_F(DuplicatesPanel, ShowSourcesInTheirOrderWithSwitchAndMode) {
+  choose("Всё есть", module->actDubl);
+  EXPECT_EQ(rows(), "1002 on 0, 1003 off 2");
+  EXPECT_EQ(table()->item(0, 2)->text(), "КП-1: Без архива");
+  EXPECT_FALSE(in<QPushButton>(panel(), "btn_OK")->isEnabled());
+}
+
+TEST_F(DuplicatesPanel, SaveAllEditsInOneBlock) {
+  choose("Всё есть", module->actDubl);
+  QTest::mouseClick(in<QToolButton>(panel(), "btn_Down"), Qt::LeftButton);
+  EXPECT_EQ(rows(), "1003 off 2, 1002 on 0");
+  table()->item(0, 0)->setCheckState(Qt::Checked);
+  enter(panel(), "le_Number", "1005");
+  QTest::keyClick(in<QLineEdit>(panel(), "le_Number"), Qt::Key_Return);
+  EXPECT_EQ(rows(), "1003 on 2, 1002 on 0, 1005 on 0");
+  EXPECT_TRUE(panel()->isVisible());
+  app.log.clear();
+  press(panel(), "btn_OK");
+  EXPECT_TRUE(panel()->isHidden());
+  EXPECT_EQ(app.log.filter("SqlUpdate"), QStringList("SqlUpdate Dublies 3 records"));
+  EXPECT_EQ(app.log.filter("BlockEnd"), QStringList("BlockEnd"));
+  choose("Всё есть", module->actDubl);
+  EXPECT_EQ(rows(), "1003 on 2, 1002 on 0, 1005 on 0");
+}
+
+TEST_F(DuplicatesPanel, RemoveASource) {
+  choose("Всё есть", module->actDubl);
+  QTest::mouseClick(in<QToolButton>(panel(), "btn_Remove"), Qt::LeftButton);
+  EXPECT_EQ(rows(), "1003 off 2");
+  press(panel(), "btn_OK");
+  choose("Всё есть", module->actDubl);
+  EXPECT_EQ(rows(), "1003 off 2");
+}
+
+TEST_F(DuplicatesPanel, EscapeDropsTheEdits) {
+  choose("Всё есть", module->actDubl);
+  QTest::mouseClick(in<QToolButton>(panel(), "btn_Remove"), Qt::LeftButton);
+  app.log.clear();
+  QTest::keyClick(panel(), Qt::Key_Escape);
+  EXPECT_EQ(app.log.filter("SqlUpdate"), QStringList());
+  choose("Всё есть", module->actDubl);
+  EXPECT_EQ(rows(), "1002 on 0, 1003 off 2");
+}
+
+TEST_F(DuplicatesPanel, TakeNoNumberThatIsNotThereTwiceOrItsOwn) {
+  choose("Всё есть", module->actDubl);
+  for (const char* wrong : {"777", "1002", "1001"}) {
+    enter(panel(), "le_Number", wrong);
+    QTest::mouseClick(in<QPushButton>(panel(), "btn_Add"), Qt::LeftButton);
+    EXPECT_FALSE(told(panel(), "lbl_Problem").isEmpty()) << wrong;
+  }
+  EXPECT_EQ(rows(), "1002 on 0, 1003 off 2");
+}
+
+TEST_F(DuplicatesPanel, StayOpenWhenTheServerRefuses) {
+  choose("Всё есть", module->actDubl);
+  QTest::mouseClick(in<QToolButton>(panel(), "btn_Remove"), Qt::LeftButton);
+  app.failures.add("BlockEnd", Fail::kStatus);
+  press(panel(), "btn_OK");
+  EXPECT_TRUE(panel()->isVisible());
+  EXPECT_FALSE(told(panel(), "lbl_Problem").isEmpty());
+  EXPECT_TRUE(panel()->isEdited());
 }
 
 // ---- remote control ----

@@ -87,6 +87,7 @@ void CPopManualInput::build() {
   layout->addWidget(p.problem);
   layout->addSpacing(6);
   layout->addLayout(buttons);
+  for (QPushButton* button : {p.apply, cancel}) button->setMinimumWidth(tlm::kButtonWidth);
   connect(p.automatic, &QRadioButton::toggled, this, &CPopManualInput::choose);
   connect(p.apply, &QPushButton::clicked, this, &CPopManualInput::On_Accept);
   connect(cancel, &QPushButton::clicked, this, &CPopManualInput::On_Reject);

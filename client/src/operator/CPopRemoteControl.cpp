@@ -123,6 +123,7 @@ void CPopRemoteControl::build() {
   layout->addWidget(p.notice);
   layout->addSpacing(6);
   layout->addLayout(buttons);
+  for (QPushButton* button : {p.accept, p.reject}) button->setMinimumWidth(tlm::kButtonWidth);
   connect(p.accept, &QPushButton::clicked, this, &CPopRemoteControl::On_Accept);
   connect(p.reject, &QPushButton::clicked, this, &CPopRemoteControl::On_Reject);
 }

@@ -10,6 +10,8 @@ class QLabel;
 
 namespace tlm {
 
+inline constexpr int kButtonWidth = 96;  // of the panels' buttons, at least
+
 // GUI thread only.
 class MeasCard : public QWidget {
   Q_OBJECT

@@ -22,7 +22,7 @@ namespace {
 enum Column { kEnabled, kNumber, kName, kValue, kMode, kColumns };
 
 constexpr int kTableHeight = 190;
-constexpr int kWidths[kColumns] = {36, 70, 290, 120, 110};
+constexpr int kWidths[kColumns] = {44, 70, 290, 130, 110};
 constexpr int kAnswerMs = 5000;
 
 QStringList modeTexts() { return {QStringLiteral("По качеству"), QStringLiteral("Всегда"), QStringLiteral("Вручную")}; }
@@ -70,6 +70,7 @@ void TlmDublies::build() {
   p.table->setHorizontalHeaderLabels({QStringLiteral("Вкл."), QStringLiteral("Номер"), QStringLiteral("Наименование"),
                                       QStringLiteral("Значение"), QStringLiteral("Режим")});
   for (int column = 0; column < kColumns; ++column) p.table->setColumnWidth(column, kWidths[column]);
+  p.table->horizontalHeader()->setStretchLastSection(true);
   p.table->verticalHeader()->setDefaultSectionSize(p.table->fontMetrics().height() + 10);
   p.table->setSelectionBehavior(QAbstractItemView::SelectRows);
   p.table->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -116,6 +117,7 @@ void TlmDublies::build() {
   layout->addWidget(p.problem);
   layout->addSpacing(6);
   layout->addLayout(buttons);
+  for (QPushButton* button : {p.save, cancel}) button->setMinimumWidth(tlm::kButtonWidth);
   connect(p.table, &QTableWidget::cellChanged, this, &TlmDublies::take);
   connect(p.table, &QTableWidget::itemSelectionChanged, this, &TlmDublies::updateButtons);
   connect(p.up, &QToolButton::clicked, this, [this] { move(-1); });
