@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QTest>
 #include <QWidget>
 
 #include <gtest/gtest.h>
@@ -12,12 +13,20 @@ namespace {
 
 // A test that leaves a question open has failed.
 class QuestionWatch : public testing::EmptyTestEventListener {
-  void OnTestStart(const testing::TestInfo&) override { abandoned_ = CPopMessageBox::abandonedCount(); }
+  void OnTestStart(const testing::TestInfo&) override {
+    abandoned_ = CPopMessageBox::abandonedCount();
+    releaseKeys();
+  }
   void OnTestEnd(const testing::TestInfo&) override {
     for (const CPopMessageBox* box : CPopMessageBox::waitingBoxes()) {
       ADD_FAILURE() << "nobody answered: " << box->messageText().toStdString();
     }
     if (CPopMessageBox::abandonedCount() != abandoned_) ADD_FAILURE() << "a message box went without an answer";
+  }
+  // What a test pressed with a modifier stays held for the program: the next test would widen selections with it.
+  static void releaseKeys() {
+    QWidget keyboard;
+    QTest::keyRelease(&keyboard, Qt::Key_Control);
   }
   int abandoned_ = 0;
 };
