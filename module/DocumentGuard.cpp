@@ -1,5 +1,7 @@
 #include "DocumentGuard.h"
 
+#include <algorithm>
+
 namespace {
 
 // Walks over the markup of a text, as the XML reader will take it.
@@ -35,11 +37,15 @@ class Walk {
     return takeTag();
   }
 
-  // A name alone: what could be declared behind it has no use here.
+  // A name alone: what could be declared behind it has no use here, and a quoted identifier may hold what looks like
+  // the end of the type with other markup behind it.
   bool takeDocumentType() {
     if (!startsWith("<!DOCTYPE")) return false;
     const int from = at_;
-    return skipBehind(">") && !QStringView(text_).mid(from, at_ - from).contains(QLatin1Char('['));
+    if (!skipBehind(">")) return false;
+    const QStringView type = QStringView(text_).mid(from, at_ - from);
+    return std::none_of(type.begin(), type.end(),
+                        [](QChar letter) { return letter == u'[' || letter == u'"' || letter == u'\''; });
   }
 
   // A quoted value may hold what would end the tag.

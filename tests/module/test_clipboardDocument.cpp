@@ -460,6 +460,15 @@ TEST(DocumentGuard, RefusesDeclarationsInTheDocumentType) {
   EXPECT_FALSE(isHarmlessDocument("<!ENTITY b \"c\"><a/>"));
 }
 
+// The reader takes the quoted text as one; what would end the type and open a comment in it hides the rest.
+TEST(DocumentGuard, IsNotMisledByAQuotedIdentifierOfTheDocumentType) {
+  for (const char* type : {"SYSTEM \"><x><!--\"", "SYSTEM '><x><!--'", "PUBLIC '><x><!--' 'b'"}) {
+    const QString hidden = "<!DOCTYPE a " + QString(type) + "><a>%1<!-- --></a>";
+    EXPECT_FALSE(isHarmlessDocument(hidden.arg(QString("<a>").repeated(2'000) + QString("</a>").repeated(2'000))));
+    EXPECT_FALSE(isHarmlessDocument("<!DOCTYPE a " + QString(type) + " [<!ENTITY b 'c'>]><a d='&b;'/><!-- --></a>"));
+  }
+}
+
 TEST(DocumentGuard, RefusesOneEntityRepeated) {
   QString text = "<!DOCTYPE MyTree [<!ENTITY a \"" + QString(50'000, 'x') + "\">]><MyTree>";
   while (text.size() < 300'000) text += "<Folder caption='&a;&a;&a;&a;'/>";
