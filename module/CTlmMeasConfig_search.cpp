@@ -88,13 +88,15 @@ bool CTlmMeasConfig::FindValue(bool forward) {
   return success;
 }
 
-// Showing a row opens and sorts what it lies in, so it may stand elsewhere afterwards.
+// Showing a row opens and sorts what it lies in, so it may stand elsewhere afterwards. It is selected alone: the view
+// would let a Shift or Control key that is held with Enter widen the selection.
 void CTlmMeasConfig::goTo(const QModelIndex& found) {
   const myConfNode* node = nodeOf(found);
   const int column = found.column();
   ui->tV_MeasConfig->scrollTo(found, QAbstractItemView::EnsureVisible);
   const QModelIndex row = treeModel->indexOf(node);
-  ui->tV_MeasConfig->setCurrentIndex(row.sibling(row.row(), column));
+  ui->tV_MeasConfig->selectionModel()->setCurrentIndex(row.sibling(row.row(), column),
+                                                       QItemSelectionModel::ClearAndSelect);
 }
 
 bool CTlmMeasConfig::FindName(QString text, QModelIndex start, QModelIndex& found, bool forward) {
@@ -193,10 +195,10 @@ QModelIndex CTlmMeasConfig::rowWithNumber(const QString& text) {
   int at = -1;
   const MDRData* record = MDARecSeekV(measRecords.array, kNumberKey, &value, &at);
   if (!record) return QModelIndex();
-  const auto numberAt = [&](int place) {
-    return fieldText(measRecords, MDARec(measRecords.array, kNumberKey, place), "locId", moduleCodec);
-  };
-  const bool several = at + 1 < MDARecCount(measRecords.array) && numberAt(at + 1) == text;
+  MDRVar following{};
+  if (const MDRData* behind = MDARec(measRecords.array, kNumberKey, at + 1))
+    measRecords.GetVal(behind, "locId", following);
+  const bool several = hasValue(following) && asInteger(following) == number;
   QModelIndex row;
   if (!several) row = treeModel->findByKey(fieldText(measRecords, record, "KeyLink", moduleCodec));
   for (QModelIndex i = treeModel->index(0, 0); several && i.isValid() && !row.isValid(); i = GetNextIndex(i))

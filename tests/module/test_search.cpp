@@ -5,6 +5,7 @@
 #include <QToolBar>
 
 #include "ModuleWindow.h"
+#include "RecordAccess.h"
 
 namespace tlm::test {
 namespace {
@@ -48,6 +49,12 @@ class Search : public ModuleWindow {
   void fromName(const char* name) { from(find(name)); }
   QModelIndex rowOf(const char* name) { return module->treeModel->findByKey(key(name)); }
   bool isLoaded(const char* unit) { return nodeOf(rowOf(unit))->isLoaded; }
+  // As an event would, without telling the tree.
+  void rename(const char* object, const char* name) {
+    const QByteArray text = module->moduleCodec->fromUnicode(name);
+    module->measRecords.SetVal(seekText(module->measRecords, 0, key(object), module->moduleCodec), "name_",
+                               textVar(text));
+  }
   void load(const char* unit) { module->AddMeasForRTU(rowOf(unit), QString(), false, QString()); }
 
   // One press: the number and name of the row that is current then, or "-" for the message.
@@ -81,6 +88,9 @@ TEST_F(Search, OpensByCtrlFWithTheCursorInTheField) {
   QTest::keyClick(tree(), Qt::Key_F, Qt::ControlModifier);
   EXPECT_TRUE(module->toolBarFind->isVisible());
   EXPECT_TRUE(lineEdit()->hasFocus());
+  lineEdit()->setText("прежнее");
+  QTest::keyClick(tree(), Qt::Key_F, Qt::ControlModifier);
+  EXPECT_EQ(lineEdit()->selectedText(), "прежнее");
 }
 
 TEST_F(Search, BarStaysShutWithoutARow) {
@@ -116,6 +126,34 @@ TEST_F(Search, ArrowsGoForwardAndBackward) {
   EXPECT_EQ(tree()->currentIndex().data().toString(), "КП-2");
 }
 
+TEST_F(Search, AnyOtherActionGoesBackward) {
+  from(rowOf("КП-2"));
+  type("КП");
+  module->ExecFindActGroup(nullptr);
+  EXPECT_EQ(tree()->currentIndex().data().toString(), "КП-1");
+}
+
+TEST_F(Search, WithoutAModeNothingIsSearched) {
+  const QList<QRadioButton*> modes = {module->radioButton_Name, module->radioButton_KeyLink, module->radioButton_LocID};
+  for (QRadioButton* mode : modes) mode->setAutoExclusive(false);
+  for (QRadioButton* mode : modes) mode->setChecked(false);
+  type("КП");
+  host->log.clear();
+  EXPECT_EQ(press(), "-");
+  EXPECT_EQ(host->log, QStringList());
+}
+
+TEST_F(Search, TheHitIsSelectedAloneWhateverKeyIsHeld) {
+  for (const auto modifiers : {Qt::ShiftModifier, Qt::ControlModifier}) {
+    fromName("Ток фазы А");
+    type("Мощность");
+    QTest::keyClick(lineEdit(), Qt::Key_Return, modifiers);
+    settle();
+    EXPECT_EQ(tree()->currentIndex().data().toString(), "Мощность");
+    EXPECT_EQ(tree()->selectionModel()->selectedIndexes(), QModelIndexList{tree()->currentIndex()});
+  }
+}
+
 TEST_F(Search, TellsThatNothingWasFound) {
   type("нет такого");
   EXPECT_FALSE(module->FindValue(true));
@@ -123,6 +161,8 @@ TEST_F(Search, TellsThatNothingWasFound) {
   CPopMessageBox* box = waitingBox();
   ASSERT_NE(box, nullptr);
   EXPECT_EQ(box->titleText(), "Результат поиска");
+  EXPECT_EQ(box->icon(), kBoxError);
+  EXPECT_EQ(box->type(), kBoxOk);
   QStringList texts;
   for (const QLabel* each : box->findChildren<QLabel*>()) texts += each->text();
   EXPECT_TRUE(texts.contains("Искомый элемент не найден")) << texts.join("|").toStdString();
@@ -203,6 +243,14 @@ TEST_F(Search, LooksIntoTheUnitItStartsFrom) {
   EXPECT_TRUE(tree()->isExpanded(rowOf("КП-1")));
 }
 
+TEST_F(Search, DoesNotAskForAnOpenUnitItStartsFrom) {
+  load("КП-1");
+  from(rowOf("КП-1"));
+  type("Частота");
+  EXPECT_EQ(press(), "13 Частота");
+  EXPECT_EQ(asked(), 0);
+}
+
 TEST_F(Search, AsksOnceForTheUnitItStartsFromAndGoesOn) {
   from(rowOf("КП-3"));
   type("Уровень");
@@ -249,6 +297,15 @@ TEST_F(Search, PassesOverAHitThatWasDeletedMeanwhile) {
   EXPECT_EQ(press(), "11 Ток фазы А");
   module->treeModel->DelNode(rowOf("Ток фазы Б"), nullptr);
   EXPECT_EQ(press(), "16 Сумма тока");
+}
+
+TEST_F(Search, StepsBackOverAHitThatWasDeletedMeanwhile) {
+  from(rowOf("Альфа"));
+  type("ток");
+  EXPECT_EQ(presses(3).last(), "16 Сумма тока");
+  module->treeModel->DelNode(rowOf("Ток фазы Б"), nullptr);
+  EXPECT_EQ(press(false), "11 Ток фазы А");
+  EXPECT_EQ(module->foundPos, 0);
 }
 
 TEST_F(Search, FindsAHitAgainWhereASortHasPutIt) {
@@ -423,6 +480,26 @@ TEST_F(Search, FindsAKeyInAClosedUnitByFetchingIt) {
   EXPECT_TRUE(tree()->isExpanded(group.siblingAtRow(1)));
 }
 
+TEST_F(Search, ARecordOutsideTheUnitsIsNotFound) {
+  load("КП-1");  // its groups have no key
+  byKey();
+  type(key("Часовая"));
+  EXPECT_EQ(press(), "-");
+}
+
+TEST_F(Search, AUnitThatDoesNotShowTheObjectIsTheResultOfItsKeyAlone) {
+  host->failures.add("CalcExec f*(rtu)", Fail::kTimeOut, 1);
+  byKey();
+  type(key("Мощность"));
+  press();
+  ASSERT_TRUE(isLoaded("КП-2"));
+  ASSERT_FALSE(rowOf("Мощность").isValid());
+  EXPECT_EQ(press(), "КП-2");
+  byNumber();
+  type("21");
+  EXPECT_EQ(press(), "-");
+}
+
 TEST_F(Search, UnknownKeysAreNotFound) {
   byKey();
   for (const QString& text : {QString("1234"), QString(10'000, 'x'), QString("☃")}) {
@@ -455,7 +532,17 @@ TEST_F(Search, FindsANumberWrittenOtherwiseByItsKey) {
   byNumber();
   type("0032");
   EXPECT_EQ(press(), "32 Импульсы");
+  EXPECT_EQ(host->log.filter("RecByKeyLink"), QStringList{"PacketExec RecByKeyLink #32"});
   EXPECT_EQ(tree()->currentIndex().column(), 0);
+}
+
+TEST_F(Search, OfSeveralWithOneNumberTheFirstShownIsTaken) {
+  fromName("Частота");  // opened, so its group is sorted by name
+  MDRData* first = seekText(module->measRecords, 0, key("Ток фазы А"), module->moduleCodec);
+  module->measRecords.SetVal(first, "locId", intVar(13));
+  byNumber();
+  type("13");
+  EXPECT_EQ(press(), "13 Ток фазы А");
 }
 
 TEST_F(Search, NumbersAreWholeNotParts) {
@@ -481,6 +568,34 @@ TEST_F(Search, NameSearchGoesOnFromANumber) {
   module->radioButton_Name->setChecked(true);
   type("Частота");
   EXPECT_EQ(press(), "13 Частота");
+}
+
+// ---- a row that is brought into view
+
+TEST_F(Search, AShownRowOpensWhatItLiesInAndIsFoundAgainAfterTheSort) {
+  load("КП-1");
+  const QModelIndex before = rowOf("Ток фазы А");
+  ASSERT_FALSE(tree()->isExpanded(before.parent()));
+  module->OnSetFocusRow(before);
+  EXPECT_TRUE(tree()->isExpanded(rowOf("Ток фазы А").parent()));
+  EXPECT_EQ(tree()->currentIndex(), rowOf("Ток фазы А"));
+  EXPECT_EQ(tree()->selectionModel()->selectedIndexes(), QModelIndexList{rowOf("Ток фазы А")});
+  EXPECT_NE(rowOf("Ток фазы А").row(), before.row());
+}
+
+TEST_F(Search, AShownRowIsSortedIntoWhatIsOpen) {
+  fromName("Ток фазы А");
+  rename("Ток фазы А", "Яя");
+  ASSERT_EQ(rowOf("Ток фазы А").row(), 0);
+  module->OnSetFocusRow(rowOf("Ток фазы А"));
+  EXPECT_EQ(rowOf("Ток фазы А").row(), 3);
+  EXPECT_EQ(tree()->currentIndex(), rowOf("Ток фазы А"));
+}
+
+TEST_F(Search, NoRowIsShownForAnInvalidIndex) {
+  fromName("Частота");
+  module->OnSetFocusRow(QModelIndex());
+  EXPECT_EQ(tree()->currentIndex(), rowOf("Частота"));
 }
 
 // ---- what cannot be found
