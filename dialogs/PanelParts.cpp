@@ -11,6 +11,7 @@
 #include <QStyleOptionSpinBox>
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -24,8 +25,11 @@ void prepareButton(QPushButton* button, const QString& text) {
   button->setMinimumWidth(kButtonWidth);
 }
 
+// What no number needs is scrolled in its field, so that a panel never outgrows its window.
 int widthOf(const QWidget& field, const QString& text) {
-  return field.fontMetrics().horizontalAdvance(text) + kTextMargin;
+  const QFontMetrics metrics = field.fontMetrics();
+  const int longest = metrics.horizontalAdvance(QString::number(std::numeric_limits<int>::min()));
+  return std::min(metrics.horizontalAdvance(text), longest) + kTextMargin;
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ class QSpinBox;
 // buttons their texts. Enter on a button presses it.
 void preparePanel(CPopTemplate* panel, QDialogButtonBox* buttons);
 
-// Keeps a field as wide as the form made it, and wider only when its text needs it.
+// Keeps a field as wide as the form made it, and wider only when its text needs it, up to the longest number.
 void growWithText(QLineEdit* field);
 void growWithText(QSpinBox* field);
 

@@ -44,6 +44,7 @@ void CPopAddAgregData::Init(QString className, QString caption, bool* hasTypes) 
   ui->listView->setModel(listModel);
   connect(ui->listView->selectionModel(), &QItemSelectionModel::currentChanged, this, [this] { showSuffix(); });
   ui->label_nameSrc->setText(caption);
+  ui->label_nameSrc->setToolTip(caption.toHtmlEscaped());  // a word longer than the panel is cut at its edge
 }
 
 // What the name of the child of that group ends with.

@@ -27,8 +27,6 @@ class CPopAddAgregData : public CPopTemplate {
   void show();   // over the module's centre, the keyboard on the list
   void Clear();  // without a list and a name
 
-  QString primaryKey;  // of the measurement that is asked about; empty when that is the current row
-
  signals:
   void SignOK(QStringList archGroupKeys);
   void SignOKEmpty();  // nothing is ticked
@@ -42,6 +40,8 @@ class CPopAddAgregData : public CPopTemplate {
   CTlmMeasConfig* module;
   bool shown = false;  // from show() until the answer
   StringListModel* listModel = nullptr;
+  QString primaryKey;           // of the measurement that is asked about; empty when that is the current row
+  QStringList groupsAtOpening;  // the archive groups that it had data of when it was asked about
   QTextCodec* moduleCodec = nullptr;
 
  private:

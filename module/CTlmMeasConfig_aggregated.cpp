@@ -52,11 +52,35 @@ void eachChild(const CMDArray& held, int primaryLocId, const std::function<void(
   }
 }
 
+// The archive groups of the aggregated measurements that hang under a row, each once.
+QStringList groupsBelow(const CTlmMeasConfig& module, const QModelIndex& row) {
+  QStringList groups;
+  for (const myConfNode* child : nodeOf(row)->children) {
+    const QString group = child->isAggregated && child->record
+                              ? fieldText(*child->table, child->record, "MeasurementArchGroupKey", module.moduleCodec)
+                              : QString();
+    if (!group.isEmpty() && !groups.contains(group)) groups.append(group);
+  }
+  return groups;
+}
+
+// What an answer is about.
+struct Asked {
+  QModelIndex row;
+  QStringList unseen;  // groups of the children that others added while the dialog was open: nobody unticked them
+};
+
 // The measurement that the dialog was opened for, whatever is current by now; without a dialog the current one.
-QString askedKey(const CTlmMeasConfig& module) {
-  if (CPopAddAgregData* dialog = module.popAddAgregData; dialog && !dialog->primaryKey.isEmpty())
-    return std::exchange(dialog->primaryKey, QString());
-  return keyOf(module.ui->tV_MeasConfig->currentIndex());
+Asked takeAsked(const CTlmMeasConfig& module) {
+  CPopAddAgregData* dialog = module.popAddAgregData;
+  const bool isAnswer = dialog && !dialog->primaryKey.isEmpty();
+  const QString key =
+      isAnswer ? std::exchange(dialog->primaryKey, QString()) : keyOf(module.ui->tV_MeasConfig->currentIndex());
+  Asked asked{key.isEmpty() ? QModelIndex() : module.treeModel->findByKey(key), {}};
+  if (!isAnswer || !asked.row.isValid()) return asked;
+  asked.unseen = groupsBelow(module, asked.row);
+  for (const QString& group : qAsConst(dialog->groupsAtOpening)) asked.unseen.removeAll(group);
+  return asked;
 }
 
 // The archive groups of the children that stay. Those whose group is not wanted go to `toDelete`; one without a group
@@ -126,13 +150,8 @@ void CTlmMeasConfig::ExecActAgregData() {
             QStringLiteral("Нет типов агрегированных сигналов для ") + className, kBoxWarning, kBoxOk);
     return;
   }
-  QStringList& ticked = popAddAgregData->listModel->checkedKeys;
-  for (const myConfNode* child : nodeOf(row)->children) {
-    const QString group = child->isAggregated && child->record
-                              ? fieldText(*child->table, child->record, "MeasurementArchGroupKey", moduleCodec)
-                              : QString();
-    if (!group.isEmpty() && !ticked.contains(group)) ticked.append(group);
-  }
+  popAddAgregData->groupsAtOpening = groupsBelow(*this, row);
+  popAddAgregData->listModel->checkedKeys = popAddAgregData->groupsAtOpening;
   popAddAgregData->primaryKey = keyOf(row);
   popAddAgregData->show();
 }
@@ -144,9 +163,12 @@ void CTlmMeasConfig::OnAddAgregData_SignOK(QStringList archGroupKeys) {
     OnAddAgregData_SignOKEmpty();
     return;
   }
-  const QModelIndex row = rowOf(askedKey(*this));
+  const Asked asked = takeAsked(*this);
+  const QModelIndex row = asked.row;
   const QString key = keyOf(row);
   if (key.isEmpty()) return;
+  for (const QString& group : asked.unseen)
+    if (!archGroupKeys.contains(group)) archGroupKeys.append(group);
   const QString className = classOf(row);
   QList<int> numbers;
   GetCountFreeLocIdFromGiven(numbers, archGroupKeys.size(), 1);
@@ -159,11 +181,14 @@ void CTlmMeasConfig::OnAddAgregData_SignOK(QStringList archGroupKeys) {
 }
 
 void CTlmMeasConfig::OnAddAgregData_SignOKEmpty() {
-  const QModelIndex row = rowOf(askedKey(*this));
-  if (!row.isValid()) return;
+  const Asked asked = takeAsked(*this);
+  if (!asked.row.isValid()) return;
   QList<MDRData*> children;
-  eachChild(measRecords, numberOf(row).toInt(), [&children](MDRData* child) { children.append(child); });
-  DeleteAgregMeas(children, classOf(row));
+  eachChild(measRecords, numberOf(asked.row).toInt(), [&](MDRData* child) {
+    if (!asked.unseen.contains(fieldText(measRecords, child, "MeasurementArchGroupKey", moduleCodec)))
+      children.append(child);
+  });
+  DeleteAgregMeas(children, classOf(asked.row));
 }
 
 // ---- the change set --------------------------------------------------------------------------------------

@@ -284,8 +284,11 @@ TEST_F(GroupList, TicksAndUnticks) {
   model->checkedKeys += key("Час");
   EXPECT_TRUE(model->setData(model->index(1), Qt::Unchecked, Qt::CheckStateRole));
   EXPECT_EQ(model->checkedKeys, QStringList{key("Час")}) << "all entries go";
+  model->checkedKeys += key("Сутки").toLower();
+  EXPECT_TRUE(model->setData(model->index(1), Qt::Unchecked, Qt::CheckStateRole));
+  EXPECT_EQ(model->checkedKeys, QStringList{key("Час")}) << "whatever their case";
   EXPECT_TRUE(model->setData(model->index(1), Qt::Unchecked, Qt::CheckStateRole)) << "also when there is none";
-  EXPECT_EQ(told.size(), 3);
+  EXPECT_EQ(told.size(), 4);
 }
 
 TEST_F(GroupList, TakesNothingButTicks) {
@@ -309,6 +312,7 @@ TEST_F(GroupList, FlagsAndHeaders) {
   EXPECT_TRUE(flags & Qt::ItemIsSelectable);
   EXPECT_EQ(model->headerData(3, Qt::Horizontal).toString(), "Column 3");
   EXPECT_EQ(model->headerData(4, Qt::Vertical).toString(), "Row 4");
+  EXPECT_FALSE(model->headerData(4, Qt::Vertical, Qt::DecorationRole).isValid());
 }
 
 // ---- the dialog ------------------------------------------------------------------------------------------
@@ -365,9 +369,22 @@ TEST_F(Aggregated, TabGoesFromFieldToField) {
   EXPECT_EQ(tabRound(Qt::Key_Backtab, Qt::ShiftModifier), (QStringList{"listView", "Отмена", "ОК"}));
 }
 
+TEST_F(Aggregated, ALongNameLeavesThePanelInTheWindow) {
+  start();
+  const QString name(200, QChar(0x0416));
+  ASSERT_TRUE(Colleague(*server.core()).change("IdentifiedObject", key("Q Т-1"), {"name_=" + name}).commit());
+  open("Q Т-1");
+  ASSERT_TRUE(eventsAreIn());
+  open("Q Т-1");
+  EXPECT_EQ(dialog()->ui->label_nameSrc->text(), "1005, " + name);
+  EXPECT_EQ(dialog()->ui->label_nameSrc->toolTip(), "1005, " + name);
+  EXPECT_TRUE(module->rect().contains(dialog()->geometry())) << dialog()->width();
+}
+
 TEST_F(Aggregated, TellsWhatTheNameWillEndWith) {
   start();
   open("Q Т-1");
+  EXPECT_EQ(view()->currentIndex(), list()->index(0)) << "the first one at opening";
   view()->setCurrentIndex(item("Среднее за час"));
   EXPECT_EQ(dialog()->ui->lE_->text(), "_час");
   view()->setCurrentIndex(item("Среднее за минуту"));
@@ -490,6 +507,20 @@ TEST_F(Aggregated, UntickingAllRemovesAll) {
   EXPECT_EQ(serverRows().size(), 6) << "nothing else goes";
 }
 
+TEST_F(Aggregated, ChildrenOfOthersStay) {
+  start();
+  open("Q Т-1");
+  tick("Среднее за час");
+  accept();
+  expectChildren(1005, QStringList{"1 Q Т-1_час (of 1005, Час)"});
+  open("P Т-1");
+  tick("Среднее за час");
+  tick("Среднее за сутки");
+  accept();
+  expectChildren(1001, QStringList());
+  EXPECT_EQ(childrenOf(1005).size(), 1);
+}
+
 TEST_F(Aggregated, WhatIsThereAlreadyIsNotMadeAgain) {
   start();
   const QStringList before = serverRows();
@@ -557,12 +588,69 @@ TEST_F(Aggregated, ARowWithoutANumberHasNoChildrenToRemove) {
   start();
   click("P Т-1");
   const QStringList before = serverRows();
+  module->measRecords.SetVal(seekText(module->measRecords, 0, key("Q Т-1"), module->moduleCodec), "primaryLocId",
+                             intVar(0));
   for (const QModelIndex& row : {find("КП-1"), find("P Т-1").parent(), QModelIndex()}) {
     tree()->setCurrentIndex(row);
     module->OnAddAgregData_SignOKEmpty();
     module->OnAddAgregData_SignOK({key("Час")});
   }
   EXPECT_EQ(serverRows(), before) << "nobody's child is not the child of number 0";
+}
+
+// ---- another engineer meanwhile --------------------------------------------------------------------------
+
+class AggregatedTogether : public Aggregated {
+ protected:
+  // Another engineer adds data of a day to the measurement whose dialog is open.
+  void othersAddADay() {
+    ASSERT_TRUE(Colleague(*server.core())
+                    .add("Analog", QString(32, 'A'),
+                         {"name_=Чужое", "locId=1012", "primaryLocId=1005", "work_=1", "RemoteUnitKey=" + key("КП-1"),
+                          "MeasurementArchGroupKey=" + key("Сутки")})
+                    .commit());
+    ASSERT_TRUE(eventsAreIn());
+    ASSERT_EQ(below("Q Т-1"), "1012 Чужое\n");
+  }
+};
+
+TEST_F(AggregatedTogether, WhatTheDialogDidNotShowStays) {
+  start();
+  open("Q Т-1");
+  othersAddADay();
+  accept();
+  EXPECT_EQ(writes(), QStringList()) << "nothing was ticked and nothing unticked";
+  expectChildren(1005, QStringList{"1012 Чужое (of 1005, Сутки)"});
+}
+
+TEST_F(AggregatedTogether, OwnTicksComeBesideIt) {
+  start();
+  open("Q Т-1");
+  tick("Среднее за час");
+  othersAddADay();
+  accept();
+  expectChildren(1005, (QStringList{"1 Q Т-1_час (of 1005, Час)", "1012 Чужое (of 1005, Сутки)"}));
+}
+
+TEST_F(AggregatedTogether, WhatBothTickedIsMadeOnce) {
+  start();
+  open("Q Т-1");
+  tick("Среднее за сутки");
+  othersAddADay();
+  accept();
+  expectChildren(1005, QStringList{"1012 Чужое (of 1005, Сутки)"});
+}
+
+TEST_F(AggregatedTogether, TheNextOpeningShowsItAndUntickingRemovesIt) {
+  start();
+  open("Q Т-1");
+  othersAddADay();
+  key(Qt::Key_Escape);
+  open("Q Т-1");
+  EXPECT_EQ(ticked(), QStringList{"Среднее за сутки"});
+  tick("Среднее за сутки");
+  accept();
+  expectChildren(1005, QStringList());
 }
 
 // ---- what fails meanwhile --------------------------------------------------------------------------------
@@ -710,6 +798,14 @@ TEST_F(AggregatedSet, ComparesGroupsWithCase) {
   ASSERT_EQ(unticked.size(), 1);
   EXPECT_EQ(fieldText(module->measRecords, unticked[0], 0, module->moduleCodec), key("P Т-1_час"));
   EXPECT_EQ(changeText(changes).size(), 3);
+}
+
+TEST_F(AggregatedSet, KeepsWithCase) {
+  start();
+  find("P Т-1");
+  EXPECT_TRUE(prepare(key("P Т-1"), "Analog", {key("Час"), key("Час").toLower(), key("Сутки")}, {7}, 1001));
+  EXPECT_TRUE(unticked.isEmpty());
+  EXPECT_EQ(changeText(changes).size(), 3) << "another key, another child";
 }
 
 TEST_F(AggregatedSet, AChildWithoutAGroupIsLeftAlone) {
