@@ -4,6 +4,8 @@
 #include "DefaultNames.h"
 #include "MeasClasses.h"
 #include "PanelParts.h"
+#include "RecordAccess.h"
+#include "WorkWithData.h"
 #include "ui_popCopyByTemlate.h"
 
 #include <limits>
@@ -11,6 +13,16 @@
 namespace {
 
 constexpr int kOfferedRange = 999;  // from the first number to the last
+constexpr int kNumberRoom = 11;     // characters: a blank and the longest number
+constexpr int kNoLimit = 32767;     // of a line edit
+
+// The most characters that may stand in front of the numbers: the server refuses a whole name that is too long.
+int longestName(CTlmMeasConfig& module) {
+  const MDRData* field = GetFldRec(&module.tblFields, &module.tblTables, QStringLiteral("IdentifiedObject"), "name_");
+  const int whole =
+      ParseParam(QStringLiteral("LEN"), fieldText(module.tblFields, field, "param", module.moduleCodec)).toInt();
+  return whole > kNumberRoom ? whole - kNumberRoom : kNoLimit;
+}
 
 }  // namespace
 
@@ -30,6 +42,7 @@ CPopCopyByTemlate::CPopCopyByTemlate(QWidget* parent, CTlmMeasConfig* owner)
 CPopCopyByTemlate::~CPopCopyByTemlate() { delete ui; }
 
 void CPopCopyByTemlate::Init(QString className) {
+  ui->lE_name->setMaxLength(longestName(*module));
   int free = 0;
   module->GetFreeLocId(free);
   if (free == 0) return;

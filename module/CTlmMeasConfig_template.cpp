@@ -28,6 +28,7 @@ constexpr char kSomeOccupied[] =
     "этих измерений?";
 constexpr char kNoNumbers[] = "В заданном диапазоне нет номеров, измерения не созданы";
 constexpr char kNoTemplate[] = "Шаблон не найден на сервере, измерения не созданы";
+constexpr char kNoDocument[] = "Шаблона больше нет в буфере обмена, измерения не созданы";
 constexpr char kNoTarget[] = "Устройство не найдено, измерения не созданы";
 constexpr char kNoUnit[] = "Шаблон копируется только в устройство, измерения не созданы";
 
@@ -187,7 +188,10 @@ void CTlmMeasConfig::SaveCopyByTemplate(QModelIndex target) {
   }
   if (!nodeOf(target) || !clipboard || clipText.isEmpty()) return;
   if (isRemoteUnit(target)) AddMeasForRTU(target, QString(), false, QString());
-  if (clipIsCopy) ParseAndSaveXmlTemplate(clipText, target);
+  if (clipIsCopy)
+    ParseAndSaveXmlTemplate(clipText, target);
+  else  // cut meanwhile
+    showBox(QString::fromUtf8(kTitle), QString::fromUtf8(kNoDocument), kBoxWarning, kBoxOk);
 }
 
 void CTlmMeasConfig::ParseAndSaveXmlTemplate(QString xml, QModelIndex target) {

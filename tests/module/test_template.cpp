@@ -194,6 +194,10 @@ TEST_F(Template, ALongNumberIsShownWhole) {
   const auto room = [](const QWidget* field, int around) { return field->width() - around; };
   EXPECT_GE(room(form()->spinBox_count, 20), form()->spinBox_count->fontMetrics().horizontalAdvance("999999999"));
   EXPECT_GE(room(form()->lEBegLocId, 6), form()->lEBegLocId->fontMetrics().horizontalAdvance("2147483647"));
+  form()->lEBegLocId->setText(QString(300, '7'));
+  form()->lEEndLocId->setText(QString(300, '7'));
+  settle();
+  EXPECT_TRUE(module->rect().contains(dialog()->geometry())) << "what no number needs is scrolled";
   fill(form()->spinBox_count, 1);
   settle();
   EXPECT_EQ(form()->spinBox_count->width(), 50);
@@ -224,6 +228,14 @@ TEST_F(Template, TheNameFollowsTheClass) {
     dialog()->Init(each.className);
     EXPECT_EQ(form()->lE_name->text(), each.name) << each.className;
   }
+}
+
+TEST_F(Template, ANameWithTheLongestNumberIsShortEnoughForTheServer) {
+  start();
+  open("Q Т-1", "КП-2");
+  series("2147483647", "2147483647", 1, 1, QString("Ряд") + QString(300, 'x'));
+  ASSERT_EQ(made().size(), 1);
+  EXPECT_EQ(serverField("IdentifiedObject", keyOfNumber(INT_MAX), "name_").size(), 200);
 }
 
 TEST_F(Template, StepCountAndTicksStayFromTheLastUse) {
@@ -555,6 +567,7 @@ TEST_F(Template, SavesNothingWithoutDocumentClipboardOrCopy) {
   module->clipIsCopy = false;
   module->SaveCopyByTemplate(unit);
   EXPECT_EQ(writes(), QStringList());
+  expectBox(kTitle, "Шаблона больше нет в буфере обмена, измерения не созданы", kBoxWarning);
   module->clipIsCopy = true;
   module->SaveCopyByTemplate(unit);
   EXPECT_EQ(writes().size(), 5);
@@ -820,6 +833,28 @@ TEST_F(TemplateBadInput, TheSeriesGoesWhereItWasAskedFor) {
   report()->On_Accept();
   ASSERT_TRUE(eventsAreIn());
   EXPECT_EQ(below("КП-3"), "Аналоговые измерения\n  1023 Ряд 1023\n");
+}
+
+TEST_F(TemplateBadInput, ATemplateThatACutReplacedIsTold) {
+  start();
+  open("Q Т-1", "КП-3");
+  click("Wp Т-1");
+  QTest::keyClick(tree(), Qt::Key_X, Qt::ControlModifier);
+  settle();
+  dialog()->On_Accept();
+  expectNothing("Шаблона больше нет в буфере обмена, измерения не созданы");
+  EXPECT_EQ(writes(), QStringList());
+}
+
+TEST_F(TemplateBadInput, WithoutADialogTheSeriesGoesToTheCurrentRow) {
+  start();
+  open("Q Т-1", "КП-3");
+  series("1100", "1200", 1, 1);
+  copy("Q Т-1");
+  click("КП-2");
+  module->OnCopyByTemplate_SignOK("1101", "1200", 1, 1, "Ряд");
+  ASSERT_TRUE(eventsAreIn());
+  EXPECT_EQ(serverField("Measurement", keyOfNumber(1101), "RemoteUnitKey"), "КП-2");
 }
 
 TEST_F(TemplateBadInput, MeasurementsWithoutAUnitTakeNoSeries) {
