@@ -105,6 +105,21 @@ class TemplateChild {
   QString suffix_;
 };
 
+using TemplateChildren = std::vector<std::unique_ptr<TemplateChild>>;
+
+// The aggregated measurements of one copy, each with the next of their numbers, as long as there are any.
+void addChildren(const TemplateChildren& children, CTlmMeasConfig& module, const QString& copyName, StampValues values,
+                 QStringList& tables, QList<CMDArray*>& arrays) {
+  values.primaryNumber = values.number;
+  for (const auto& child : children) {
+    if (!child->isKnown() || module.agregLocIds.isEmpty()) continue;
+    values.key = GenGuid32();
+    values.number = module.agregLocIds.takeFirst();
+    values.name = module.moduleCodec->fromUnicode(copyName + child->suffix());
+    child->add(tables, arrays, values);
+  }
+}
+
 // The keys of a measurement's aggregated ones that the tree holds.
 QStringList childKeysOf(const CTlmMeasConfig& module, const QString& key, const QString& className) {
   QStringList keys;
@@ -153,6 +168,7 @@ void CTlmMeasConfig::ExecActCopyTemplate() {
 
 void CTlmMeasConfig::OnCopyByTemplate_SignOK(QString begin, QString end, int step, int count, QString) {
   if (!popCopyByTemlate) return;
+  if (popMessageBoxByTemplate) popMessageBoxByTemplate->On_Reject();  // an older question is answered by this series
   const QString unitKey = std::exchange(popCopyByTemlate->unitKey, QString());
   freeLocIds.clear();
   QStringList occupied;
@@ -234,7 +250,7 @@ bool CTlmMeasConfig::PrepareSaveGroupTemplate(QStringList& tables, QList<CMDArra
   stamps.reserve(static_cast<size_t>(chain.size()));
   for (int i = 0; i < chain.size(); ++i)
     stamps.emplace_back(chain[i], tableStructs[ind][i]->array, pattern.array, record, kCopyRules, StampValue::kSource);
-  std::vector<std::unique_ptr<TemplateChild>> children;
+  TemplateChildren children;
   children.reserve(static_cast<size_t>(childKeys.size()));
   for (const QString& each : qAsConst(childKeys)) children.push_back(std::make_unique<TemplateChild>(*this, each));
 
@@ -246,14 +262,7 @@ bool CTlmMeasConfig::PrepareSaveGroupTemplate(QStringList& tables, QList<CMDArra
     values.number = number;
     values.name = moduleCodec->fromUnicode(copyName);
     for (ObjectStamp& stamp : stamps) stamp.add(tables, arrays, values);
-    values.primaryNumber = number;
-    for (const auto& child : children) {
-      if (!copyAggregated || !child->isKnown() || agregLocIds.isEmpty()) continue;
-      values.key = GenGuid32();
-      values.number = agregLocIds.takeFirst();
-      values.name = moduleCodec->fromUnicode(copyName + child->suffix());
-      child->add(tables, arrays, values);
-    }
+    if (copyAggregated) addChildren(children, *this, copyName, values, tables, arrays);
   }
   return true;
 }

@@ -290,6 +290,13 @@ TEST_F(Template, IsACentredFramelessPanelWithoutCutTexts) {
   EXPECT_EQ(cutTexts(*dialog()), QStringList());
 }
 
+TEST_F(Template, TypingReplacesTheFirstNumber) {
+  start();
+  open("P Т-1", "КП-2");
+  typeText("7");
+  EXPECT_EQ(form()->lEBegLocId->text(), "7");
+}
+
 TEST_F(Template, TabGoesFromFieldToField) {
   start();
   open("P Т-1", "КП-2");
@@ -855,6 +862,34 @@ TEST_F(TemplateBadInput, WithoutADialogTheSeriesGoesToTheCurrentRow) {
   module->OnCopyByTemplate_SignOK("1101", "1200", 1, 1, "Ряд");
   ASSERT_TRUE(eventsAreIn());
   EXPECT_EQ(serverField("Measurement", keyOfNumber(1101), "RemoteUnitKey"), "КП-2");
+}
+
+TEST_F(TemplateBadInput, ADeclinedDialogLeavesNoTargetBehind) {
+  start();
+  open("Q Т-1", "КП-3");
+  key(Qt::Key_Escape);
+  click("КП-2");
+  module->OnCopyByTemplate_SignOK("1101", "1200", 1, 1, "Ряд");
+  ASSERT_TRUE(eventsAreIn());
+  EXPECT_EQ(serverField("Measurement", keyOfNumber(1101), "RemoteUnitKey"), "КП-2");
+  open("Q Т-1", "КП-3");
+  series("1020", "1100", 1, 4);
+  key(Qt::Key_Escape);
+  click("КП-2");
+  module->OnMessageBoxByTemplate_SignOK();
+  ASSERT_TRUE(eventsAreIn());
+  EXPECT_EQ(serverField("Measurement", keyOfNumber(1023), "RemoteUnitKey"), "КП-2");
+}
+
+TEST_F(TemplateBadInput, ANewSeriesTakesTheOldQuestionBack) {
+  start();
+  open("Q Т-1", "КП-3");
+  series("1020", "1100", 1, 4);
+  ASSERT_TRUE(report()->isVisible());
+  press(module->actCopyTemplate);
+  series("1200", "1300", 1, 1);
+  EXPECT_FALSE(report()->isVisible());
+  EXPECT_EQ(made(), QStringList{"1200 Ряд 1200"});
 }
 
 TEST_F(TemplateBadInput, MeasurementsWithoutAUnitTakeNoSeries) {
