@@ -179,6 +179,17 @@ TEST_F(Search, FailureLeavesSelectionAndTree) {
 }
 
 TEST_F(Search, ShowsAWaitCursorOnlyWhileItAsks) {
+  int shapes = 0;
+  QObject::connect(module->treeModel, &QAbstractItemModel::rowsInserted, [&] {
+    const QCursor* cursor = QGuiApplication::overrideCursor();
+    ASSERT_NE(cursor, nullptr);
+    EXPECT_EQ(cursor->shape(), Qt::WaitCursor);
+    ++shapes;
+  });
+  type("Частота");
+  EXPECT_EQ(press(), "13 Частота");
+  EXPECT_GT(shapes, 0);
+  EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
   type("нет такого");
   EXPECT_EQ(press(), "-");
   EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
