@@ -122,20 +122,28 @@ void GrpcTransport::attempt() {
 
 // False when the attempt failed. Blocks may be sent by the time that the listener hears of it.
 bool GrpcTransport::waitUntilUp(Lock& lock) {
-  const auto ready = [this] { return stopping_ || ended_ || confirmed_ == first_; };
-  if (!changed_.wait_for(lock, milliseconds(line_.connectMs), ready)) why_ = "no answer in time";
-  if (stopping_ || ended_ || confirmed_ != first_) return false;
+  for (uint32_t wanted = first_; confirmed_ != serial_; wanted = serial_) {
+    // The lists have changed meanwhile. Nothing is sent before they are in effect: a change that comes between what
+    // is read and the subscription would be missed.
+    if (wanted != first_) stream_->write(subscription(false));
+    if (!waitUntilConfirmed(lock, wanted)) return false;
+  }
   attempts_ = 0;
   alive_ = true;
   changed_.notify_all();
   jobs_.notify_all();
-  if (serial_ != first_) stream_->write(subscription(false));  // the lists have changed meanwhile
   if (TransportListener* const listener = listener_; std::exchange(knownDead_, false) && listener) {
     lock.unlock();
     listener->onLine(true, {});
     lock.lock();
   }
   return true;
+}
+
+bool GrpcTransport::waitUntilConfirmed(Lock& lock, uint32_t serial) {
+  const auto ready = [&] { return stopping_ || ended_ || confirmed_ == serial; };
+  if (!changed_.wait_for(lock, milliseconds(line_.connectMs), ready)) why_ = "no answer in time";
+  return !stopping_ && !ended_ && confirmed_ == serial;
 }
 
 void GrpcTransport::waitUntilSilent(Lock& lock) {
@@ -293,6 +301,7 @@ bool GrpcTransport::expire(Lock& lock) {
   const auto now = Clock::now();
   std::erase_if(queue_, [&](const Job& job) { return job.until <= now && (late.push_back(job.id), true); });
   if (late.empty()) return false;
+  if (lingering_) changed_.notify_all();
   tellLost(lock, std::move(late), "no answer from the server in time");
   return true;
 }
@@ -316,9 +325,8 @@ std::optional<wire::BlockReply> GrpcTransport::perform(Job& job, Lock& lock) {
   lock.unlock();
   GrpcOutcome outcome = calls.carryOut(job.block);
   lock.lock();
-  busy_ = false;
-  writing_ = false;
   if (!outcome.reply) {
+    // Still busy, so that nothing goes before this block.
     if (alive_) changed_.wait_for(lock, kAgain, [this] { return stopping_ || !alive_; });
     const bool late = job.until <= Clock::now();
     if (stopping_ || late || wire::holdsCommand(job.block) || (!alive_ && !job.writes()))
@@ -326,6 +334,8 @@ std::optional<wire::BlockReply> GrpcTransport::perform(Job& job, Lock& lock) {
     else
       queue_.push_front(std::move(job));
   }
+  busy_ = false;
+  writing_ = false;
   if (lingering_) changed_.notify_all();
   if (!queue_.empty()) jobs_.notify_one();
   return std::move(outcome.reply);

@@ -50,6 +50,7 @@ class GrpcTransport : public ITransport {
   void keepUp();
   void attempt();
   bool waitUntilUp(Lock& lock);
+  bool waitUntilConfirmed(Lock& lock, uint32_t serial);
   void waitUntilSilent(Lock& lock);
   void hear(v1::Delivery&& delivery);
   void hearSubscribed(const v1::Subscribed& subscribed);
