@@ -1,5 +1,6 @@
 #include "Log.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
@@ -21,16 +22,27 @@ std::string now() {
   return text;
 }
 
+bool isControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }
+
+bool isPlain(char c) { return !isControl(c) && std::string_view(" =\"\\").find(c) == std::string_view::npos; }
+
+// What clients say about themselves goes into the log: it must neither end a line nor steer a terminal.
+std::string escaped(char c) {
+  if (c == '\n') return "\\n";
+  if (c == '"' || c == '\\') return {'\\', c};
+  if (!isControl(c)) return std::string(1, c);
+  char text[8];
+  std::snprintf(text, sizeof text, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+  return text;
+}
+
 void append(std::string_view value, std::string* line) {
-  if (!value.empty() && value.find_first_of(" =\"\\\n\r\t") == std::string_view::npos) {
+  if (!value.empty() && std::all_of(value.begin(), value.end(), isPlain)) {
     *line += value;
     return;
   }
   *line += '"';
-  for (const char c : value) {
-    if (c == '"' || c == '\\') *line += '\\';
-    *line += c == '\n' ? "\\n" : std::string(1, c == '\r' || c == '\t' ? ' ' : c);
-  }
+  for (const char c : value) *line += escaped(c);
   *line += '"';
 }
 

@@ -2,7 +2,8 @@
 //
 //   time=2026-03-01T09:30:12.345Z level=info event=session-opened peer=ipv4:127.0.0.1:40112 sessions=3
 //
-// Values with blanks, quotation marks or equals signs stand in quotation marks, with \" \\ \n inside.
+// Values with blanks, quotation marks, equals signs or control characters stand in quotation marks, with \" \\ \n and
+// \x1b (any other control character) inside.
 #ifndef TLMDAEMON_LOG_H
 #define TLMDAEMON_LOG_H
 

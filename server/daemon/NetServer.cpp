@@ -6,6 +6,13 @@
 
 #include <TlmWireGrpc/convert.h>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string_view>
+
 #include "Log.h"
 #include "ModelService.h"
 
@@ -21,6 +28,9 @@ constexpr int kLeastPingMs = 1'000;
 void setLimits(grpc::ServerBuilder& builder, const NetOptions& options) {
   builder.SetMaxReceiveMessageSize(static_cast<int>(wire::kMessageBytes));
   builder.SetMaxSendMessageSize(-1);
+  // What is compressed is counted before it is blown up, so that a few bytes could become gigabytes.
+  for (const auto how : {GRPC_COMPRESS_DEFLATE, GRPC_COMPRESS_GZIP})
+    builder.SetCompressionAlgorithmSupportStatus(how, false);
   // A second server must not share the port.
   builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);
   builder.AddChannelArgument(GRPC_ARG_SERVER_HANDSHAKE_TIMEOUT_MS, options.patienceMs);
@@ -29,6 +39,23 @@ void setLimits(grpc::ServerBuilder& builder, const NetOptions& options) {
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, kPingAnswerMs);
   builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS, kLeastPingMs);
   builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, options.maxCalls + options.maxSessions);
+}
+
+// A socket's file is taken from whoever made it, be he alive or not: one that somebody answers at is left to him.
+bool isServed(std::string_view address) {
+  constexpr std::string_view kUnix = "unix:";
+  if (!address.starts_with(kUnix)) return false;
+  std::string_view path = address.substr(kUnix.size());
+  if (path.starts_with("//")) path.remove_prefix(2);
+  sockaddr_un to{};
+  to.sun_family = AF_UNIX;
+  if (path.size() >= sizeof to.sun_path) return false;
+  std::memcpy(to.sun_path, path.data(), path.size());
+  const int handle = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (handle < 0) return false;
+  const bool answered = connect(handle, reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 || errno == EAGAIN;
+  close(handle);
+  return answered;
 }
 
 std::string withPort(const std::string& address, int port) {
@@ -49,6 +76,9 @@ struct NetServer::Private {
 };
 
 std::unique_ptr<NetServer> NetServer::start(Core& core, const NetOptions& options, Log& log, std::string* error) {
+  for (const std::string& address : options.addresses) {
+    if (isServed(address)) return *error = "cannot listen at " + address + ": another server does", nullptr;
+  }
   grpc::EnableDefaultHealthCheckService(true);
   auto d = std::make_unique<Private>(core, options, log);
   grpc::ServerBuilder builder;

@@ -103,6 +103,13 @@ TEST(Log, WritesALineOfNamesAndValues) {
             " level=info event=opened peer=a:1 why=\"a \\\"b\\\"\\nc=d\\\\\" none=\"\"\n");
 }
 
+TEST(Log, NeitherEndsALineNorSteersATerminalByWhatAClientSays) {
+  std::string text;
+  server::Log log(server::LogLevel::kInfo, [&](const std::string& line) { text += line; });
+  log.info("refused", {{"user", "\x1b[2Jroot"}, {"why", std::string("a\r\tb\0\x7f", 6)}});
+  EXPECT_EQ(text.substr(text.find(" event")), " event=refused user=\"\\x1b[2Jroot\" why=\"a\\x0d\\x09b\\x00\\x7f\"\n");
+}
+
 TEST(Log, LeavesOutWhatIsBelowItsLevel) {
   std::string text;
   server::Log log(server::LogLevel::kWarning, [&](const std::string& line) { text += line; });
@@ -247,6 +254,19 @@ TEST(NetServer, SaysWhichAddressItCannotUse) {
   std::string error;
   EXPECT_EQ(server::NetServer::start(*model.core(), options, log, &error), nullptr) << "the port is taken";
   EXPECT_NE(error.find(first.tcp()), std::string::npos);
+}
+
+TEST(NetServer, LeavesASocketToTheServerThatAnswersThere) {
+  EmbeddedServer model("unit КП-1\n");
+  NetworkServer first(*model.core());
+  server::Log log(server::LogLevel::kError);
+  server::NetOptions options;
+  options.addresses = {first.unixSocket()};
+  std::string error;
+  EXPECT_EQ(server::NetServer::start(*model.core(), options, log, &error), nullptr);
+  EXPECT_NE(error.find(first.unixSocket()), std::string::npos) << error;
+  const auto transport = connectToServer(quickLine(first.unixSocket()), &error);
+  EXPECT_NE(transport, nullptr) << error;
 }
 
 }  // namespace
