@@ -23,15 +23,15 @@ std::vector<int> list(const google::protobuf::RepeatedField<int32_t>& numbers) {
 
 }  // namespace
 
-Listener* Listener::open(ListenerHouse& house) {
-  auto* const listener = new Listener(house);
+Listener* Listener::open(ListenerHouse& house, grpc::CallbackServerContext* context) {
+  auto* const listener = new Listener(house, context);
   listener->self_.reset(listener);
   listener->StartRead(&listener->incoming_);
   return listener;
 }
 
 Listener* Listener::refuse(ListenerHouse& house, const grpc::Status& why) {
-  auto* const listener = new Listener(house);
+  auto* const listener = new Listener(house, nullptr);
   listener->self_.reset(listener);
   listener->finish(why);
   return listener;
@@ -41,10 +41,10 @@ Listener* Listener::refuse(ListenerHouse& house, const grpc::Status& why) {
 
 void Listener::OnReadDone(bool ok) {
   if (!ok) return;  // it says no more, and may listen on
-  heard_ = true;
   {
     const std::lock_guard lock(mutex_);
     ++subscribing_;
+    heard_ = true;  // no beat between the two: its position would pass over what is still to be caught up with
   }
   if (++asked_ > kMostAsked) return finish({grpc::StatusCode::RESOURCE_EXHAUSTED, "too many subscriptions at once"});
   // Catching up reads the store, which no thread of gRPC should wait for.
@@ -54,6 +54,7 @@ void Listener::OnReadDone(bool ok) {
 }
 
 void Listener::subscribe(const v1::Subscription& subscription) {
+  if (done_) return;  // those who gave up waiting must not keep the others waiting
   {
     const std::lock_guard lock(mutex_);
     plain_ = subscription.plain();
@@ -113,10 +114,19 @@ void Listener::beat(Clock::time_point now) {
   pump(lock);
 }
 
+void Listener::endIfStuckSince(Clock::time_point time) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!writing_ || lastSent_ >= time) return;
+  }
+  context_->TryCancel();
+}
+
+// What is larger than the whole queue still goes when it is alone: a client that comes back would meet it again.
 void Listener::put(size_t bytes, const std::function<void(v1::Delivery&)>& fill) {
   std::unique_lock lock(mutex_);
   if (finishing_ || overflowed_) return;
-  if (waitingBytes_ + bytes > house_.queueBytes) {
+  if (waitingBytes_ > 0 && waitingBytes_ + bytes > house_.queueBytes) {
     // What stands in the queue is still told, so that the client comes back further on.
     overflowed_ = true;
     finishing_ = true;

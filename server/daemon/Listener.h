@@ -35,18 +35,23 @@ class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>,
  public:
   using Clock = std::chrono::steady_clock;
 
-  static Listener* open(ListenerHouse& house);
+  static Listener* open(ListenerHouse& house, grpc::CallbackServerContext* context);
   // One that only says why it cannot be.
   static Listener* refuse(ListenerHouse& house, const grpc::Status& why);
 
   void finish(const grpc::Status& status);  // after the message on its way; any thread
   void beat(Clock::time_point now);         // says that the server is there
 
+  // Ends the stream of a client that has not taken the message on its way since then: it would keep the whole queue.
+  // Not after `ended` has returned.
+  void endIfStuckSince(Clock::time_point time);
+
   // When the stream was opened, as long as no subscription has come.
   bool silentSince(Clock::time_point time) const { return !heard_ && opened_ < time; }
 
  private:
-  explicit Listener(ListenerHouse& house) : house_(house), opened_(Clock::now()), lastSent_(opened_) {}
+  Listener(ListenerHouse& house, grpc::CallbackServerContext* context)
+      : house_(house), context_(context), opened_(Clock::now()), lastSent_(opened_) {}
 
   void OnReadDone(bool ok) override;
   void OnWriteDone(bool ok) override;
@@ -65,6 +70,7 @@ class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>,
   void pump(std::unique_lock<std::mutex>& lock);
 
   ListenerHouse& house_;
+  grpc::CallbackServerContext* const context_;  // null: one that was refused
   const Clock::time_point opened_;
   std::shared_ptr<Listener> self_;  // until gRPC is done with it
   std::atomic<bool> heard_{false};

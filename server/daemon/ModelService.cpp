@@ -16,11 +16,33 @@ using grpc::StatusCode;
 
 constexpr auto kReplyKept = std::chrono::seconds(30);
 constexpr auto kSlowCall = std::chrono::seconds(1);
+// A request costs memory of its own, however short it is, and a name is copied into each event of a block.
+constexpr int kMostRequests = 65'536;
+constexpr size_t kLongestUser = 256;
 
 Status tooMany() { return {StatusCode::UNAVAILABLE, "too many calls under way"}; }
 Status tooLarge() { return {StatusCode::RESOURCE_EXHAUSTED, "over the limit of size"}; }
 
 std::string count(size_t number) { return std::to_string(number); }
+
+Status checkBounds(const v1::Block& block) {
+  if (block.requests_size() > kMostRequests) return {StatusCode::RESOURCE_EXHAUSTED, "too many requests in a block"};
+  if (block.user().size() > kLongestUser) return {StatusCode::INVALID_ARGUMENT, "the name of the user is too long"};
+  return Status::OK;
+}
+
+bool writes(const wire::Block& block) {
+  return std::any_of(block.requests.begin(), block.requests.end(),
+                     [](const wire::Request& request) { return request.kind == wire::RequestKind::kUpdate; });
+}
+
+// The status of the whole stays what it is: who wrote has to know that it is written.
+void leaveOutAnswers(const wire::Block& block, wire::BlockReply* reply) {
+  for (size_t i = 0; i < reply->each.size() && i < block.requests.size(); ++i) {
+    if (block.requests[i].kind != wire::RequestKind::kUpdate)
+      reply->each[i] = wire::Reply::failure(wire::kTooLarge, "written, but the answers do not fit");
+  }
+}
 
 }  // namespace
 
@@ -71,9 +93,16 @@ ModelService::Slot::~Slot() {
   if (transfer_) service_.transfers_.erase(transfer_);
 }
 
+void ModelService::Slot::goesOn() const {
+  const std::lock_guard lock(service_.mutex_);
+  const auto transfer = service_.transfers_.find(transfer_);
+  if (transfer != service_.transfers_.end()) transfer->second = Clock::now();
+}
+
 Status ModelService::Call(grpc::ServerContext* context, const v1::Block* request, v1::BlockReply* response) {
   const Slot slot(*this, nullptr);
   if (!slot.given()) return tooMany();
+  if (const Status good = checkBounds(*request); !good.ok()) return good;
   wire::Block block;
   std::string why;
   if (!wire::fromMessage(*request, &block, &why)) return {StatusCode::INVALID_ARGUMENT, why};
@@ -87,18 +116,20 @@ Status ModelService::Upload(grpc::ServerContext* context, grpc::ServerReader<v1:
   {
     const Slot transfer(*this, context);
     if (!transfer.given()) return tooMany();
-    if (Status read = readPieces(reader, &first, &block); !read.ok()) return read;
+    if (Status read = readPieces(transfer, reader, &first, &block); !read.ok()) return read;
   }
   const Slot slot(*this, nullptr);
   return slot.given() ? carryOut(block, first, context->peer(), response) : tooMany();
 }
 
 // The lengths are checked before a byte of the bodies is kept, and nothing is taken for granted about them.
-Status ModelService::readPieces(grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first, wire::Block* block) {
+Status ModelService::readPieces(const Slot& transfer, grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first,
+                                wire::Block* block) {
   v1::BlockPiece piece;
   std::string why;
   if (!reader->Read(&piece) || !piece.has_block()) return {StatusCode::INVALID_ARGUMENT, "no block in the first piece"};
   *first = std::move(*piece.mutable_block());
+  if (const Status good = checkBounds(*first); !good.ok()) return good;
   if (!wire::fromMessage(*first, block, &why)) return {StatusCode::INVALID_ARGUMENT, why};
   uint64_t left = options_.maxRequestBytes;
   for (const v1::Request& request : first->requests()) {
@@ -111,7 +142,13 @@ Status ModelService::readPieces(grpc::ServerReader<v1::BlockPiece>* reader, v1::
     while (wanted == 0 && ++at < first->requests_size()) wanted = first->requests(at).body_bytes();
     return wanted > 0;
   };
+  size_t bytes = 0;
   while (reader->Read(&piece)) {
+    bytes += piece.data().size();
+    if (bytes >= wire::kPieceBytes) {
+      transfer.goesOn();
+      bytes = 0;
+    }
     std::string_view rest = piece.data();
     while (!rest.empty()) {
       if (!next()) return {StatusCode::INVALID_ARGUMENT, "more bytes than the bodies have"};
@@ -147,18 +184,27 @@ Status ModelService::carryOut(const wire::Block& block, const v1::Block& asked, 
 
 Status ModelService::finishReply(const wire::Block& block, bool plain, wire::BlockReply&& reply,
                                  v1::BlockReply* response) {
+  const auto without = [&](wire::BlockReply&& left, const Status& why) {
+    response->Clear();
+    if (!writes(block)) return why;
+    leaveOutAnswers(block, &left);
+    wire::toMessage(left, true, response);
+    return Status::OK;
+  };
   if (plain) {
     wire::makePlain(block, reply, response);
     wire::toMessage(reply, true, response);
-    return response->ByteSizeLong() <= wire::kMessageBytes ? Status::OK : tooLarge();
+    return response->ByteSizeLong() <= wire::kMessageBytes ? Status::OK : without(std::move(reply), tooLarge());
   }
-  if (wire::sizeOf(reply) <= wire::kWholeBytes) {
+  const size_t bytes = wire::sizeOf(reply);
+  if (bytes <= wire::kWholeBytes) {
     wire::toMessage(reply, true, response);
     return Status::OK;
   }
+  if (bytes > options_.heldBytes) return without(std::move(reply), tooLarge());
   wire::toMessage(reply, false, response);
   const std::string rest = shelf_.put(std::move(reply));
-  if (rest.empty()) return {StatusCode::RESOURCE_EXHAUSTED, "too many large replies wait to be taken"};
+  if (rest.empty()) return {StatusCode::UNAVAILABLE, "too many large replies wait to be taken"};
   response->set_rest(rest);
   return Status::OK;
 }
@@ -172,6 +218,7 @@ Status ModelService::TakePieces(grpc::ServerContext* context, const v1::PiecesRe
   v1::Piece piece;
   const auto send = [&] {
     const bool sent = writer->Write(piece);
+    slot.goesOn();
     piece.mutable_data()->clear();
     return sent;
   };
@@ -197,7 +244,7 @@ grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>* ModelService::Listen(gr
     log_.warning("session-refused", {{"peer", peer}, {"sessions", std::to_string(options_.maxSessions)}});
     return Listener::refuse(house_, {StatusCode::RESOURCE_EXHAUSTED, "too many sessions"});
   }
-  Listener* const listener = Listener::open(house_);
+  Listener* const listener = Listener::open(house_, context);
   listeners_.emplace(listener, peer);
   const size_t sessions = listeners_.size();
   lock.unlock();
@@ -246,6 +293,7 @@ void ModelService::beat() {
     const auto now = Clock::now();
     const auto tooOld = now - std::chrono::milliseconds(options_.patienceMs);
     for (const auto& [listener, peer] : listeners_) {
+      listener->endIfStuckSince(tooOld);
       if (listener->silentSince(tooOld))
         listener->finish({StatusCode::DEADLINE_EXCEEDED, "no subscription came"});
       else

@@ -38,7 +38,7 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
  private:
   using Clock = std::chrono::steady_clock;
 
-  // A call under way. One that transfers has to end within the server's patience.
+  // A call under way. One that transfers has to go on within the server's patience.
   class Slot {
    public:
     Slot(ModelService& service, grpc::ServerContext* transfer);
@@ -46,6 +46,7 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
     Slot(const Slot&) = delete;
     Slot& operator=(const Slot&) = delete;
     bool given() const { return given_; }
+    void goesOn() const;  // a whole piece has passed
 
    private:
     ModelService& service_;
@@ -56,7 +57,8 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
   grpc::Status carryOut(const wire::Block& block, const v1::Block& asked, const std::string& peer,
                         v1::BlockReply* response);
   grpc::Status finishReply(const wire::Block& block, bool plain, wire::BlockReply&& reply, v1::BlockReply* response);
-  grpc::Status readPieces(grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first, wire::Block* block);
+  grpc::Status readPieces(const Slot& transfer, grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first,
+                          wire::Block* block);
 
   void ended(Listener* listener, const std::string& why);
   void work();  // subscriptions, in order
@@ -72,8 +74,8 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
   std::condition_variable wake_;
   bool stopping_ = false;
   int calls_ = 0;
-  std::map<grpc::ServerContext*, Clock::time_point> transfers_;
-  std::map<Listener*, std::string> listeners_;  // with their peers
+  std::map<grpc::ServerContext*, Clock::time_point> transfers_;  // when the last piece passed
+  std::map<Listener*, std::string> listeners_;                   // with their peers
   std::deque<std::function<void()>> work_;
   bool closed_ = false;  // no thread is wanted any more
   std::thread worker_;

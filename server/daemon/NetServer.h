@@ -20,7 +20,7 @@ struct NetOptions {
   int maxCalls = 64;                          // under way at once
   int maxSessions = 256;                      // open streams
   int beatMs = 2000;                          // a stream with nothing to tell says so this often
-  int patienceMs = 20'000;                    // for a connection, a stream or an upload that says nothing
+  int patienceMs = 20'000;                    // for a connection, a stream or a transfer that does not go on
   size_t queueBytes = size_t{64} << 20;       // of events for a session that does not keep up
   size_t heldBytes = size_t{256} << 20;       // of large replies that wait to be taken
 };

@@ -197,6 +197,10 @@ Reply Core::State::commitNew(const wire::Block& block, const Caller& caller) {
 Reply Core::State::write(const ChangeSet& changes, const std::string& identity, const Caller& caller) {
   if (changes.changes().empty()) return {};
   Commit record{identity, {}, eventsOf(changes, caller)};
+  for (const wire::Event& event : record.events) {
+    // An event that no client can take would break the line of every one of them, again and again.
+    if (event.image && event.image->size() > options.maxRequestBytes) return tooLarge();
+  }
   for (const PlannedChange& change : changes.changes())
     record.changes.push_back({change.table->name, change.kind, change.key, change.row});
   const std::vector<int32_t> freed = changes.freedNumbers();

@@ -490,5 +490,146 @@ TEST_F(Narrow, AClientThatDoesNotKeepUpIsEndedAndMayComeBack) {
   EXPECT_EQ(position, kWrites);
 }
 
+// It still answers pings, and would keep its queue and its place for ever.
+class Stuck : public BadInput {
+ protected:
+  Stuck() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.queueBytes = size_t{1} << 20;
+    options.patienceMs = 300;
+    return options;
+  }
+};
+
+TEST_F(Stuck, AClientThatTakesNothingIsEnded) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Subscription subscription;
+  subscription.add_kinds(602);
+  stream->Write(subscription);
+  v1::Delivery delivery;
+  ASSERT_TRUE(stream->Read(&delivery));
+  std::string problem;
+  auto transport = connectToServer(quickLine(network.unixSocket()), &problem);
+  ASSERT_NE(transport, nullptr) << problem;
+  Peer writer(std::move(transport));
+  for (int i = 0; i < 60; ++i) {
+    ASSERT_EQ(writer.write("Archives", keyOf("Склад"), "location", std::string(200'000, 'd')), 0);
+  }
+  EXPECT_TRUE(eventually([&] { return network.logText().find("event=session-closed") != std::string::npos; }));
+  while (stream->Read(&delivery)) continue;
+  EXPECT_FALSE(stream->Finish().ok());
+}
+
+// Slower than the server's patience as a whole, and never as slow between two pieces.
+TEST_F(Stuck, AnUploadThatGoesOnIsWaitedFor) {
+  constexpr size_t kPieces = 6;
+  v1::BlockPiece piece;
+  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+  piece.mutable_block()->mutable_requests(0)->set_body_bytes(kPieces * wire::kPieceBytes);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  ASSERT_TRUE(writer->Write(piece));
+  piece.clear_block();
+  piece.set_data(std::string(wire::kPieceBytes, 'x'));
+  for (size_t i = 0; i < kPieces; ++i) {
+    eventually([] { return false; }, 100);  // the line is slow
+    ASSERT_TRUE(writer->Write(piece)) << i;
+  }
+  writer->WritesDone();
+  const Status status = writer->Finish();
+  EXPECT_TRUE(status.ok()) << status.error_message();
+}
+
+// ---- more than it says ----
+
+TEST_F(BadInput, AMessageThatIsBlownUpIsRefused) {
+  v1::BlockReply reply;
+  grpc::ClientContext context;
+  context.set_compression_algorithm(GRPC_COMPRESS_GZIP);
+  const Status status =
+      stub->Call(&context, oneRequest(v1::PACKET, "TableRecords", std::string(30'000'000, 'x')), &reply);
+  EXPECT_EQ(status.error_code(), StatusCode::UNIMPLEMENTED) << status.error_message();
+}
+
+TEST_F(BadInput, TooManyRequestsInABlockAreRefused) {
+  v1::BlockReply reply;
+  v1::Block block;
+  for (int i = 0; i < 65'536; ++i) block.add_requests();
+  EXPECT_TRUE(call(block, &reply).ok());
+  block.add_requests();
+  EXPECT_EQ(call(block, &reply).error_code(), StatusCode::RESOURCE_EXHAUSTED);
+}
+
+TEST_F(BadInput, ANameOfAUserThatIsTooLongIsRefused) {
+  v1::BlockReply reply;
+  v1::Block block = oneRequest(v1::PACKET, "SRV_GROUPS_INFO", "");
+  block.set_user(std::string(256, 'u'));
+  EXPECT_TRUE(call(block, &reply).ok());
+  block.set_user(std::string(257, 'u'));
+  EXPECT_EQ(call(block, &reply).error_code(), StatusCode::INVALID_ARGUMENT);
+}
+
+// Each block is within its limit; the record would not be.
+TEST_F(BadInput, ARecordThatNoEventCouldCarryIsRefused) {
+  std::string problem;
+  auto transport = connectToServer(quickLine(network.tcp()), &problem);
+  ASSERT_NE(transport, nullptr) << problem;
+  Peer peer(std::move(transport));
+  const std::string half(size_t{5} << 20, 'x');
+  ASSERT_EQ(peer.write("Archives", keyOf("Склад"), "location", half), 0);
+  EXPECT_EQ(peer.write("Archives", keyOf("Склад"), "name_", half), wire::kTooLarge);
+  EXPECT_EQ(peer.field("Archives", keyOf("Склад"), "location"), half);
+}
+
+class NoRoom : public BadInput {
+ protected:
+  NoRoom() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.heldBytes = size_t{5} << 20;
+    return options;
+  }
+  // A change, and the whole table as it is then.
+  v1::Block writeAndRead(size_t bytes) {
+    CMDArray set;
+    Peer::fillSet("Archives", keyOf("Склад"), "location", std::string(bytes, 'x'), &set);
+    v1::Block block = oneRequest(v1::UPDATE, "Archives", wire::packArray(set.array));
+    block.set_identity("BLOCK000BLOCK000BLOCK000BLOCK000");
+    for (int i = 0; i < 2; ++i) {
+      block.add_requests()->set_name("TableRecords");
+      block.mutable_requests(i + 1)->set_body("Archives");
+    }
+    return block;
+  }
+};
+
+// Whoever is told that the block is too large would write it again.
+TEST_F(NoRoom, AWriteIsAcknowledgedThoughItsAnswersDoNotFit) {
+  for (const bool plain : {false, true}) {
+    v1::Block block = writeAndRead(size_t{3'000'000});
+    block.set_plain(plain);
+    v1::BlockReply reply;
+    const Status status = call(block, &reply);
+    ASSERT_TRUE(status.ok()) << status.error_message();
+    EXPECT_EQ(reply.whole().status(), 0);
+    ASSERT_EQ(reply.each_size(), 3);
+    EXPECT_EQ(reply.each(0).status(), 0);
+    EXPECT_EQ(reply.each(1).status(), wire::kTooLarge);
+    EXPECT_EQ(reply.each(2).status(), wire::kTooLarge);
+    EXPECT_EQ(server.core()->lastSequence(), 1);
+  }
+}
+
+TEST_F(NoRoom, AReplyThatFindsNoPlaceIsWorthAnotherTry) {
+  v1::BlockReply reply;
+  ASSERT_TRUE(call(writeAndRead(2'000'000), &reply).ok());
+  ASSERT_FALSE(reply.rest().empty());
+  EXPECT_EQ(call(writeAndRead(2'000'000), &reply).error_code(), StatusCode::UNAVAILABLE);
+  EXPECT_EQ(server.core()->lastSequence(), 1) << "and is not written again";
+}
+
 }  // namespace
 }  // namespace tlm::test
