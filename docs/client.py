@@ -21,6 +21,7 @@ from grpc_tools import protoc
 PROTO_DIR = pathlib.Path(__file__).resolve().parent.parent / "wire" / "proto"
 PROTO = "tlm/v1/model.proto"
 DEADLINE = 10  # seconds for a call
+PATIENCE = 60  # seconds for the event
 
 
 def load_proto(folder):
@@ -87,7 +88,8 @@ class Client:
 
     def listen(self, kinds):
         """The stream of events, which has begun when this returns."""
-        stream = self.stub.Listen(iter([self.pb.Subscription(serial=1, kinds=kinds, plain=True)]))
+        stream = self.stub.Listen(iter([self.pb.Subscription(serial=1, kinds=kinds, plain=True)]),
+                                  timeout=PATIENCE)
         first = next(stream)
         if not first.HasField("subscribed"):
             raise RuntimeError("the stream does not begin with the subscription")

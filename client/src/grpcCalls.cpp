@@ -21,6 +21,9 @@ constexpr Verdict kVerdicts[] = {{StatusCode::RESOURCE_EXHAUSTED, wire::kTooLarg
                                  {StatusCode::PERMISSION_DENIED, wire::kRefused},
                                  {StatusCode::UNAUTHENTICATED, wire::kRefused}};
 
+// Room that a server's word alone makes; beyond it a text grows by what has come.
+constexpr uint64_t kReservedAtOnce = uint64_t{16} << 20;
+
 GrpcOutcome failed(const Status& status) {
   for (const Verdict& verdict : kVerdicts) {
     if (verdict.code == status.error_code())
@@ -38,7 +41,7 @@ class Filler {
     while (!data.empty()) {
       if (at_ == parts_.size()) return false;
       std::string& text = *parts_[at_].text;
-      if (text.empty()) text.reserve(parts_[at_].bytes);
+      if (text.empty()) text.reserve(std::min(parts_[at_].bytes, kReservedAtOnce));
       const size_t room = std::min<uint64_t>(parts_[at_].bytes - text.size(), data.size());
       text.append(data.substr(0, room));
       data.remove_prefix(room);
