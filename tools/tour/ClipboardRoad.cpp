@@ -100,7 +100,8 @@ void ClipboardRoad::dragMeasurement() {
   const QModelIndex group = model.index(model.rowCount(unit) - 1, 0, unit);
   stage_->tree()->expand(group);
   const QString key = keyOf(model.index(0, 0, group));
-  stage_->tree()->scrollTo(stage_->row(stage_->tree(), kSource).parent(), QAbstractItemView::PositionAtTop);
+  // The rows of the drag keep away from the edge, where a view under the mouse scrolls by itself.
+  stage_->tree()->scrollTo(stage_->row(stage_->tree(), kSource).parent().parent(), QAbstractItemView::PositionAtTop);
   DragMouse mouse(stage_->tree());
   const bool began = mouse.drag(stage_->rowByKey(key), [&] {
     const QModelIndex folder = stage_->row(stage_->tree(), kSource).parent();
