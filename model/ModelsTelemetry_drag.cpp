@@ -20,12 +20,15 @@ QMimeData* MeasConfTreeModel::mimeData(const QModelIndexList& indexes) const {
   return data;
 }
 
-// The objects do not move here but by the events of the write.
+// The objects do not move here but by the events of the write. A drag that was given up leaves its top table behind,
+// and the next drop may come from another window: what the data holds must fit as well.
 bool MeasConfTreeModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int, int,
                                      const QModelIndex& parent) {
   if (action == Qt::IgnoreAction) return true;
   if (!data || !data->hasFormat(kMeasMimeType) || !takesDrop(parent)) return false;
   const QString xml = payloadDocument(data->data(kMeasMimeType));
+  const QString top = module->GetTopTableName(xml);
+  if (!top.isEmpty() && !module->CheckIndexPaste(parent, top)) return false;
   if (!module->CheckIsParent(xml, parent)) module->ParseUpLevelXml(xml, parent, false, true);
   module->dragTableName.clear();
   return true;

@@ -176,6 +176,7 @@ void CTlmMeasConfig::putSelection(bool isCut) {
   if (GetTopTableName(xml).isEmpty()) {
     clipText.clear();
     treeModel->cutKeys = cutBefore;
+    CheckEnabledPaste(ui->tV_MeasConfig->currentIndex());
   } else if (clipboard) {
     auto* mime = new QMimeData;
     mime->setData(kMeasMimeType, clipboardPayload(xml, !isCut));

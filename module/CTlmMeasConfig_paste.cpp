@@ -94,7 +94,7 @@ void CTlmMeasConfig::ParseUpLevelXml(QString xml, QModelIndex index, bool isCopy
     clipCopyCount = 0;
   }
   // Events come in the order of the tables, and a unit whose folder is not there yet lands at the top.
-  if (const int folders = changes.tables.indexOf(QStringLiteral("RemoteUnitFolder")); folders > 0) {
+  if (const int folders = changes.tables.indexOf(kFolderClass); folders > 0) {
     changes.tables.move(folders, 0);
     changes.arrays.move(folders, 0);
   }

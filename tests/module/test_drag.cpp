@@ -250,6 +250,20 @@ TEST_F(Drag, DropWhereItMayNotStandIsRefused) {
   EXPECT_EQ(writes(), QStringList());
 }
 
+// The window's own drag of a folder was given up; then something else is dragged here from another window.
+TEST_F(Drag, DropOfWhatDoesNotFitIsRefusedWhateverWasDraggedBefore) {
+  start();
+  const auto measurement = dragOf("Q Т-1");
+  const auto unit = dragOf("КП-3");
+  dragOf("Юг");
+  EXPECT_FALSE(drop(measurement.get(), find("Север")));
+  EXPECT_FALSE(drop(measurement.get(), QModelIndex()));
+  dragOf("I Т-2");
+  EXPECT_FALSE(drop(unit.get(), find("КП-4")));
+  EXPECT_EQ(module->dragTableName, "Analog");
+  EXPECT_EQ(writes(), QStringList());
+}
+
 TEST_F(Drag, DropMovesAUnitAndEndsTheDrag) {
   start();
   const auto data = dragOf("КП-1");

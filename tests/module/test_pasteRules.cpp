@@ -602,9 +602,10 @@ TEST_F(PasteRules, ServerAwayMeansNoSourceAndNoHarm) {
   app.failures.add("BlockEnd", Fail::kRefuseToSend);
   press(Qt::Key_V);
   app.failures.clear();
-  if (waitingBox()) answerBox(waitingBox(), 0);
+  EXPECT_EQ(waitingBox(), nullptr) << "an answer that does not come is no refusal";
   EXPECT_EQ(onServer(), before);
   EXPECT_EQ(module->treeModel->cutKeys, QStringList());
+  EXPECT_EQ(module->ownMoves, QStringList());
 }
 
 // 150 measurements without a hole among their numbers: the first hundred free ones follow the highest, and behind them
