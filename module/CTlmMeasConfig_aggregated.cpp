@@ -37,10 +37,12 @@ const std::vector<StampRule> kMeasurementRules = {
 };
 const std::vector<StampRule> kClassRules = {{"Keylink", StampValue::kKey, true}};
 
-// The held measurements whose primary has that number. There is none of number 0: that is what all those have that are
-// nobody's children.
-void eachChild(const CMDArray& held, int primaryLocId, const std::function<void(MDRData*)>& visit) {
+// The held aggregated measurements whose primary has that number: an ordinary one, whose archive group is of no
+// aggregated data, can name a primary too, and is not the dialog's. There is none of number 0: that is what all those
+// have that are nobody's children.
+void eachChild(CTlmMeasConfig& module, int primaryLocId, const std::function<void(MDRData*)>& visit) {
   if (primaryLocId == 0) return;
+  CMDArray& held = module.measRecords;
   const MDRVar number = mdx::int64Var(primaryLocId);
   int position = 0;
   MDRData* record = MDARecSeekV(held.array, kPrimaryKey, &number, &position);
@@ -48,7 +50,7 @@ void eachChild(const CMDArray& held, int primaryLocId, const std::function<void(
   for (; record; record = MDARec(held.array, kPrimaryKey, ++position)) {
     int32_t primary = 0;
     if (MDRGetAsInt32(field, record, &primary) < 0 || primary != primaryLocId) return;
-    visit(record);
+    if (CheckAgregatedMeas(record, &held, &module.tblArchGroup, nullptr)) visit(record);
   }
 }
 
@@ -67,30 +69,31 @@ QStringList groupsBelow(const CTlmMeasConfig& module, const QModelIndex& row) {
 // What an answer is about.
 struct Asked {
   QModelIndex row;
-  QStringList unseen;  // groups of the children that others added while the dialog was open: nobody unticked them
+  QStringList unseen;  // groups of children that the dialog did not show: added meanwhile by others, or of another unit
 };
 
-// The measurement that the dialog was opened for, whatever is current by now; without a dialog the current one.
-Asked takeAsked(const CTlmMeasConfig& module) {
+// The measurement that the dialog was opened for, whatever is current by now; without a dialog the current one. What
+// was not shown was not unticked.
+Asked takeAsked(CTlmMeasConfig& module) {
   CPopAddAgregData* dialog = module.popAddAgregData;
   const bool isAnswer = dialog && !dialog->primaryKey.isEmpty();
   const QString key =
       isAnswer ? std::exchange(dialog->primaryKey, QString()) : keyOf(module.ui->tV_MeasConfig->currentIndex());
   Asked asked{key.isEmpty() ? QModelIndex() : module.treeModel->findByKey(key), {}};
   if (!isAnswer || !asked.row.isValid()) return asked;
-  asked.unseen = groupsBelow(module, asked.row);
-  for (const QString& group : qAsConst(dialog->groupsAtOpening)) asked.unseen.removeAll(group);
+  eachChild(module, numberOf(asked.row).toInt(), [&](const MDRData* child) {
+    const QString group = fieldText(module.measRecords, child, "MeasurementArchGroupKey", module.moduleCodec);
+    if (!dialog->groupsAtOpening.contains(group)) asked.unseen.append(group);
+  });
   return asked;
 }
 
-// The archive groups of the children that stay. Those whose group is not wanted go to `toDelete`; one without a group
-// does neither.
-QStringList sortChildren(const CTlmMeasConfig& module, int primaryLocId, const QStringList& wanted,
+// The archive groups of the children that stay. Those whose group is not wanted go to `toDelete`.
+QStringList sortChildren(CTlmMeasConfig& module, int primaryLocId, const QStringList& wanted,
                          QList<MDRData*>& toDelete) {
   QStringList kept;
-  eachChild(module.measRecords, primaryLocId, [&](MDRData* child) {
+  eachChild(module, primaryLocId, [&](MDRData* child) {
     const QString group = fieldText(module.measRecords, child, "MeasurementArchGroupKey", module.moduleCodec);
-    if (group.isEmpty()) return;
     if (wanted.contains(group))
       kept.append(group);
     else
@@ -184,7 +187,7 @@ void CTlmMeasConfig::OnAddAgregData_SignOKEmpty() {
   const Asked asked = takeAsked(*this);
   if (!asked.row.isValid()) return;
   QList<MDRData*> children;
-  eachChild(measRecords, numberOf(asked.row).toInt(), [&](MDRData* child) {
+  eachChild(*this, numberOf(asked.row).toInt(), [&](MDRData* child) {
     if (!asked.unseen.contains(fieldText(measRecords, child, "MeasurementArchGroupKey", moduleCodec)))
       children.append(child);
   });

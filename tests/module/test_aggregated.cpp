@@ -507,6 +507,49 @@ TEST_F(Aggregated, UntickingAllRemovesAll) {
   EXPECT_EQ(serverRows().size(), 6) << "nothing else goes";
 }
 
+TEST_F(Aggregated, AnOrdinaryMeasurementThatNamesThePrimaryStays) {
+  start();
+  const auto add = [&](char letter, int number, const QString& group) {
+    QStringList fields = {"name_=Обычное", QString("locId=%1").arg(number), "primaryLocId=1001", "work_=1",
+                          "RemoteUnitKey=" + key("КП-1")};
+    if (!group.isEmpty()) fields += "MeasurementArchGroupKey=" + group;
+    ASSERT_TRUE(Colleague(*server.core()).add("Analog", QString(32, letter), fields).commit());
+  };
+  add('A', 1012, key("Исходная"));
+  add('B', 1013, "");
+  ASSERT_TRUE(eventsAreIn());
+  open("P Т-1");
+  EXPECT_EQ(below("P Т-1").count("Обычное"), 0);
+  accept();
+  EXPECT_EQ(childrenOf(1001).size(), 4) << "nothing was unticked";
+  open("P Т-1");
+  tick("Среднее за час");
+  tick("Среднее за сутки");
+  accept();
+  eventually([&] { return childrenOf(1001).size() == 2; }, 3000);
+  EXPECT_EQ(childrenOf(1001).filter("Обычное").size(), 2);
+}
+
+TEST_F(Aggregated, AChildInAnotherUnitIsNotShownAndStays) {
+  start();
+  Colleague(*server.core())
+      .add("RemoteUnit", QString(32, 'A'), {"name_=КП-2", "SrvGroup=1"})
+      .add("Analog", QString(32, 'B'),
+           {"name_=Чужое", "locId=1012", "primaryLocId=1005", "work_=1", "RemoteUnitKey=" + QString(32, 'A'),
+            "MeasurementArchGroupKey=" + key("Час")})
+      .commit();
+  ASSERT_TRUE(eventsAreIn());
+  QModelIndex row;
+  ASSERT_TRUE(module->FindKeyLink(QString(32, 'B'), row));
+  for (const bool isTicked : {false, true}) {
+    open("Q Т-1");
+    EXPECT_EQ(ticked(), QStringList());
+    if (isTicked) tick("Среднее за сутки");
+    accept();
+    EXPECT_EQ(childrenOf(1005).filter("Чужое").size(), 1) << isTicked;
+  }
+}
+
 TEST_F(Aggregated, ChildrenOfOthersStay) {
   start();
   open("Q Т-1");
