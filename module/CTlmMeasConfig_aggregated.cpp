@@ -37,11 +37,9 @@ const std::vector<StampRule> kMeasurementRules = {
 };
 const std::vector<StampRule> kClassRules = {{"Keylink", StampValue::kKey, true}};
 
-// The held aggregated measurements whose primary has that number: an ordinary one, whose archive group is of no
-// aggregated data, can name a primary too, and is not the dialog's. There is none of number 0: that is what all those
-// have that are nobody's children.
+// The held aggregated measurements whose primary has that number. An ordinary one, whose archive group is of no
+// aggregated data, can name a primary too, and is not the dialog's; nobody's children name number 0.
 void eachChild(CTlmMeasConfig& module, int primaryLocId, const std::function<void(MDRData*)>& visit) {
-  if (primaryLocId == 0) return;
   CMDArray& held = module.measRecords;
   const MDRVar number = mdx::int64Var(primaryLocId);
   int position = 0;
