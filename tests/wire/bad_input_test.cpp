@@ -490,6 +490,28 @@ TEST_F(Narrow, AClientThatDoesNotKeepUpIsEndedAndMayComeBack) {
   EXPECT_EQ(position, kWrites);
 }
 
+// It would meet the event again and again, however often it came back.
+TEST_F(Narrow, AnEventThatIsLargerThanTheQueueIsTold) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Subscription subscription;
+  subscription.add_kinds(602);
+  stream->Write(subscription);
+  v1::Delivery delivery;
+  ASSERT_TRUE(stream->Read(&delivery));
+  std::string problem;
+  auto transport = connectToServer(quickLine(network.tcp()), &problem);
+  ASSERT_NE(transport, nullptr) << problem;
+  Peer writer(std::move(transport));
+  ASSERT_EQ(writer.write("Archives", keyOf("Склад"), "location", std::string(2'000'000, 'd')), 0);
+  do {
+    ASSERT_TRUE(stream->Read(&delivery)) << stream->Finish().error_message();
+  } while (delivery.events_size() == 0);
+  EXPECT_EQ(delivery.events(0).sequence(), 1);
+  context.TryCancel();
+  stream->Finish();
+}
+
 // It still answers pings, and would keep its queue and its place for ever.
 class Stuck : public BadInput {
  protected:
@@ -497,7 +519,7 @@ class Stuck : public BadInput {
   static server::NetOptions options() {
     server::NetOptions options = quickNet();
     options.queueBytes = size_t{1} << 20;
-    options.patienceMs = 300;
+    options.patienceMs = 2000;
     return options;
   }
 };
@@ -524,7 +546,7 @@ TEST_F(Stuck, AClientThatTakesNothingIsEnded) {
 
 // Slower than the server's patience as a whole, and never as slow between two pieces.
 TEST_F(Stuck, AnUploadThatGoesOnIsWaitedFor) {
-  constexpr size_t kPieces = 6;
+  constexpr size_t kPieces = 7;
   v1::BlockPiece piece;
   *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
   piece.mutable_block()->mutable_requests(0)->set_body_bytes(kPieces * wire::kPieceBytes);
@@ -535,7 +557,7 @@ TEST_F(Stuck, AnUploadThatGoesOnIsWaitedFor) {
   piece.clear_block();
   piece.set_data(std::string(wire::kPieceBytes, 'x'));
   for (size_t i = 0; i < kPieces; ++i) {
-    eventually([] { return false; }, 100);  // the line is slow
+    eventually([] { return false; }, 400);  // the line is slow
     ASSERT_TRUE(writer->Write(piece)) << i;
   }
   writer->WritesDone();

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <cstdlib>
@@ -109,7 +110,10 @@ TEST_F(BrokenLine, EndsAWaitWithoutLimit) {
 TEST_F(BrokenLine, IsNoticedWhenNothingComesAnyMore) {
   const auto peer = connect();
   proxy.hold(true);
+  QElapsedTimer waited;
+  waited.start();
   EXPECT_FALSE(peer->ask("SRV_GROUPS_INFO", "").came) << "a wait without limit ends";
+  EXPECT_LT(waited.elapsed(), 10'000) << "by the beats, which are missed long before a ping is";
   EXPECT_FALSE(peer->session().alive());
   proxy.hold(false);
   EXPECT_TRUE(eventually([&] { return peer->session().alive(); }));
@@ -261,6 +265,26 @@ TEST_F(BrokenLine, TellsThatEventsAreLostWhenTheServerNeverGaveAsHighANumber) {
   ASSERT_EQ(fresh->rename(key, "first there"), 0);
   ASSERT_TRUE(peer->waitForMessages(6));
   EXPECT_EQ(peer->messages().last(), QString("602 1 ") + key.c_str()) << "low numbers count again";
+}
+
+TEST_F(BrokenLine, TellsThatEventsAreLostWhenTheServerHasAnotherStore) {
+  EmbeddedServer otherModel(kModel);
+  const auto peer = connect();
+  peer->listen({602});
+  ASSERT_EQ(peer->rename(key, "here"), 0);
+  ASSERT_TRUE(peer->waitForMessages(1));
+  breakLine(*peer);
+  // It has given higher numbers, which are of other changes.
+  NetworkServer second(*otherModel.core());
+  const auto other = connectPeer(quickLine(second.tcp()));
+  for (int i = 0; i < 5; ++i) ASSERT_EQ(other->rename(key, "there " + std::to_string(i)), 0);
+  proxy.retarget(second.tcp());
+  mendLine(*peer);
+  EXPECT_TRUE(eventually([&] { return peer->told.contains("lost"); }));
+  ASSERT_EQ(other->rename(key, "later"), 0);
+  ASSERT_TRUE(peer->waitForMessages(2));
+  EXPECT_EQ(peer->messages().last(), QString("602 6 ") + key.c_str());
+  EXPECT_EQ(peer->messages().size(), 2);
 }
 
 // ---- writes ----

@@ -256,6 +256,25 @@ TEST(NetServer, SaysWhichAddressItCannotUse) {
   EXPECT_NE(error.find(first.tcp()), std::string::npos);
 }
 
+TEST(NetServer, TellsStreamsThatItStops) {
+  EmbeddedServer model("unit КП-1\n");
+  NetworkServer network(*model.core());
+  grpc::ChannelArguments arguments;
+  arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
+  const auto stub =
+      v1::Model::NewStub(grpc::CreateCustomChannel(network.tcp(), grpc::InsecureChannelCredentials(), arguments));
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  stream->Write({});
+  v1::Delivery delivery;
+  ASSERT_TRUE(stream->Read(&delivery));
+  network.stop();
+  while (stream->Read(&delivery)) continue;
+  const grpc::Status status = stream->Finish();
+  EXPECT_EQ(status.error_code(), grpc::StatusCode::UNAVAILABLE);
+  EXPECT_EQ(status.error_message(), "the server is stopping");
+}
+
 TEST(NetServer, LeavesASocketToTheServerThatAnswersThere) {
   EmbeddedServer model("unit КП-1\n");
   NetworkServer first(*model.core());
