@@ -13,7 +13,7 @@ namespace tlm {
 
 struct NetLine {
   std::string address;         // "HOST:PORT" or "unix:PATH"
-  std::string user;            // told in the events of what is written, UTF-8
+  std::string user;            // told in the events of what is written, UTF-8, at most 256 bytes
   int connectMs = 5'000;       // for one attempt to connect, and for a change of the subscription
   int callMs = 60'000;         // for one block
   int writeMs = 30'000;        // for a block that writes, with all attempts to send it again
