@@ -44,6 +44,8 @@ const TopCase kTops[] = {
     {"UnitThenMeasurement", "<RemoteUnit KeyLink='u'/><Analog KeyLink='a'/>", "", "", ""},
     {"AggregatedFirst", "<Analog KeyLink='a' primaryLocId='5'/>", "", "", "Analog"},
     {"AggregatedLater", "<Analog KeyLink='a'/><Analog KeyLink='b' primaryLocId='5'/>", "Analog", "a", ""},
+    {"AggregatedOfAnotherClassLater", "<Analog KeyLink='a'/><Discrete KeyLink='d' primaryLocId='5'/>", "Discrete", "d",
+     ""},
     {"Unknown", "<Terminal KeyLink='t'/>", "", "", ""},
     {"ChildrenAreNotLookedAt", "<Analog KeyLink='a'><Discrete KeyLink='d'/></Analog>", "Analog", "a", "Analog"},
 };

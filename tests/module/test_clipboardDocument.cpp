@@ -428,6 +428,18 @@ TEST_F(CutCopy, OpenEditKeepsThemOff) {
   EXPECT_FALSE(module->actCut->isEnabled());
 }
 
+TEST_F(CutCopy, NewObjectThatIsNotSavedKeepsThemOff) {
+  start();
+  click("КП-3");
+  module->actAddAnalog->trigger();
+  ASSERT_TRUE(module->newObjectInPassport);
+  module->passportEdited = false;
+  ASSERT_FALSE(module->actCopy->isEnabled());
+  module->CheckEnabledCutCopy(Qt::NoModifier);
+  EXPECT_FALSE(module->actCopy->isEnabled());
+  EXPECT_FALSE(module->actCut->isEnabled());
+}
+
 TEST_F(CutCopy, TopmostRowsStayInTheirOrder) {
   start();
   QList<QModelIndex> rows{find("U"), find("Юг"), find("КП-2"), find("P макс"), find("Q")};

@@ -64,6 +64,7 @@ TEST(DocumentGuard, IsNotMisledAboutTheDepth) {
   EXPECT_FALSE(isHarmlessDocument(deep("<a b='/'>")));
   EXPECT_FALSE(isHarmlessDocument(deep("<a b=\"/>\">")));
   EXPECT_FALSE(isHarmlessDocument(deep("<a><!-- </a> -->")));
+  EXPECT_FALSE(isHarmlessDocument(deep("<a><!--></a>-->"))) << "the comment does not end where it begins";
   EXPECT_FALSE(isHarmlessDocument(deep("<a><![CDATA[</a>]]>")));
   EXPECT_FALSE(isHarmlessDocument(deep("<a><?p </a> ?>")));
 }

@@ -258,6 +258,7 @@ TEST_F(Drag, DropOfWhatDoesNotFitIsRefusedWhateverWasDraggedBefore) {
   dragOf("Юг");
   EXPECT_FALSE(drop(measurement.get(), find("Север")));
   EXPECT_FALSE(drop(measurement.get(), QModelIndex()));
+  EXPECT_FALSE(drop(measurement.get(), find("КП-4"))) << "the drag that began here decides as well";
   dragOf("I Т-2");
   EXPECT_FALSE(drop(unit.get(), find("КП-4")));
   EXPECT_EQ(module->dragTableName, "Analog");

@@ -420,6 +420,15 @@ TEST_F(PasteRules, AtTheTopACopyBesideItsSourceIsRenamed) {
   EXPECT_EQ(module->clipPasteTarget, "");
 }
 
+TEST_F(PasteRules, ClassOfTheTargetComparesWithoutCase) {
+  start();
+  const QModelIndex target = find("I");
+  const QByteArray name("ANALOG");
+  nodeOf(target)->table->SetVal(nodeOf(target)->record, "ClassName", textVar(name));
+  paste(doc(element("Analog", "P")), target);
+  EXPECT_EQ(below(onServer(), "КП-3"), "КП-3\n  1 P\n  3001 I\n");
+}
+
 TEST_F(PasteRules, UnknownElementsArePassedOver) {
   start();
   paste(doc("<Terminal/>" + element("Analog", "P") + "<MyTree>" + element("Analog", "Q") + "</MyTree>"), find("КП-3"));
