@@ -28,7 +28,7 @@ constexpr int kLeastPingMs = 1'000;
 void setLimits(grpc::ServerBuilder& builder, const NetOptions& options) {
   builder.SetMaxReceiveMessageSize(static_cast<int>(wire::kMessageBytes));
   builder.SetMaxSendMessageSize(-1);
-  // What is compressed is counted before it is blown up, so that a few bytes could become gigabytes.
+  // What is compressed is blown up before it is counted: a few bytes could become gigabytes in memory.
   for (const auto how : {GRPC_COMPRESS_DEFLATE, GRPC_COMPRESS_GZIP})
     builder.SetCompressionAlgorithmSupportStatus(how, false);
   // A second server must not share the port.
