@@ -37,10 +37,11 @@ const std::vector<StampRule> kMeasurementRules = {
 };
 const std::vector<StampRule> kClassRules = {{"Keylink", StampValue::kKey, true}};
 
-// The held aggregated measurements whose primary has that number. An ordinary one, whose archive group is of no
-// aggregated data, can name a primary too, and is not the dialog's; nobody's children name number 0.
-void eachChild(CTlmMeasConfig& module, int primaryLocId, const std::function<void(MDRData*)>& visit) {
-  CMDArray& held = module.measRecords;
+// The held measurements whose primary has that number. There is none of number 0: that is what all those have that are
+// nobody's children.
+void eachChild(const CTlmMeasConfig& module, int primaryLocId, const std::function<void(MDRData*)>& visit) {
+  if (primaryLocId == 0) return;
+  const CMDArray& held = module.measRecords;
   const MDRVar number = mdx::int64Var(primaryLocId);
   int position = 0;
   MDRData* record = MDARecSeekV(held.array, kPrimaryKey, &number, &position);
@@ -48,7 +49,7 @@ void eachChild(CTlmMeasConfig& module, int primaryLocId, const std::function<voi
   for (; record; record = MDARec(held.array, kPrimaryKey, ++position)) {
     int32_t primary = 0;
     if (MDRGetAsInt32(field, record, &primary) < 0 || primary != primaryLocId) return;
-    if (CheckAgregatedMeas(record, &held, &module.tblArchGroup, nullptr)) visit(record);
+    visit(record);
   }
 }
 
@@ -67,12 +68,14 @@ QStringList groupsBelow(const CTlmMeasConfig& module, const QModelIndex& row) {
 // What an answer is about.
 struct Asked {
   QModelIndex row;
-  QStringList unseen;  // groups of children that the dialog did not show: added meanwhile by others, or of another unit
+  // Groups that the dialog did not show: of children that others added meanwhile, of those in another unit, and of
+  // ordinary measurements that name the primary.
+  QStringList unseen;
 };
 
 // The measurement that the dialog was opened for, whatever is current by now; without a dialog the current one. What
 // was not shown was not unticked.
-Asked takeAsked(CTlmMeasConfig& module) {
+Asked takeAsked(const CTlmMeasConfig& module) {
   CPopAddAgregData* dialog = module.popAddAgregData;
   const bool isAnswer = dialog && !dialog->primaryKey.isEmpty();
   const QString key =
@@ -86,12 +89,14 @@ Asked takeAsked(CTlmMeasConfig& module) {
   return asked;
 }
 
-// The archive groups of the children that stay. Those whose group is not wanted go to `toDelete`.
-QStringList sortChildren(CTlmMeasConfig& module, int primaryLocId, const QStringList& wanted,
+// The archive groups of the children that stay. Those whose group is not wanted go to `toDelete`; one without a group
+// does neither.
+QStringList sortChildren(const CTlmMeasConfig& module, int primaryLocId, const QStringList& wanted,
                          QList<MDRData*>& toDelete) {
   QStringList kept;
   eachChild(module, primaryLocId, [&](MDRData* child) {
     const QString group = fieldText(module.measRecords, child, "MeasurementArchGroupKey", module.moduleCodec);
+    if (group.isEmpty()) return;
     if (wanted.contains(group))
       kept.append(group);
     else
@@ -169,7 +174,7 @@ void CTlmMeasConfig::OnAddAgregData_SignOK(QStringList archGroupKeys) {
   const QString key = keyOf(row);
   if (key.isEmpty()) return;
   for (const QString& group : asked.unseen)
-    if (!archGroupKeys.contains(group)) archGroupKeys.append(group);
+    if (!group.isEmpty() && !archGroupKeys.contains(group)) archGroupKeys.append(group);
   const QString className = classOf(row);
   QList<int> numbers;
   GetCountFreeLocIdFromGiven(numbers, archGroupKeys.size(), 1);
