@@ -140,11 +140,13 @@ class MemoryStore : public Store {
     std::map<std::string, std::unordered_set<std::string_view>> keys;
     for (const auto& [name, rows] : tables)
       if (!fits(name, rows, &keys[name], error)) return false;
-    for (const auto& [name, rows] : tables)
-      eachRow(rows, [&](std::string_view key, const MDRData* row) {
-        data_->tables.at(name).put(std::string(key), row);
+    for (const auto& [name, rows] : tables) {
+      StoredTable& table = data_->tables.at(name);
+      eachRow(rows, [&table](std::string_view key, const MDRData* row) {
+        table.put(std::string(key), row);
         return true;
       });
+    }
     return true;
   }
 

@@ -193,7 +193,7 @@ void OperatorRoad::formsAndRetrospective() {
   QAction* forms = nullptr;
   for (QAction* action : menu ? menu->actions() : QList<QAction*>())
     if (action->menu() && action->text() == "Перейти") forms = action;
-  const bool offered = forms && forms->isEnabled() && !forms->menu()->isEmpty();
+  const bool offered = menu && forms && forms->isEnabled() && !forms->menu()->isEmpty();
   if (offered) {
     menu->setActiveAction(forms);
     forms->menu()->popup(menu->mapToGlobal(menu->actionGeometry(forms).topRight()));
