@@ -142,11 +142,9 @@ bool TlmSession::Private::submit(wire::Request request, MDXCliParam** reply) {
 
 bool TlmSession::Private::send(std::vector<wire::Request> requests, ReplyDesk::Sent sent) {
   wire::Block block;
-  for (const wire::Request& request : requests) {
-    if (request.kind == wire::RequestKind::kUpdate) sent.tells = true;
-  }
-  if (sent.tells) block.identity = GenGuid32().toStdString();
   block.requests = std::move(requests);
+  sent.tells = sent.tells || wire::writes(block);
+  if (sent.tells) block.identity = GenGuid32().toStdString();
   bool watched = sent.whole != nullptr;
   for (MDXCliParam** single : sent.singles) watched = watched || single;
   sent.tells = sent.tells || !watched;

@@ -4,21 +4,6 @@
 #include <exception>
 
 namespace tlm {
-namespace {
-
-size_t sizeOf(const wire::Block& block) {
-  size_t bytes = 0;
-  for (const wire::Request& request : block.requests) bytes += request.name.size() + request.body.size();
-  return bytes;
-}
-
-bool writes(const wire::Block& block) {
-  return std::any_of(block.requests.begin(), block.requests.end(),
-                     [](const wire::Request& request) { return request.kind == wire::RequestKind::kUpdate; });
-}
-
-}  // namespace
-
 EmbeddedTransport::EmbeddedTransport(server::Core& core, server::Caller caller, size_t maxBlockBytes)
     : core_(core), caller_(std::move(caller)), maxBlockBytes_(maxBlockBytes), worker_([this] { work(); }) {}
 
@@ -27,7 +12,7 @@ EmbeddedTransport::~EmbeddedTransport() {
   {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
-    std::erase_if(jobs_, [](const Job& job) { return !writes(job.block); });
+    std::erase_if(jobs_, [](const Job& job) { return !wire::writes(job.block); });
   }
   wake_.notify_one();
   worker_.join();
@@ -36,7 +21,7 @@ EmbeddedTransport::~EmbeddedTransport() {
 void EmbeddedTransport::setListener(TransportListener* listener) { listener_ = listener; }
 
 bool EmbeddedTransport::send(uint64_t id, wire::Block block) {
-  if (!listener_ || sizeOf(block) > maxBlockBytes_) return false;
+  if (!listener_ || wire::sizeOf(block) > maxBlockBytes_) return false;
   {
     const std::lock_guard lock(mutex_);
     jobs_.push_back({id, std::move(block)});

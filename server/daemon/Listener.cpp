@@ -8,14 +8,10 @@
 namespace tlm::server {
 namespace {
 
-constexpr int kMostAsked = 32;  // subscriptions that wait for the store
-constexpr size_t kBeside = 64;  // bytes that a message costs beside its texts
+constexpr size_t kMostAsked = 32;  // subscriptions that are not in effect yet
+constexpr size_t kBeside = 64;     // bytes that a message costs beside its texts
 
 grpc::Status tooSlow() { return {grpc::StatusCode::RESOURCE_EXHAUSTED, "the client does not keep up with the events"}; }
-
-size_t sizeOf(const wire::Event& event) {
-  return kBeside + event.key.size() + event.param.size() + event.user.size() + (event.image ? event.image->size() : 0);
-}
 
 std::vector<int> list(const google::protobuf::RepeatedField<int32_t>& numbers) {
   return {numbers.begin(), numbers.end()};
@@ -41,32 +37,38 @@ Listener* Listener::refuse(ListenerHouse& house, const grpc::Status& why) {
 
 void Listener::OnReadDone(bool ok) {
   if (!ok) return;  // it says no more, and may listen on
+  size_t pending = 0;
   {
     const std::lock_guard lock(mutex_);
-    ++subscribing_;
+    pending_.push_back(std::move(incoming_));
+    pending = pending_.size();
     heard_ = true;  // no beat between the two: its position would pass over what is still to be caught up with
   }
-  if (++asked_ > kMostAsked) return finish({grpc::StatusCode::RESOURCE_EXHAUSTED, "too many subscriptions at once"});
-  // Catching up reads the store, which no thread of gRPC should wait for.
-  house_.later([self = self_, subscription = std::move(incoming_)] { self->subscribe(subscription); });
+  if (pending > kMostAsked) return finish({grpc::StatusCode::RESOURCE_EXHAUSTED, "too many subscriptions at once"});
+  // Catching up reads the store and waits for the client, which no thread of gRPC should do.
+  if (pending == 1) house_.later([self = self_] { self->subscribeAll(); });
   incoming_.Clear();
   StartRead(&incoming_);
 }
 
-void Listener::subscribe(const v1::Subscription& subscription) {
-  if (done_) return;  // those who gave up waiting must not keep the others waiting
-  {
-    const std::lock_guard lock(mutex_);
+void Listener::subscribeAll() {
+  std::unique_lock lock(mutex_);
+  while (!pending_.empty() && !finishing_) {
+    const v1::Subscription subscription = pending_.front();
     plain_ = subscription.plain();
+    lock.unlock();
+    subscribe(subscription);
+    lock.lock();
+    pending_.pop_front();
   }
+  if (!finishing_) return;
+  lock.unlock();
+  house_.core.unsubscribe(this);  // its end may have come before its subscription
+}
+
+void Listener::subscribe(const v1::Subscription& subscription) {
   subscribeEvents(subscription);
   house_.core.subscribeValues(this, list(subscription.loc_ids()));
-  {
-    const std::lock_guard lock(mutex_);
-    --subscribing_;
-  }
-  --asked_;
-  if (done_) house_.core.unsubscribe(this);  // it ended meanwhile
 }
 
 // The answer stands behind all events up to its position. Where events are lost it stands before the later ones: their
@@ -98,11 +100,19 @@ void Listener::answer(const v1::Subscription& subscription, int64_t position, bo
 // ---- what is told to the client ----
 
 void Listener::onEvent(const wire::Event& event) {
-  put(sizeOf(event), [&](v1::Delivery& delivery) { wire::toMessage(event, plain_, delivery.add_events()); });
+  put(kBeside + wire::sizeOf(event),
+      [&](v1::Delivery& delivery) { wire::toMessage(event, plain_, delivery.add_events()); });
 }
 
 void Listener::onValue(const wire::ParamValue& value) {
   put(kBeside + value.value.size(), [&](v1::Delivery& delivery) { wire::toMessage(value, delivery.add_values()); });
+}
+
+// Half of the queue is left to what happens meanwhile.
+bool Listener::wantsMore() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return finishing_ || waitingBytes_ <= house_.queueBytes / 2; });
+  return !finishing_;
 }
 
 void Listener::beat(Clock::time_point now) {
@@ -110,7 +120,7 @@ void Listener::beat(Clock::time_point now) {
   std::unique_lock lock(mutex_);
   if (writing_ || !waiting_.empty() || now - lastSent_ < std::chrono::milliseconds(house_.beatMs) / 2) return;
   Waiting& beat = waiting_.emplace_back();
-  if (heard_ && subscribing_ == 0) beat.message.set_position(position);
+  if (heard_ && pending_.empty()) beat.message.set_position(position);
   pump(lock);
 }
 
@@ -131,6 +141,7 @@ void Listener::put(size_t bytes, const std::function<void(v1::Delivery&)>& fill)
     overflowed_ = true;
     finishing_ = true;
     last_ = tooSlow();
+    changed_.notify_all();
     return pump(lock);
   }
   if (waiting_.empty() || waiting_.back().bytes + bytes > wire::kPieceBytes || waiting_.back().message.has_subscribed())
@@ -148,6 +159,7 @@ void Listener::pump(std::unique_lock<std::mutex>& lock) {
     onItsWay_ = std::move(waiting_.front().message);
     waitingBytes_ -= waiting_.front().bytes;
     waiting_.pop_front();
+    changed_.notify_all();
     lastSent_ = Clock::now();
     lock.unlock();
     StartWrite(&onItsWay_);
@@ -165,6 +177,7 @@ void Listener::OnWriteDone(bool ok) {
   if (!ok) {
     waiting_.clear();
     if (!std::exchange(finishing_, true)) last_ = grpc::Status::CANCELLED;
+    changed_.notify_all();
   }
   pump(lock);
 }
@@ -176,13 +189,13 @@ void Listener::finish(const grpc::Status& status) {
   if (!finishing_) last_ = status;
   finishing_ = true;
   waiting_.clear();
+  changed_.notify_all();
   pump(lock);
 }
 
 void Listener::OnCancel() { finish(grpc::Status::CANCELLED); }
 
 void Listener::OnDone() {
-  done_ = true;
   house_.core.unsubscribe(this);
   house_.ended(this, last_.error_message());
   self_.reset();

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -23,14 +24,15 @@ struct ListenerHouse {
   const size_t queueBytes;
   const int beatMs;
   const size_t maxRequestBytes;
-  std::function<void(std::function<void()>)> later;                // runs work in order, on a thread that may wait
+  std::function<void(std::function<void()>)> later;                // runs work on a thread that may wait
   std::function<void(class Listener*, const std::string&)> ended;  // called once, the reason behind it
 };
 
 // Lives until gRPC is done with it and no work for it is left; made by open, and never deleted by hand.
 //
 // Events come on the thread that commits, with the publication lock held; they are put into messages, and one
-// message at a time is on its way. What comes meanwhile is put together.
+// message at a time is on its way. What comes meanwhile is put together. What the client missed comes as fast as it
+// takes it.
 class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>, private Subscriber {
  public:
   using Clock = std::chrono::steady_clock;
@@ -60,7 +62,9 @@ class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>,
 
   void onEvent(const wire::Event& event) override;
   void onValue(const wire::ParamValue& value) override;
+  bool wantsMore() override;
 
+  void subscribeAll();
   void subscribe(const v1::Subscription& subscription);
   void subscribeEvents(const v1::Subscription& subscription);
   void answer(const v1::Subscription& subscription, int64_t position, bool lost);
@@ -74,11 +78,11 @@ class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>,
   const Clock::time_point opened_;
   std::shared_ptr<Listener> self_;  // until gRPC is done with it
   std::atomic<bool> heard_{false};
-  std::atomic<bool> done_{false};
-  std::atomic<int> asked_{0};  // subscriptions that are not in effect yet
   v1::Subscription incoming_;
 
   std::mutex mutex_;
+  std::condition_variable changed_;       // there is room, or the end is near
+  std::deque<v1::Subscription> pending_;  // not in effect yet: events may be missing that are published already
   struct Waiting {
     v1::Delivery message;
     size_t bytes = 0;
@@ -89,7 +93,6 @@ class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>,
   Clock::time_point lastSent_;
   bool writing_ = false;
   bool plain_ = false;
-  int subscribing_ = 0;  // while not 0, events may be missing from the queue that are published already
   bool overflowed_ = false;
   bool finishing_ = false;
   bool finished_ = false;

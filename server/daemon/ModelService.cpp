@@ -31,11 +31,6 @@ Status checkBounds(const v1::Block& block) {
   return Status::OK;
 }
 
-bool writes(const wire::Block& block) {
-  return std::any_of(block.requests.begin(), block.requests.end(),
-                     [](const wire::Request& request) { return request.kind == wire::RequestKind::kUpdate; });
-}
-
 // The status of the whole stays what it is: who wrote has to know that it is written.
 void leaveOutAnswers(const wire::Block& block, wire::BlockReply* reply) {
   for (size_t i = 0; i < reply->each.size() && i < block.requests.size(); ++i) {
@@ -55,23 +50,18 @@ ModelService::ModelService(Core& core, const NetOptions& options, Log& log)
              options.queueBytes,
              options.beatMs,
              options.maxRequestBytes,
-             [this](std::function<void()> job) {
-               const std::lock_guard lock(mutex_);
-               work_.push_back(std::move(job));
-               wake_.notify_all();
-             },
+             [this](std::function<void()> job) { later(std::move(job)); },
              [this](Listener* listener, const std::string& why) { ended(listener, why); }},
-      worker_([this] { work(); }),
       beats_([this] { beat(); }) {}
 
 ModelService::~ModelService() {
   {
     std::unique_lock lock(mutex_);
-    wake_.wait(lock, [this] { return listeners_.empty() && work_.empty(); });
+    wake_.wait(lock, [this] { return listeners_.empty() && work_.empty() && atWork_ == 0; });
     closed_ = true;
   }
   wake_.notify_all();
-  worker_.join();
+  for (std::thread& worker : workers_) worker.join();
   beats_.join();
 }
 
@@ -186,7 +176,7 @@ Status ModelService::finishReply(const wire::Block& block, bool plain, wire::Blo
                                  v1::BlockReply* response) {
   const auto without = [&](wire::BlockReply&& left, const Status& why) {
     response->Clear();
-    if (!writes(block)) return why;
+    if (!wire::writes(block)) return why;
     leaveOutAnswers(block, &left);
     wire::toMessage(left, true, response);
     return Status::OK;
@@ -272,17 +262,26 @@ void ModelService::endStreams(const Status& why) {
   for (const auto& [listener, peer] : listeners_) listener->finish(why);
 }
 
+void ModelService::later(std::function<void()> job) {
+  const std::lock_guard lock(mutex_);
+  work_.push_back(std::move(job));
+  if (workers_.size() < atWork_ + work_.size()) workers_.emplace_back([this] { work(); });
+  wake_.notify_all();
+}
+
 void ModelService::work() {
   std::unique_lock lock(mutex_);
   for (;;) {
     wake_.wait(lock, [this] { return closed_ || !work_.empty(); });
     if (work_.empty()) return;
     std::function<void()> job = std::move(work_.front());
+    work_.pop_front();
+    ++atWork_;
     lock.unlock();
     job();
     job = nullptr;
     lock.lock();
-    work_.pop_front();
+    --atWork_;
     wake_.notify_all();
   }
 }

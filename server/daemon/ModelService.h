@@ -10,6 +10,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <tlm/v1/model.grpc.pb.h>
 
@@ -61,7 +62,8 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
                           wire::Block* block);
 
   void ended(Listener* listener, const std::string& why);
-  void work();  // subscriptions, in order
+  void later(std::function<void()> job);
+  void work();
   void beat();
 
   Core& core_;
@@ -76,9 +78,12 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
   int calls_ = 0;
   std::map<grpc::ServerContext*, Clock::time_point> transfers_;  // when the last piece passed
   std::map<Listener*, std::string> listeners_;                   // with their peers
+  // One that catches up slowly keeps nobody waiting: there are as many threads as ever had work at once, at most one
+  // for each stream.
   std::deque<std::function<void()>> work_;
+  size_t atWork_ = 0;
+  std::vector<std::thread> workers_;
   bool closed_ = false;  // no thread is wanted any more
-  std::thread worker_;
   std::thread beats_;
 };
 

@@ -18,13 +18,13 @@
 #include "requests.h"
 #include "values.h"
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <chrono>
 #include <deque>
 #include <future>
 #include <shared_mutex>
-#include <span>
 
 namespace tlm::server {
 namespace {
@@ -35,17 +35,13 @@ enum EventKind { kAdded = 601, kChanged = 602, kDeleted = 603 };
 
 constexpr size_t kRefusalsKept = 256;
 constexpr int64_t kForgetEvery = 4096;  // events between two looks at the length of the log
+// What one who was away is told at a time.
+constexpr int64_t kPortionEvents = 256;
+constexpr size_t kPortionBytes = size_t{256} << 10;
 
 int eventKind(int change) {
   if (change == MDX_REC_INSERT) return kAdded;
   return change == MDX_REC_UPDATE ? kChanged : kDeleted;
-}
-
-bool holdsUpdates(const wire::Block& block) {
-  for (const wire::Request& request : block.requests) {
-    if (request.kind == wire::RequestKind::kUpdate) return true;
-  }
-  return false;
 }
 
 bool holdsOperatorRequest(const wire::Block& block) {
@@ -53,14 +49,6 @@ bool holdsOperatorRequest(const wire::Block& block) {
     if (operatorRequest(request) != OperatorRequest::kNone) return true;
   }
   return false;
-}
-
-using Requests = std::span<const wire::Request>;
-
-size_t sizeOf(Requests requests) {
-  size_t size = 0;
-  for (const wire::Request& request : requests) size += request.name.size() + request.body.size();
-  return size;
 }
 
 // The name and the password are one secret: who is told which of them is wrong has half of it.
@@ -121,7 +109,10 @@ struct Core::State {
   void apply(const PlannedChange& change);
   void forgetOldEvents();
   void rememberRefusal(const std::string& block, const Reply& reply);
-  std::vector<Reply> answerAll(Requests requests);
+  std::vector<Reply> answerAll(wire::Requests requests);
+
+  bool subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after);
+  bool readMissed(int64_t after, std::vector<wire::Event>* events);
 
   void restoreManual();
   std::vector<std::string> manualOf(const std::vector<int32_t>& numbers) const;
@@ -268,7 +259,7 @@ void Core::State::rememberRefusal(const std::string& block, const Reply& reply) 
 }
 
 // All see the same tables. An update has been carried out before and is answered as such.
-std::vector<Reply> Core::State::answerAll(Requests requests) {
+std::vector<Reply> Core::State::answerAll(wire::Requests requests) {
   std::vector<Reply> replies;
   const std::shared_lock lock(tablesMutex);
   const RequestContext context{tables, live, parts, options, scripts, options.clock()};
@@ -277,6 +268,38 @@ std::vector<Reply> Core::State::answerAll(Requests requests) {
     replies.push_back(written ? Reply{} : answer(context, request));
   }
   return replies;
+}
+
+// ---- those who listen ----
+
+// The locks are held to read a portion and to join behind the last one, never while what was read is told.
+bool Core::State::subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after) {
+  Publisher::Newcomer newcomer(publisher, subscriber, kinds);
+  std::vector<wire::Event> missed;
+  do {
+    const std::lock_guard lock(commitMutex);
+    if (after > last) return false;
+    after = after < 0 ? last.load() : std::max(after, newcomer.position());
+    if (!readMissed(after, &missed)) return false;
+    if (!missed.empty()) after = missed.back().sequence;
+    if (after == last) return newcomer.join(missed, last);
+  } while (newcomer.tell(missed));
+  return false;
+}
+
+// The next ones behind `after`, so many as make a portion.
+bool Core::State::readMissed(int64_t after, std::vector<wire::Event>* events) {
+  events->clear();
+  if (after == last) return true;
+  size_t bytes = 0;
+  std::string error;
+  const auto each = [&](wire::Event&& event) {
+    bytes += wire::sizeOf(event);
+    events->push_back(std::move(event));
+    return bytes < kPortionBytes;
+  };
+  return store->firstSequence() <= after + 1 &&
+         store->events(after, std::min(after + kPortionEvents, last.load()), each, &error) && !events->empty();
 }
 
 // ---- what operators ask ----
@@ -387,30 +410,24 @@ Core::~Core() = default;
 Reply Core::execute(const wire::Request& request, const Caller& caller) {
   if (operatorRequest(request) != OperatorRequest::kNone) return state_->operate(request, caller);
   if (request.kind == wire::RequestKind::kUpdate) return execute(wire::Block{{}, {request}}, caller).whole;
-  if (sizeOf({&request, 1}) > state_->options.maxRequestBytes) return tooLarge();
+  if (wire::sizeOf(wire::Requests(&request, 1)) > state_->options.maxRequestBytes) return tooLarge();
   return std::move(state_->answerAll({&request, 1}).front());
 }
 
 wire::BlockReply Core::execute(const wire::Block& block, const Caller& caller) {
-  if (sizeOf(block.requests) > state_->options.maxRequestBytes) return {tooLarge(), {}};
+  if (wire::sizeOf(block) > state_->options.maxRequestBytes) return {tooLarge(), {}};
   if (holdsOperatorRequest(block)) {
     if (block.requests.size() == 1) return {{}, {state_->operate(block.requests.front(), caller)}};
     return {Reply::failure(wire::kMalformed, "such a request travels alone"), {}};
   }
   wire::BlockReply reply;
-  if (holdsUpdates(block)) reply.whole = state_->commit(block, caller);
+  if (wire::writes(block)) reply.whole = state_->commit(block, caller);
   if (reply.whole.status == wire::kOk) reply.each = state_->answerAll(block.requests);
   return reply;
 }
 
 bool Core::subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after) {
-  const std::lock_guard lock(state_->commitMutex);
-  const int64_t last = state_->last;
-  if (after > last) return false;
-  return state_->publisher.subscribe(subscriber, kinds, after, last, [this](int64_t from, const auto& each) {
-    std::string error;
-    return state_->store->firstSequence() <= from + 1 && state_->store->events(from, each, &error);
-  });
+  return state_->subscribe(subscriber, kinds, after);
 }
 
 void Core::setDevice(std::shared_ptr<Device> device) { state_->commands.setDevice(std::move(device)); }
@@ -420,6 +437,7 @@ void Core::subscribeValues(Subscriber* subscriber, const std::vector<int>& locId
 }
 
 void Core::unsubscribe(Subscriber* subscriber) { state_->publisher.unsubscribe(subscriber); }
+size_t Core::subscribers() const { return state_->publisher.subscribers(); }
 
 void Core::publish(wire::Event event) {
   event.sequence = 0;

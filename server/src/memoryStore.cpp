@@ -153,9 +153,9 @@ class MemoryStore : public Store {
   int64_t lastSequence() override { return data_->last; }
   int64_t firstSequence() override { return data_->events.empty() ? data_->last + 1 : data_->events.begin()->first; }
 
-  bool events(int64_t after, const std::function<void(wire::Event&&)>& each, std::string*) override {
-    for (auto event = data_->events.upper_bound(after); event != data_->events.end(); ++event)
-      each(wire::Event(event->second));
+  bool events(int64_t after, int64_t upTo, const std::function<bool(wire::Event&&)>& each, std::string*) override {
+    auto event = data_->events.upper_bound(after);
+    while (event != data_->events.end() && event->first <= upTo && each(wire::Event(event->second))) ++event;
     return true;
   }
 

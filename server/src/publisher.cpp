@@ -1,20 +1,52 @@
 #include "publisher.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace tlm::server {
 
-bool Publisher::subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after, int64_t last,
-                          const CatchUp& catchUp) {
-  const std::lock_guard lock(mutex_);
-  const auto known = subscriptions_.find(subscriber);
-  Subscription next = known == subscriptions_.end() ? Subscription{} : known->second;
-  next.kinds = {kinds.begin(), kinds.end()};
-  next.position = after < 0 ? last : std::max(after, next.position);
-  const auto each = [&](wire::Event&& event) { deliver(subscriber, next, event); };
-  if (next.position < last && !catchUp(next.position, each)) return false;
-  next.position = last;
-  subscriptions_[subscriber] = std::move(next);
+Publisher::Newcomer::Newcomer(Publisher& publisher, Subscriber* subscriber, const std::vector<int>& kinds)
+    : publisher_(publisher), subscriber_(subscriber), kinds_(kinds.begin(), kinds.end()) {
+  const std::lock_guard lock(publisher_.mutex_);
+  publisher_.newcomers_.insert(this);
+}
+
+Publisher::Newcomer::~Newcomer() {
+  const std::lock_guard lock(publisher_.mutex_);
+  publisher_.newcomers_.erase(this);
+}
+
+int64_t Publisher::Newcomer::position() const {
+  const std::lock_guard lock(publisher_.mutex_);
+  const auto known = publisher_.subscriptions_.find(subscriber_);
+  return known == publisher_.subscriptions_.end() ? -1 : known->second.position;
+}
+
+void Publisher::Newcomer::hear(const std::vector<wire::Event>& events) {
+  for (const wire::Event& event : events) {
+    if (kinds_.count(event.kind)) subscriber_->onEvent(event);
+  }
+}
+
+bool Publisher::Newcomer::tell(const std::vector<wire::Event>& events) {
+  std::unique_lock lock(publisher_.mutex_);
+  if (gone_) return false;
+  hearing_ = true;
+  lock.unlock();
+  hear(events);
+  const bool more = subscriber_->wantsMore();
+  lock.lock();
+  hearing_ = false;
+  publisher_.heard_.notify_all();
+  return more && !gone_;
+}
+
+bool Publisher::Newcomer::join(const std::vector<wire::Event>& events, int64_t last) {
+  const std::lock_guard lock(publisher_.mutex_);
+  if (gone_) return false;
+  hear(events);
+  Subscription& subscription = publisher_.subscriptions_[subscriber_];
+  subscription.kinds = kinds_;
+  subscription.position = last;
   return true;
 }
 
@@ -24,8 +56,20 @@ void Publisher::subscribeValues(Subscriber* subscriber, const std::vector<int>& 
 }
 
 void Publisher::unsubscribe(Subscriber* subscriber) {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
   subscriptions_.erase(subscriber);
+  for (Newcomer* newcomer : newcomers_) newcomer->gone_ = newcomer->gone_ || newcomer->subscriber_ == subscriber;
+  heard_.wait(lock, [&] {
+    for (const Newcomer* newcomer : newcomers_) {
+      if (newcomer->subscriber_ == subscriber && newcomer->hearing_) return false;
+    }
+    return true;
+  });
+}
+
+size_t Publisher::subscribers() const {
+  const std::lock_guard lock(mutex_);
+  return subscriptions_.size();
 }
 
 void Publisher::publish(const std::vector<wire::Event>& events) {

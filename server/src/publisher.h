@@ -4,9 +4,10 @@
 
 #include <TlmServer/Core.h>
 
-#include <functional>
+#include <condition_variable>
 #include <map>
 #include <mutex>
+#include <set>
 #include <unordered_set>
 #include <vector>
 
@@ -14,15 +15,38 @@ namespace tlm::server {
 
 class Publisher {
  public:
-  // Gives the kept events after a number, in order; false when they cannot be read.
-  using CatchUp = std::function<bool(int64_t after, const std::function<void(wire::Event&&)>& each)>;
+  // A subscription on its way: the subscriber is told what it missed before it joins those who hear what happens.
+  class Newcomer {
+   public:
+    Newcomer(Publisher& publisher, Subscriber* subscriber, const std::vector<int>& kinds);
+    ~Newcomer();
+    Newcomer(const Newcomer&) = delete;
+    Newcomer& operator=(const Newcomer&) = delete;
 
-  // `last` is the number of the last event. False, and the subscription is as it was, when the catching up fails.
-  // No event may be published meanwhile: the caller holds the lock of the commits.
-  bool subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after, int64_t last,
-                 const CatchUp& catchUp);
+    int64_t position() const;  // of the last event that the subscriber has seen, or -1
+
+    // Nothing is locked while the subscriber hears them. False: it wants no more, or was unsubscribed.
+    bool tell(const std::vector<wire::Event>& events);
+
+    // Tells the last ones, up to `last`, and lets the subscriber join. False: it was unsubscribed. No event may be
+    // published meanwhile: the caller holds the lock of the commits.
+    bool join(const std::vector<wire::Event>& events, int64_t last);
+
+   private:
+    friend class Publisher;
+
+    void hear(const std::vector<wire::Event>& events);
+
+    Publisher& publisher_;
+    Subscriber* const subscriber_;
+    const std::unordered_set<int> kinds_;
+    bool hearing_ = false;  // outside the lock
+    bool gone_ = false;     // unsubscribed
+  };
+
   void subscribeValues(Subscriber* subscriber, const std::vector<int>& locIds);
   void unsubscribe(Subscriber* subscriber);
+  size_t subscribers() const;
 
   void publish(const std::vector<wire::Event>& events);
   void publish(const wire::ParamValue& value);
@@ -36,8 +60,10 @@ class Publisher {
 
   static void deliver(Subscriber* subscriber, Subscription& subscription, const wire::Event& event);
 
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
+  std::condition_variable heard_;  // a newcomer
   std::map<Subscriber*, Subscription> subscriptions_;
+  std::set<Newcomer*> newcomers_;
 };
 
 }  // namespace tlm::server

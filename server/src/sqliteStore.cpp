@@ -215,15 +215,20 @@ bool SqliteStore::readState(Failure* failure) {
   return db_.text("SELECT identity FROM store_identity", &identity_, failure) && readSequences(failure);
 }
 
-bool SqliteStore::events(int64_t after, const std::function<void(wire::Event&&)>& each, std::string* error) {
+bool SqliteStore::events(int64_t after, int64_t upTo, const std::function<bool(wire::Event&&)>& each,
+                         std::string* error) {
   Failure failure;
   Statement rows;
   constexpr const char* kSql =
-      "SELECT sequence, kind, time, key, param, user, image FROM store_event WHERE sequence > ? ORDER BY sequence";
+      "SELECT sequence, kind, time, key, param, user, image FROM store_event WHERE sequence > ? AND sequence <= ? "
+      "ORDER BY sequence";
   if (!rows.prepare(db_, kSql, &failure)) return say(failure, error);
   sqlite3_bind_int64(rows.get(), 1, after);
+  sqlite3_bind_int64(rows.get(), 2, upTo);
   int code = 0;
-  while ((code = rows.step()) == SQLITE_ROW) each(eventOf(rows.get()));
+  while ((code = rows.step()) == SQLITE_ROW) {
+    if (!each(eventOf(rows.get()))) return true;
+  }
   if (code == SQLITE_DONE) return true;
   db_.fail("cannot read the events", &failure);
   return say(failure, error);

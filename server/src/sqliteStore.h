@@ -43,7 +43,7 @@ class SqliteStore final : public Store {
   bool import(const NamedTables& tables, std::string* error) override;
   int64_t lastSequence() override { return last_; }
   int64_t firstSequence() override { return first_; }
-  bool events(int64_t after, const std::function<void(wire::Event&&)>& each, std::string* error) override;
+  bool events(int64_t after, int64_t upTo, const std::function<bool(wire::Event&&)>& each, std::string* error) override;
   bool forgetEvents(int64_t upTo, std::string* error) override;
   bool holdsBlock(const std::string& identity) override;
 

@@ -2,7 +2,6 @@
 #include <TlmClient/CPopMessageBox.h>
 #include <TlmClient/CTlmCliMod.h>
 #include <TlmServer/MemoryStore.h>
-#include <TlmServer/Store.h>
 
 #include <QAction>
 #include <QTemporaryDir>
@@ -18,6 +17,7 @@
 #include "support/EmbeddedServer.h"
 #include "support/Gui.h"
 #include "support/ModelText.h"
+#include "support/StoreAround.h"
 
 namespace tlm::test {
 namespace {
@@ -31,33 +31,18 @@ unit КП-2
 )";
 
 // A disk that can be full.
-class FullStore : public server::Store {
+class FullStore : public StoreAround {
  public:
   FullStore(std::unique_ptr<server::Store> below, const std::atomic<bool>& full)
-      : below_(std::move(below)), full_(full) {}
+      : StoreAround(std::move(below)), full_(full) {}
 
-  const std::string& identity() const override { return below_->identity(); }
-  bool load(const std::string& table, MDArray* into, std::string* error) override {
-    return below_->load(table, into, error);
-  }
   bool commit(const server::Commit& commit, std::string* error) override {
-    if (!full_) return below_->commit(commit, error);
+    if (!full_) return StoreAround::commit(commit, error);
     *error = "на диске нет места";
     return false;
   }
-  bool import(const std::vector<std::pair<std::string, const MDArray*>>& tables, std::string* error) override {
-    return below_->import(tables, error);
-  }
-  int64_t lastSequence() override { return below_->lastSequence(); }
-  int64_t firstSequence() override { return below_->firstSequence(); }
-  bool events(int64_t after, const std::function<void(wire::Event&&)>& each, std::string* error) override {
-    return below_->events(after, each, error);
-  }
-  bool forgetEvents(int64_t upTo, std::string* error) override { return below_->forgetEvents(upTo, error); }
-  bool holdsBlock(const std::string& identity) override { return below_->holdsBlock(identity); }
 
  private:
-  std::unique_ptr<server::Store> below_;
   const std::atomic<bool>& full_;
 };
 

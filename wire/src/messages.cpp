@@ -27,7 +27,26 @@ void setText(MDXCliParam* param, int position, const std::string& text) {
   MDRSetVal(MDXParamFld(param, position), param, &v);
 }
 
+size_t sizeOf(const std::optional<std::string>& text) { return text ? text->size() : 0; }
+size_t sizeOf(const Reply& reply) { return sizeOf(reply.payload) + sizeOf(reply.text); }
+
 }  // namespace
+
+size_t sizeOf(Requests requests) {
+  size_t bytes = 0;
+  for (const Request& request : requests) bytes += request.name.size() + request.body.size();
+  return bytes;
+}
+
+size_t sizeOf(const BlockReply& reply) {
+  size_t bytes = sizeOf(reply.whole);
+  for (const Reply& one : reply.each) bytes += sizeOf(one);
+  return bytes;
+}
+
+size_t sizeOf(const Event& event) {
+  return event.key.size() + event.param.size() + event.user.size() + sizeOf(event.image);
+}
 
 MDXCliParam* replyRecord(const Reply& reply) {
   static constexpr std::array<uint8_t, 3> kTypes{MDX_INT32, MDX_MEMO, MDX_MEMO};

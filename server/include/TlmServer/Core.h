@@ -42,11 +42,18 @@ struct Caller {
 
 // Receives what the server publishes. Called on the thread that commits, in commit order, with the
 // publication lock held: it must return quickly and must not call the core.
+//
+// What it missed comes on the thread that subscribes instead, in portions, with nothing locked but for the last one;
+// values may come on another thread at the same time.
 class Subscriber {
  public:
   virtual ~Subscriber() = default;
   virtual void onEvent(const wire::Event& event) = 0;
   virtual void onValue(const wire::ParamValue& value) = 0;
+
+  // Asked between two portions of what it missed, with nothing locked: it may wait until it has room. False ends the
+  // subscription.
+  virtual bool wantsMore() { return true; }
 };
 
 // The system's time, days since 30.12.1899 (UTC).
@@ -75,11 +82,14 @@ class Core {
 
   // Starts to deliver the events of `kinds` that are later than `after` (-1: from now on), and the values
   // of `locIds`. A second call for the same subscriber replaces the lists and delivers nothing twice.
-  // False, and the subscription is as it was, when the server no longer holds all events after `after`,
-  // never gave a number as high, or cannot read its log.
+  // False, and the subscription is as it was, when the server does not hold (or no longer holds) all events after
+  // `after`, never gave a number as high, cannot read its log, or when the subscriber wants no more or was
+  // unsubscribed meanwhile. Commits go on while it is told what it missed; events that are not kept come to it from
+  // the return on. One call at a time for a subscriber, but for unsubscribe.
   bool subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int64_t after);
   void subscribeValues(Subscriber* subscriber, const std::vector<int>& locIds);
   void unsubscribe(Subscriber* subscriber);  // no call is under way when it returns
+  size_t subscribers() const;                // to events or values
 
   // Publishes an event that is not kept, such as the receipt of a command.
   void publish(wire::Event event);

@@ -48,7 +48,9 @@ class Store {
 
   virtual int64_t lastSequence() = 0;   // 0 before the first event
   virtual int64_t firstSequence() = 0;  // of the oldest event kept, or lastSequence() + 1
-  virtual bool events(int64_t after, const std::function<void(wire::Event&&)>& each, std::string* error) = 0;
+  // The events later than `after` up to `upTo`, in order, until `each` gives false.
+  virtual bool events(int64_t after, int64_t upTo, const std::function<bool(wire::Event&&)>& each,
+                      std::string* error) = 0;
   virtual bool forgetEvents(int64_t upTo, std::string* error) = 0;
 
   // Whether a block of that identity was committed (a reply that was lost is asked for again).

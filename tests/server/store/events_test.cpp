@@ -1,5 +1,7 @@
 #include "testing.h"
 
+#include <limits>
+
 namespace tlm::test {
 namespace {
 
@@ -11,12 +13,16 @@ class EventsTest : public StoreTest {
     for (int64_t sequence = from; sequence <= to; ++sequence) block.events.push_back(eventOf(sequence));
     ASSERT_TRUE(store_->commit(block, &error_)) << error_;
   }
-  std::vector<int64_t> after(int64_t sequence) {
+  std::vector<int64_t> after(int64_t sequence, int64_t upTo = kAll, size_t most = 1000) {
     std::vector<int64_t> all;
-    EXPECT_TRUE(store_->events(
-        sequence, [&](wire::Event&& event) { all.push_back(event.sequence); }, &error_));
+    const auto each = [&](wire::Event&& event) {
+      all.push_back(event.sequence);
+      return all.size() < most;
+    };
+    EXPECT_TRUE(store_->events(sequence, upTo, each, &error_));
     return all;
   }
+  static constexpr int64_t kAll = std::numeric_limits<int64_t>::max();
 };
 
 INSTANTIATE_TEST_SUITE_P(Stores, EventsTest, ::testing::ValuesIn(kPlaces), placeName);
@@ -34,7 +40,7 @@ TEST_P(EventsTest, ComeBackWithEveryField) {
   reopen();
   std::vector<wire::Event> all;
   ASSERT_TRUE(store_->events(
-      0, [&](wire::Event&& event) { all.push_back(std::move(event)); }, &error_));
+      0, kAll, [&](wire::Event&& event) { return all.push_back(std::move(event)), true; }, &error_));
   ASSERT_EQ(all.size(), 1u);
   const wire::Event wanted = eventOf(1);
   EXPECT_EQ(all[0].sequence, wanted.sequence);
@@ -54,7 +60,7 @@ TEST_P(EventsTest, AMissingImageIsNotAnEmptyOne) {
   ASSERT_TRUE(store_->commit(block, &error_));
   std::vector<std::optional<std::string>> images;
   ASSERT_TRUE(store_->events(
-      0, [&](wire::Event&& event) { images.push_back(event.image); }, &error_));
+      0, kAll, [&](wire::Event&& event) { return images.push_back(event.image), true; }, &error_));
   EXPECT_EQ(images, (std::vector<std::optional<std::string>>{std::nullopt, std::string()}));
 }
 
@@ -64,6 +70,20 @@ TEST_P(EventsTest, CatchUpGivesWhatIsLaterInOrder) {
   EXPECT_EQ(after(0), (Numbers{1, 2, 3, 4, 5}));
   EXPECT_EQ(after(3), (Numbers{4, 5}));
   EXPECT_EQ(after(5), Numbers{});
+}
+
+TEST_P(EventsTest, CatchUpGivesNothingBeyondItsEnd) {
+  commitEvents(1, 5);
+  EXPECT_EQ(after(1, 4), (Numbers{2, 3, 4}));
+  EXPECT_EQ(after(1, 1), Numbers{});
+  EXPECT_EQ(after(3, 2), Numbers{});
+}
+
+TEST_P(EventsTest, CatchUpEndsWhenNoMoreIsWanted) {
+  commitEvents(1, 5);
+  EXPECT_EQ(after(1, kAll, 2), (Numbers{2, 3}));
+  commitEvents(6, 6);
+  EXPECT_EQ(after(3), (Numbers{4, 5, 6})) << "and the store goes on";
 }
 
 TEST_P(EventsTest, ForgottenOnesAreGoneAndTheirNumbersAreNotGivenAgain) {

@@ -44,21 +44,6 @@ void fromMessage(v1::Reply& message, Reply* reply, std::vector<Part>* missing) {
 
 }  // namespace
 
-size_t sizeOf(const Block& block) {
-  size_t bytes = 0;
-  for (const Request& request : block.requests) bytes += request.name.size() + request.body.size();
-  return bytes;
-}
-
-size_t sizeOf(const BlockReply& reply) {
-  const auto size = [](const Reply& one) {
-    return (one.payload ? one.payload->size() : 0) + (one.text ? one.text->size() : 0);
-  };
-  size_t bytes = size(reply.whole);
-  for (const Reply& one : reply.each) bytes += size(one);
-  return bytes;
-}
-
 void toMessage(const Block& block, const std::string& user, bool bodies, v1::Block* message) {
   message->set_identity(block.identity);
   message->set_user(user);

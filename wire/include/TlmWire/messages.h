@@ -4,8 +4,10 @@
 
 #include <TlmMdx/mdx.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -56,6 +58,14 @@ inline bool holdsCommand(const Block& block) {
   return false;
 }
 
+// Whether it holds an update.
+inline bool writes(const Block& block) {
+  for (const Request& request : block.requests) {
+    if (request.kind == RequestKind::kUpdate) return true;
+  }
+  return false;
+}
+
 struct Reply {
   int32_t status = kOk;
   std::optional<std::string> payload;
@@ -87,6 +97,13 @@ struct ParamValue {
   int32_t quality = 0;  // 0 good, 1 manual, 2 old, 3 invalid
   std::string value;    // decimal number or text, Windows-1251
 };
+
+// Bytes of texts: names and bodies of requests, payloads and texts of replies, all texts of an event.
+using Requests = std::span<const Request>;
+size_t sizeOf(Requests requests);
+inline size_t sizeOf(const Block& block) { return sizeOf(Requests(block.requests)); }
+size_t sizeOf(const BlockReply& reply);
+size_t sizeOf(const Event& event);
 
 // The record forms in which the client library hands these out. The caller frees them by MDXParamFree.
 MDXCliParam* replyRecord(const Reply& reply);

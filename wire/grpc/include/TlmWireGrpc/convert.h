@@ -21,10 +21,6 @@ inline constexpr size_t kWholeBytes = size_t{3} << 20;
 // which are this large.
 inline constexpr size_t kPieceBytes = size_t{1} << 20;
 
-// Bytes of names and bodies of a block, and of payloads and texts of a reply.
-size_t sizeOf(const Block& block);
-size_t sizeOf(const BlockReply& reply);
-
 // `user` and the block as a message. With `bodies` false the bodies are left out and their lengths told.
 void toMessage(const Block& block, const std::string& user, bool bodies, v1::Block* message);
 // False with a reason in *why when the message makes no sense: an unknown kind, a plain form that cannot be
