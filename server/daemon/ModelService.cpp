@@ -52,6 +52,7 @@ ModelService::ModelService(Core& core, const NetOptions& options, Log& log)
              options.maxRequestBytes,
              [this](std::function<void()> job) { later(std::move(job)); },
              [this](Listener* listener, const std::string& why) { ended(listener, why); }},
+      feeds_(core, log),
       beats_([this] { beat(); }) {}
 
 ModelService::~ModelService() {
@@ -257,6 +258,7 @@ void ModelService::ended(Listener* listener, const std::string& why) {
 }
 
 void ModelService::endStreams(const Status& why) {
+  feeds_.endAll(why);
   const std::lock_guard lock(mutex_);
   stopping_ = true;
   for (const auto& [listener, peer] : listeners_) listener->finish(why);
@@ -301,6 +303,7 @@ void ModelService::beat() {
     for (const auto& [context, since] : transfers_) {
       if (since < tooOld) context->TryCancel();
     }
+    feeds_.endStuckSince(tooOld);
   }
 }
 

@@ -18,11 +18,13 @@
 #include "Log.h"
 #include "NetServer.h"
 #include "PieceShelf.h"
+#include "ValueFeed.h"
 
 namespace tlm::server {
 
 // Calls block a thread of gRPC each; streams do not.
-class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model::Service> {
+class ModelService final
+    : public v1::Model::WithCallbackMethod_Listen<v1::Model::WithCallbackMethod_PutValues<v1::Model::Service>> {
  public:
   ModelService(Core& core, const NetOptions& options, Log& log);
   ~ModelService() override;  // no call and no stream is left
@@ -35,6 +37,7 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
   grpc::Status TakePieces(grpc::ServerContext* context, const v1::PiecesRequest* request,
                           grpc::ServerWriter<v1::Piece>* writer) override;
   grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>* Listen(grpc::CallbackServerContext* context) override;
+  ValueFeeds::Reactor* PutValues(grpc::CallbackServerContext* context) override { return feeds_.open(context); }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -84,6 +87,7 @@ class ModelService final : public v1::Model::WithCallbackMethod_Listen<v1::Model
   size_t atWork_ = 0;
   std::vector<std::thread> workers_;
   bool closed_ = false;  // no thread is wanted any more
+  ValueFeeds feeds_;
   std::thread beats_;
 };
 

@@ -4,6 +4,7 @@
 #include <TlmServer/LiveValues.h>
 #include <TlmServer/ModelTables.h>
 #include <TlmServer/Store.h>
+#include <TlmServer/Users.h>
 
 #include "catalogueParts.h"
 #include "changeSet.h"
@@ -52,15 +53,15 @@ bool holdsOperatorRequest(const wire::Block& block) {
 }
 
 // The name and the password are one secret: who is told which of them is wrong has half of it.
-Reply verdictReply(Operators::Verdict verdict) {
+Reply verdictReply(Verdict verdict) {
   switch (verdict) {
-    case Operators::Verdict::kGranted:
+    case Verdict::kGranted:
       return {};
-    case Operators::Verdict::kWrong:
+    case Verdict::kWrong:
       return Reply::failure(wire::kRefused, toCodePage("Неверное имя оператора или пароль."));
-    case Operators::Verdict::kLocked:
+    case Verdict::kLocked:
       return Reply::failure(wire::kRefused, toCodePage("Слишком много неверных паролей: вход закрыт на минуту."));
-    case Operators::Verdict::kNoRight:
+    case Verdict::kNoRight:
       break;
   }
   return Reply::failure(wire::kRefused, toCodePage("У оператора нет права телеуправления."));
@@ -97,7 +98,7 @@ struct Core::State {
         manualValues(catalogue, "ManualValues"),
         commands(options.clock,
                  [this](wire::Event event) { publisher.publish(std::vector<wire::Event>{std::move(event)}); }) {
-    live.setListener([this](const wire::ParamValue& value) { publisher.publish(value); });
+    live.setListener([this](int32_t locId, const LiveValue& value) { publisher.publish(locId, value); });
   }
 
   bool load(std::string* error);
@@ -390,7 +391,8 @@ Reply Core::State::permit(const Order& order, const Caller& caller, Command* com
   const std::string user = order.user.empty() ? toCodePage(caller.user) : order.user;
   std::optional<std::string_view> password;
   if (signal.asksPassword || !order.password.empty()) password = order.password;
-  if (Reply reply = verdictReply(operators.check(user, password, options.clock())); reply.status != wire::kOk)
+  if (Reply reply = verdictReply(operators.check(Operators::Right::kControl, user, password, options.clock()));
+      reply.status != wire::kOk)
     return reply;
   *command = {order.identity, signal.key, fromCodePage(user), {order.locId, order.state}, order.issued, signal.timeout};
   return {};
@@ -431,6 +433,10 @@ bool Core::subscribe(Subscriber* subscriber, const std::vector<int>& kinds, int6
 }
 
 void Core::setDevice(std::shared_ptr<Device> device) { state_->commands.setDevice(std::move(device)); }
+
+Verdict Core::admitValues(const std::string& user, std::string_view password) {
+  return state_->operators.check(Operators::Right::kValues, user, password, state_->options.clock());
+}
 
 void Core::subscribeValues(Subscriber* subscriber, const std::vector<int>& locIds) {
   state_->publisher.subscribeValues(subscriber, locIds);

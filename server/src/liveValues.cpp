@@ -1,7 +1,10 @@
 #include <TlmServer/LiveValues.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 namespace tlm::server {
 namespace {
@@ -23,18 +26,56 @@ std::string valueText(const LiveValue& value, int decimals) {
     std::snprintf(buffer, sizeof buffer, "%.*f", std::min(decimals, 15), number);
     return trimmedDecimals(buffer);
   }
-  std::snprintf(buffer, sizeof buffer, "%.10g", number);
-  return buffer;
+  constexpr double kExact = 1e15;  // whole numbers of counters keep all their digits
+  const bool whole = std::abs(number) < kExact && number == std::floor(number);
+  std::snprintf(buffer, sizeof buffer, whole ? "%.0f" : "%.10g", number);
+  return whole && number == 0 ? "0" : buffer;
 }
 
-void LiveValues::set(int32_t locId, LiveValue value) {
+Taken LiveValues::set(int32_t locId, LiveValue value) {
+  const std::lock_guard lock(mutex_);
+  return take(locId, entries_[locId], std::move(value));
+}
+
+Taken LiveValues::setQuality(int32_t locId, Quality quality, double time) {
+  const std::lock_guard lock(mutex_);
+  const auto found = entries_.find(locId);
+  if (found == entries_.end() || !found->second.fed) return Taken::kNothing;
+  Entry& entry = found->second;
+  LiveValue value = entry.manual ? *entry.beneath : *entry.current;
+  value.quality = quality;
+  value.time = time;
+  return take(locId, entry, std::move(value));
+}
+
+bool LiveValues::simulate(int32_t locId, LiveValue value) {
   const std::lock_guard lock(mutex_);
   Entry& entry = entries_[locId];
+  if (entry.fed) return false;
+  put(locId, entry, std::move(value));
+  return true;
+}
+
+Taken LiveValues::take(int32_t locId, Entry& entry, LiveValue value) {
+  if (!std::exchange(entry.fed, true)) {
+    entry.history.clear();
+    if (entry.manual) remember(entry, *entry.current);
+  } else if (value.time < entry.fedAt) {
+    const bool covered = entry.manual && value.time >= entry.current->time;
+    return covered ? Taken::kBeneath : remember(entry, value) ? Taken::kLate : Taken::kTooLate;
+  }
+  entry.fedAt = value.time;
+  return put(locId, entry, std::move(value)) ? Taken::kShown : Taken::kBeneath;
+}
+
+// True when it is seen.
+bool LiveValues::put(int32_t locId, Entry& entry, LiveValue value) {
   if (entry.manual) {
     entry.beneath = std::move(value);
-  } else {
-    show(locId, entry, std::move(value));
+    return false;
   }
+  show(locId, entry, std::move(value));
+  return true;
 }
 
 void LiveValues::setManual(int32_t locId, LiveValue value, const std::string& user) {
@@ -95,12 +136,20 @@ void LiveValues::forget(int32_t locId) {
 }
 
 void LiveValues::show(int32_t locId, Entry& entry, LiveValue value) {
-  entry.history.push_back(value);
-  if (entry.history.size() > kept_) entry.history.pop_front();
+  remember(entry, value);
   entry.current = std::move(value);
-  if (!listener_) return;
-  const LiveValue& now = *entry.current;
-  listener_({locId, now.time, static_cast<int32_t>(now.quality), valueText(now)});
+  if (listener_) listener_(locId, *entry.current);
+}
+
+// The history is in the order of the times. False when it is full of newer values.
+bool LiveValues::remember(Entry& entry, const LiveValue& value) const {
+  std::deque<LiveValue>& history = entry.history;
+  auto at = history.end();
+  while (at != history.begin() && std::prev(at)->time > value.time) --at;
+  if (at == history.begin() && history.size() >= kept_) return false;
+  history.insert(at, value);
+  if (history.size() > kept_) history.pop_front();
+  return true;
 }
 
 }  // namespace tlm::server

@@ -15,17 +15,18 @@ constexpr size_t kMostNames = 1000;  // whose tries are remembered; the longest 
 
 }  // namespace
 
-Operators::Verdict Operators::check(const std::string& name, std::optional<std::string_view> password, double now) {
+Verdict Operators::check(Right right, const std::string& name, std::optional<std::string_view> password, double now) {
   const MDArray* rows = users_.rows();
   const MDRData* row = users_.find(keyOfName("user " + name));
   if (password) {
     if (locked(name, now)) return Verdict::kLocked;
-    const bool right = passwordFits(std::string(row ? textOf(rows, row, "password") : std::string_view{}), *password);
-    note(name, right, now);
-    if (!right) return Verdict::kWrong;
+    const bool fits = passwordFits(std::string(row ? textOf(rows, row, "password") : std::string_view{}), *password);
+    note(name, fits, now);
+    if (!fits) return Verdict::kWrong;
   }
   if (!row) return Verdict::kNoRight;
-  return intOf(rows, row, "control") == 1 ? Verdict::kGranted : Verdict::kNoRight;
+  const char* const field = right == Right::kControl ? "control" : "values_";
+  return intOf(rows, row, field) == 1 ? Verdict::kGranted : Verdict::kNoRight;
 }
 
 bool Operators::locked(const std::string& name, double now) {

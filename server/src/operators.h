@@ -3,6 +3,7 @@
 #define TLMSERVER_OPERATORS_H
 
 #include <TlmServer/Store.h>
+#include <TlmServer/Users.h>
 
 #include <map>
 #include <mutex>
@@ -17,7 +18,7 @@ namespace tlm::server {
 // Any thread, once it is loaded.
 class Operators {
  public:
-  enum class Verdict { kGranted, kWrong, kLocked, kNoRight };
+  enum class Right { kControl, kValues };
 
   static constexpr int kMostTries = 10;  // wrong ones in a row
   static constexpr double kLockSeconds = 60;
@@ -26,9 +27,8 @@ class Operators {
 
   bool load(Store& store, std::string* error) { return users_.load(store, error); }
 
-  // `password` is absent where the signal asks for none. After ten wrong passwords in a row nobody gets in under that
-  // name for a minute, with the right one neither. `now` in days.
-  Verdict check(const std::string& name, std::optional<std::string_view> password, double now);
+  // `password` is absent where the signal asks for none. `now` in days.
+  Verdict check(Right right, const std::string& name, std::optional<std::string_view> password, double now);
 
  private:
   struct Tries {

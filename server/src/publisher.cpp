@@ -79,10 +79,14 @@ void Publisher::publish(const std::vector<wire::Event>& events) {
   }
 }
 
-void Publisher::publish(const wire::ParamValue& value) {
+// The text is made only where somebody hears it.
+void Publisher::publish(int32_t locId, const LiveValue& value) {
   const std::lock_guard lock(mutex_);
+  std::optional<wire::ParamValue> told;
   for (const auto& [subscriber, subscription] : subscriptions_) {
-    if (subscription.locIds.count(value.locId)) subscriber->onValue(value);
+    if (subscription.locIds.count(locId) == 0) continue;
+    if (!told) told = wire::ParamValue{locId, value.time, static_cast<int32_t>(value.quality), valueText(value)};
+    subscriber->onValue(*told);
   }
 }
 

@@ -3,6 +3,7 @@
 #define TLMSERVER_PUBLISHER_H
 
 #include <TlmServer/Core.h>
+#include <TlmServer/LiveValues.h>
 
 #include <condition_variable>
 #include <map>
@@ -49,7 +50,7 @@ class Publisher {
   size_t subscribers() const;
 
   void publish(const std::vector<wire::Event>& events);
-  void publish(const wire::ParamValue& value);
+  void publish(int32_t locId, const LiveValue& value);
 
  private:
   struct Subscription {

@@ -58,8 +58,9 @@ Simulator::~Simulator() { core_.setDevice(nullptr); }
 
 size_t Simulator::tick(double now) {
   if (seen_ != core_.lastSequence()) look();
-  for (const Point& point : points_) core_.live().set(point.locId, valueOf(point, now));
-  return points_.size();
+  size_t count = 0;
+  for (const Point& point : points_) count += core_.live().simulate(point.locId, valueOf(point, now)) ? 1 : 0;
+  return count;
 }
 
 void Simulator::look() {

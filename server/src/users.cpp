@@ -28,7 +28,10 @@ bool addUser(Store& store, const Catalogue& catalogue, const User& user, std::st
   const std::string hash = hashPassword(password);
   if (hash.empty()) return fail("no memory for the hash of the password", error);
   return users.put(store, keyOf(user.name),
-                   {{"name_", textVar(user.name)}, {"control", boolVar(user.control)}, {"password", textVar(hash)}},
+                   {{"name_", textVar(user.name)},
+                    {"control", boolVar(user.control)},
+                    {"password", textVar(hash)},
+                    {"values_", boolVar(user.values)}},
                    error);
 }
 
@@ -40,7 +43,8 @@ bool listUsers(Store& store, const Catalogue& catalogue, std::vector<User>* user
   users->reserve(static_cast<size_t>(MDARecCount(rows)));
   for (int i = 0; i < MDARecCount(rows); ++i) {
     const MDRData* row = MDARec(rows, 0, i);
-    users->push_back({std::string(textOf(rows, row, "name_")), intOf(rows, row, "control") == 1});
+    users->push_back(
+        {std::string(textOf(rows, row, "name_")), intOf(rows, row, "control") == 1, intOf(rows, row, "values_") == 1});
   }
   return true;
 }

@@ -82,7 +82,81 @@ TEST(LiveValues, AForgottenNumberHasNoValue) {
   EXPECT_FALSE(values.current(5));
 }
 
+TEST(LiveValues, AValueOlderThanOneThatCameBeforeTakesItsPlaceInTheHistory) {
+  LiveValues values;
+  values.set(5, value(1, 10));
+  values.set(5, value(3, 30));
+  int told = 0;
+  values.setListener([&](int32_t, const LiveValue&) { ++told; });
+  EXPECT_EQ(values.set(5, value(2, 20)), Taken::kLate);
+  EXPECT_EQ(told, 0);
+  EXPECT_EQ(values.current(5), value(3, 30));
+  EXPECT_EQ(values.history(5, 0, 100), (std::vector<LiveValue>{value(1, 10), value(2, 20), value(3, 30)}));
+  EXPECT_EQ(values.set(5, value(4, 30)), Taken::kShown);
+  EXPECT_EQ(values.current(5), value(4, 30));
+}
+
+TEST(LiveValues, AValueOlderThanAFullHistoryHasNoPlace) {
+  LiveValues values(2);
+  values.set(5, value(1, 10));
+  EXPECT_EQ(values.set(5, value(0, 5)), Taken::kLate);
+  EXPECT_EQ(values.set(5, value(9, 4)), Taken::kTooLate);
+  EXPECT_EQ(values.set(5, value(2, 7)), Taken::kLate);
+  EXPECT_EQ(values.history(5, 0, 100), (std::vector<LiveValue>{value(2, 7), value(1, 10)}));
+}
+
+TEST(LiveValues, ALateValueBeneathAManualOneShowsNowhere) {
+  LiveValues values;
+  values.set(5, value(1, 10));
+  values.setManual(5, value(9, 20));
+  EXPECT_EQ(values.set(5, value(2, 30)), Taken::kBeneath);
+  EXPECT_EQ(values.set(5, value(3, 25)), Taken::kBeneath);
+  EXPECT_EQ(values.set(5, value(4, 5)), Taken::kLate);
+  EXPECT_EQ(values.history(5, 0, 100).size(), 3u);
+  values.liftManual(5, 40);
+  EXPECT_EQ(numberOf(values, 5), 2);
+}
+
+TEST(LiveValues, ANewQualityKeepsTheLastValueOfTheField) {
+  LiveValues values;
+  EXPECT_EQ(values.setQuality(5, Quality::kInvalid, kNow), Taken::kNothing);
+  values.simulate(5, value(7));
+  EXPECT_EQ(values.setQuality(5, Quality::kInvalid, kNow), Taken::kNothing);
+  values.set(5, value(1));
+  EXPECT_EQ(values.setQuality(5, Quality::kInvalid, kNow + 1), Taken::kShown);
+  EXPECT_EQ(values.current(5), (LiveValue{kNow + 1, Quality::kInvalid, 1.0}));
+  values.setManual(5, value(9, kNow + 2));
+  EXPECT_EQ(values.setQuality(5, Quality::kOld, kNow + 3), Taken::kBeneath);
+  EXPECT_EQ(numberOf(values, 5), 9);
+  values.liftManual(5, kNow + 3);
+  EXPECT_EQ(values.current(5), (LiveValue{kNow + 3, Quality::kOld, 1.0}));
+}
+
+TEST(LiveValues, AValueFromTheFieldEndsTheSimulatedOnes) {
+  LiveValues values;
+  EXPECT_TRUE(values.simulate(5, value(7, kNow + 5)));
+  EXPECT_EQ(values.set(5, value(1, kNow)), Taken::kShown);
+  EXPECT_EQ(values.current(5), value(1, kNow));
+  EXPECT_EQ(values.history(5, 0, 1e9), std::vector<LiveValue>{value(1, kNow)});
+  EXPECT_FALSE(values.simulate(5, value(8, kNow + 9)));
+  EXPECT_EQ(numberOf(values, 5), 1);
+  values.forget(5);
+  EXPECT_TRUE(values.simulate(5, value(8)));
+}
+
+TEST(LiveValues, TheManualValueStaysInAHistoryThatLosesTheSimulatedOnes) {
+  LiveValues values;
+  values.simulate(5, value(7, kNow));
+  values.setManual(5, value(9, kNow + 1));
+  EXPECT_EQ(values.set(5, value(1, kNow + 2)), Taken::kBeneath);
+  ASSERT_EQ(values.history(5, 0, 1e9).size(), 1u);
+  EXPECT_EQ(values.history(5, 0, 1e9)[0].quality, Quality::kManual);
+}
+
 TEST(LiveValues, NumbersAreWrittenInDecimal) {
+  EXPECT_EQ(valueText(value(123456789012.0)), "123456789012");
+  EXPECT_EQ(valueText(value(-0.0)), "0");
+  EXPECT_EQ(valueText(value(0.1 + 0.2)), "0.3");
   EXPECT_EQ(valueText(value(112.5)), "112.5");
   EXPECT_EQ(valueText(value(3)), "3");
   EXPECT_EQ(valueText(value(1.005), 1), "1");
@@ -186,6 +260,14 @@ TEST_F(LiveValueServerTest, AMeasurementOutOfOperationIsNotSimulated) {
   Simulator simulator(*core, 42);
   EXPECT_EQ(simulator.tick(kNow), 3u);
   EXPECT_FALSE(core->live().current(1001));
+}
+
+TEST_F(LiveValueServerTest, TheSimulatorLeavesAMeasurementWithAValueFromTheField) {
+  Simulator simulator(*core, 42);
+  EXPECT_EQ(simulator.tick(kNow), 4u);
+  core->live().set(1001, value(2.5));
+  EXPECT_EQ(simulator.tick(kNow + 0.01), 3u);
+  EXPECT_EQ(core->live().current(1001), value(2.5));
 }
 
 TEST_F(LiveValueServerTest, TheSimulatorSeesAMeasurementThatIsAdded) {

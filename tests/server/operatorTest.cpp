@@ -315,6 +315,32 @@ TEST_F(OperatorTest, UsersAreListedReplacedAndRemoved) {
   EXPECT_EQ(send(body("3")), kWrong);
 }
 
+TEST_F(OperatorTest, TheRightToHandInValuesIsOneOfItsOwn) {
+  core->unsubscribe(&receipts);
+  core.reset();
+  std::string error;
+  const auto store = openMemoryStore(data);
+  ASSERT_TRUE(addUser(*store, Catalogue::builtIn(), {ru("сбор"), false, true}, "collects", &error)) << error;
+  std::vector<User> users;
+  ASSERT_TRUE(listUsers(*store, Catalogue::builtIn(), &users, &error));
+  for (const User& user : users) EXPECT_EQ(user.values, user.name == ru("сбор"));
+  reopen(options);
+  core->setDevice(device);
+  core->subscribe(&receipts, {902, 903, 904}, -1);
+  EXPECT_EQ(core->admitValues(ru("сбор"), "collects"), Verdict::kGranted);
+  EXPECT_EQ(core->admitValues(ru("сбор"), "collect"), Verdict::kWrong);
+  EXPECT_EQ(core->admitValues(ru("Петров"), "verysecret"), Verdict::kNoRight);
+  EXPECT_EQ(core->admitValues(ru("никто"), "collects"), Verdict::kWrong);
+  EXPECT_EQ(core->admitValues("", ""), Verdict::kWrong);
+  EXPECT_EQ(send(body("1", "collects", "сбор")), kNoRight);
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(core->admitValues(ru("сбор"), "wrong"), Verdict::kWrong);
+  EXPECT_EQ(core->admitValues(ru("сбор"), "collects"), Verdict::kGranted);
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(core->admitValues(ru("сбор"), "wrong"), Verdict::kWrong);
+  EXPECT_EQ(core->admitValues(ru("сбор"), "collects"), Verdict::kLocked);
+  now = now + 61 * kSecond;
+  EXPECT_EQ(core->admitValues(ru("сбор"), "collects"), Verdict::kGranted);
+}
+
 TEST_F(OperatorTest, NamesAndPasswordsHaveBounds) {
   const auto store = openMemoryStore(makeMemoryStoreData(Catalogue::builtIn()));
   std::string error;

@@ -190,10 +190,11 @@ class Rows {
 
 bool addUsers(const std::vector<Line>& users, server::Store& store, std::string* error) {
   for (const Line& line : users) {
-    server::User user{server::toCodePage(line.name), false};
+    server::User user{server::toCodePage(line.name)};
     std::string password;
     for (const auto& [field, value] : line.fields) {
       if (field == "control") user.control = value == "1";
+      if (field == "values") user.values = value == "1";
       if (field == "password") password = value;
     }
     if (!server::addUser(store, Catalogue::builtIn(), user, password, error)) return false;

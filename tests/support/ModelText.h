@@ -22,7 +22,7 @@ std::string keyOf(const std::string& name);
 //       discrete 1003 Q-110 {CheckTu=1}
 //   unit Без папки
 //   table MeasurementArchGroup Часовая {aggregatedData=1}
-//   user Петров {password=secret;control=1}
+//   user Петров {password=secret;control=1;values=1}
 //
 // Kinds: folder, unit, analog, discrete, accumulator, string; "table NAME" for a row of any other table; user. The
 // rest of the line is the name. Fields in braces, divided by ";", are set in the first table of the object's

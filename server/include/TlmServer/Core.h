@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tlm::server {
@@ -18,6 +19,7 @@ class Store;
 class LiveValues;
 class Catalogue;
 class ModelTables;
+enum class Verdict;
 
 // What one script may use before it is ended with kBudgetSpent.
 struct ScriptBudget {
@@ -97,6 +99,9 @@ class Core {
   // Who carries out telecontrol commands; null for nobody. No call of the one before comes after it returns, but for
   // commands that are being handed over.
   void setDevice(std::shared_ptr<Device> device);
+
+  // Whether somebody may hand in values from the field (TlmServer/FieldValues.h). Takes as long as a password needs.
+  Verdict admitValues(const std::string& user, std::string_view password);  // Windows-1251
 
   int64_t lastSequence() const;
   // All events up to this one have been handed to their subscribers; at most lastSequence().

@@ -29,10 +29,19 @@ struct LiveValue {
 // The value as decimal number or text, Windows-1251. Not more than `decimals` places when that is not negative.
 std::string valueText(const LiveValue& value, int decimals = -1);
 
+// What became of a value from the field.
+enum class Taken {
+  kShown,    // it is the current one
+  kBeneath,  // a value by hand stands over it
+  kLate,     // a newer one came before: it took its place in the history, and the current value stays
+  kTooLate,  // older than all of a full history: it has no place
+  kNothing,  // a new quality of a value that is not there
+};
+
 // May be used from any thread.
 class LiveValues {
  public:
-  using Listener = std::function<void(const wire::ParamValue&)>;
+  using Listener = std::function<void(int32_t locId, const LiveValue&)>;
 
   // Keeps at most `kept` values of each measurement, the newest ones.
   explicit LiveValues(size_t kept = 128) : kept_(kept) {}
@@ -41,8 +50,15 @@ class LiveValues {
   // back. Set before the first value.
   void setListener(Listener listener) { listener_ = std::move(listener); }
 
-  // A value from the field. While a manual value stands it is kept beneath that.
-  void set(int32_t locId, LiveValue value);
+  // A value from the field. While a manual value stands it is kept beneath that. The first one drops what was
+  // simulated.
+  Taken set(int32_t locId, LiveValue value);
+
+  // The last value from the field with another quality, such as of a channel that fell silent.
+  Taken setQuality(int32_t locId, Quality quality, double time);
+
+  // A value that nobody measured. False, and nothing is changed, where values from the field have come.
+  bool simulate(int32_t locId, LiveValue value);
 
   // Puts a manual value over those from the field until it is lifted. Its quality becomes kManual.
   void setManual(int32_t locId, LiveValue value, const std::string& user = {});
@@ -73,10 +89,15 @@ class LiveValues {
     std::optional<LiveValue> beneath;  // of the field, while a manual value stands
     bool manual = false;
     std::string user;  // who entered it
+    bool fed = false;
+    double fedAt = 0;  // the newest time of a value from the field
     std::deque<LiveValue> history;
   };
 
+  Taken take(int32_t locId, Entry& entry, LiveValue value);
+  bool put(int32_t locId, Entry& entry, LiveValue value);
   void show(int32_t locId, Entry& entry, LiveValue value);
+  bool remember(Entry& entry, const LiveValue& value) const;
 
   const size_t kept_;
   Listener listener_;

@@ -28,7 +28,9 @@ class Simulator {
   Simulator& operator=(const Simulator&) = delete;
 
   // Sets the values of the time `now` (days since 30.12.1899, UTC) for all measurements in operation.
-  // Returns how many were set. Looks at the model again when it has changed since the last call.
+  // Those that got a value from the field are left alone until the core is opened anew: an invented value must never be
+  // taken for a measured one. Returns how many were set. Looks at the model again when it has changed since the last
+  // call.
   size_t tick(double now);
 
  private:

@@ -14,7 +14,12 @@ namespace tlm::server {
 struct User {
   std::string name;      // Windows-1251
   bool control = false;  // may send telecontrol commands
+  bool values = false;   // may hand in values from the field: a collector, not a person
 };
+
+// What becomes of somebody who wants to act. After ten wrong passwords in a row nobody gets in under that name for a
+// minute, with the right one neither.
+enum class Verdict { kGranted, kWrong, kLocked, kNoRight };
 
 inline constexpr size_t kMostUserName = 60;  // bytes
 inline constexpr size_t kMostPassword = 128;
