@@ -1,6 +1,7 @@
 #include "arguments.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 
 namespace tlm::ctl {
@@ -16,7 +17,17 @@ const Option* known(const std::vector<Option>& options, const std::string& name)
   return found == options.end() ? nullptr : &*found;
 }
 
-bool isOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+bool isOption(const std::string& word) {
+  const bool number = word.size() > 1 && (std::isdigit(static_cast<unsigned char>(word[1])) != 0 || word[1] == '.');
+  return word.size() > 1 && word.front() == '-' && !number;
+}
+
+bool takeFile(const std::string& word, Arguments* arguments, std::string* error) {
+  if (word.empty()) return fail("an empty file name", error), false;
+  if (!arguments->file.empty()) return fail("more than one file: " + arguments->file + " and " + word, error), false;
+  arguments->file = word;
+  return true;
+}
 
 // Takes the option at *at with its value; leaves *at on the last word that was used.
 bool takeOption(const std::vector<std::string>& words, size_t* at, const std::vector<Option>& options,
@@ -43,22 +54,23 @@ bool takeOption(const std::vector<std::string>& words, size_t* at, const std::ve
 }  // namespace
 
 std::optional<Arguments> parseArguments(const std::vector<std::string>& words, const std::vector<Option>& options,
-                                        std::string* error) {
+                                        Operands operands, std::string* error) {
   Arguments arguments;
+  bool mayBeOption = true;
   for (size_t i = 0; i < words.size(); ++i) {
-    if (isOption(words[i])) {
+    if (mayBeOption && words[i] == "--") {
+      mayBeOption = false;
+    } else if (mayBeOption && isOption(words[i])) {
       if (!takeOption(words, &i, options, &arguments, error)) return std::nullopt;
-    } else if (words[i].empty()) {
-      return fail("an empty file name", error);
-    } else if (!arguments.file.empty()) {
-      return fail("more than one file: " + arguments.file + " and " + words[i], error);
-    } else {
-      arguments.file = words[i];
+    } else if (operands == Operands::kWords) {
+      arguments.words.push_back(words[i]);
+    } else if (!takeFile(words[i], &arguments, error)) {
+      return std::nullopt;
     }
   }
   for (const Option& option : options)
     if (option.required && !arguments.has(option.name)) return fail(std::string(option.name) + " is missing", error);
-  if (arguments.file.empty()) return fail("the file is missing", error);
+  if (operands == Operands::kOneFile && arguments.file.empty()) return fail("the file is missing", error);
   return arguments;
 }
 

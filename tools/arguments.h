@@ -22,14 +22,18 @@ struct Option {
 struct Arguments {
   std::map<std::string, std::string> options;
   std::string file;
+  std::vector<std::string> words;  // of a command that takes other things than a file
 
   bool has(const std::string& option) const { return options.count(option) > 0; }
 };
 
-// Takes "--name value", "--name=value" and one FILE, in any order. Nothing, with a message in *error, for an
-// unknown or doubled option, a missing value, a missing required option, and any other number of files.
+enum class Operands { kOneFile, kWords };
+
+// Takes "--name value", "--name=value" and one FILE or any other words, in any order; behind "--" no option is looked
+// for, and a negative number is none. Nothing, with a message in *error, for an unknown or doubled option, a missing
+// value, a missing required option, and any other number of files.
 std::optional<Arguments> parseArguments(const std::vector<std::string>& words, const std::vector<Option>& options,
-                                        std::string* error);
+                                        Operands operands, std::string* error);
 
 // A decimal number from `low` to `high`; nothing, with a message that names the option, for anything else.
 std::optional<uint64_t> numberOption(const Arguments& arguments, const std::string& option, uint64_t low, uint64_t high,

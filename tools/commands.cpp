@@ -6,6 +6,7 @@
 #include <TlmServer/SampleModel.h>
 #include <TlmServer/SqliteStore.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 
@@ -45,7 +46,7 @@ int generate(const Arguments& arguments) {
   const auto measurements = units ? numberOption(arguments, "--measurements", 0, kMaxGenerated, &error) : units;
   const auto seed =
       measurements ? numberOption(arguments, "--seed", 0, std::numeric_limits<uint64_t>::max(), &error) : measurements;
-  if (!seed) return misused(commands()[1], error);
+  if (!seed) return misused(commandOf("generate"), error);
   GenerateOptions options;
   options.units = static_cast<int>(*units);
   options.measurements = static_cast<int>(*measurements);
@@ -101,22 +102,44 @@ const std::vector<Command>& commands() {
        dump},
       {"check", "check FILE", "look for damage in a store and for contradictions in its model", {}, check},
       {"user add",
-       "user add --name N [--control] FILE",
-       "add a user of a store, or replace him; the password is read from the standard input",
-       {{"--name", "the name", true}, {"--control", nullptr, false}},
+       "user add --name N [--control] [--values] FILE",
+       "add a user of a store, or replace him: one who may command, or who may hand in values from the field;\n"
+       "      the password is read from the standard input",
+       {{"--name", "the name", true}, {"--control", nullptr, false}, {"--values", nullptr, false}},
        addUser},
-      {"user list", "user list FILE", "write the users of a store: name, and whether they may command", {}, listUsers},
+      {"user list", "user list FILE", "write the users of a store: name, and what they may", {}, listUsers},
       {"user remove",
        "user remove --name N FILE",
        "remove a user of a store",
        {{"--name", "the name", true}},
-       removeUser}};
+       removeUser},
+      {"value",
+       "value --server ADDRESS [--user N] [--password-file F] [KEY VALUE [--quality Q] [--time T]]",
+       "hand a value from the field to a running server, or each line \"KEY VALUE [QUALITY [TIME]]\" of the standard\n"
+       "      input. KEY is the measurement's key or number; VALUE stands in quotation marks when it has blanks, and "
+       "is -\n"
+       "      for the last one with another quality; QUALITY is good, old or invalid; TIME is "
+       "2026-11-21T07:05:10.250Z,\n"
+       "      with another offset than Z, or milliseconds since 1970. The user needs the right to hand in values; "
+       "without\n"
+       "      options his name is in TLM_USER and his password in TLM_PASSWORD, or asked for at the terminal",
+       {{"--server", "HOST:PORT or unix:PATH", true},
+        {"--user", "the name", false},
+        {"--password-file", "a file whose first line it is", false},
+        {"--quality", "good, old or invalid", false},
+        {"--time", "when it was measured", false}},
+       sendValues,
+       Operands::kWords}};
   return all;
 }
 
 int failed(const std::string& what) {
   std::fprintf(stderr, "tlmctl: %s\n", what.c_str());
   return kFailed;
+}
+
+const Command& commandOf(const std::string& name) {
+  return *std::find_if(commands().begin(), commands().end(), [&](const Command& c) { return name == c.name; });
 }
 
 int misused(const Command& command, const std::string& what) {

@@ -14,6 +14,7 @@ struct Command {
   const char* help;
   std::vector<Option> options;
   int (*run)(const Arguments& arguments);
+  Operands operands = Operands::kOneFile;
 };
 
 const std::vector<Command>& commands();
@@ -22,9 +23,11 @@ int dump(const Arguments& arguments);
 int addUser(const Arguments& arguments);
 int listUsers(const Arguments& arguments);
 int removeUser(const Arguments& arguments);
+int sendValues(const Arguments& arguments);
 
 // Says what went wrong and returns kFailed, or kUsage for what the caller typed.
 int failed(const std::string& what);
+const Command& commandOf(const std::string& name);  // which must be there
 int misused(const Command& command, const std::string& what);
 
 }  // namespace tlm::ctl

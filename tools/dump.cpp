@@ -110,7 +110,7 @@ int writeRows(const MDArray* array, const std::vector<int>& columns) {
 int dump(const Arguments& arguments) {
   const Catalogue& catalogue = Catalogue::builtIn();
   const std::string& name = arguments.options.at("--table");
-  const Command& self = commands()[2];
+  const Command& self = commandOf("dump");
   const TableDef* table = catalogue.table(name);
   if (!table) return misused(self, "there is no table \"" + name + "\"");
   std::vector<int> columns;

@@ -23,7 +23,7 @@ int run(const Command& command, const std::vector<std::string>& words) {
   for (const std::string& word : words)
     if (word == "--help") return std::printf("usage: tlmctl %s\n  %s\n", command.usage, command.help), kDone;
   std::string error;
-  const auto arguments = parseArguments(words, command.options, &error);
+  const auto arguments = parseArguments(words, command.options, command.operands, &error);
   return arguments ? command.run(*arguments) : misused(command, error);
 }
 

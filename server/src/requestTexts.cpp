@@ -27,7 +27,7 @@ std::string localTime(double time) {
   return {text, std::strftime(text, sizeof text, "%d.%m.%Y %H:%M:%S", &parts)};
 }
 
-// Fit for measuring the age of a command.
+// Fit for measuring the age of a command, and for a value that was measured to the millisecond.
 std::string exactTime(double time) {
   char text[48];
   const int length = std::snprintf(text, sizeof text, "%.9f", time);
@@ -173,7 +173,7 @@ void addValue(const RequestContext& context, const Measured& measured, int32_t l
   lines->add("value", valueText(*value))
       .add("text", measured.text(*value))
       .add("quality", std::to_string(static_cast<int>(value->quality)))
-      .add("time", valueText({0, Quality::kGood, value->time}))
+      .add("time", exactTime(value->time))
       .add("timeText", localTime(value->time));
 }
 

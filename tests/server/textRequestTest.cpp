@@ -91,7 +91,7 @@ TEST_F(TextRequestTest, ParametersOfAnAnalogTellItsRangeAndValue) {
   const std::string text = params(1001);
   for (const char* line :
        {"locId=1001", "class=Analog", "name=name A1", "unitName=ПС Северная", "unit=МВт", "engMin=-10", "engMax=10.5",
-        "value=2.5", "text=2.5 МВт", "quality=0", "manual=0", "time=46000.5"})
+        "value=2.5", "text=2.5 МВт", "quality=0", "manual=0", "time=46000.500000000"})
     EXPECT_TRUE(holds(text, line)) << line << " in\n" << text;
   EXPECT_TRUE(holds(text, "key=" + key("A1")));
 }

@@ -1,82 +1,20 @@
 // The program as its user meets it: words in, texts and an exit code out.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <sstream>
 #include <string>
-#include <vector>
 
+#include "Tlmctl.h"
+
+namespace tlm::test {
 namespace {
 
-using Words = std::vector<std::string>;
-
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-std::vector<std::string> lines(const std::string& text) {
-  std::vector<std::string> all;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) all.push_back(line);
-  return all;
-}
-
-struct Result {
-  int code = -1;
-  std::string out;
-  std::string err;
-};
-
-class Tlmctl : public ::testing::Test {
+class TlmctlStores : public Tlmctl {
  protected:
-  Tlmctl() : folder_("/tmp/tlmctl_XXXXXX") {
-    if (!mkdtemp(folder_.data())) ADD_FAILURE() << "no folder";
-  }
-  ~Tlmctl() override {
-    std::error_code code;
-    std::filesystem::remove_all(folder_, code);
-  }
-
-  std::string file(const std::string& name) const { return folder_ + "/" + name; }
-
-  Result run(const Words& words, const std::string& input = {}) const {
-    std::vector<char*> argv = {const_cast<char*>(TLMCTL)};
-    for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    constexpr int kNew = O_CREAT | O_WRONLY | O_TRUNC;
-    std::ofstream(file("in"), std::ios::binary) << input;
-    posix_spawn_file_actions_addopen(&actions, 0, file("in").c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, file("out").c_str(), kNew, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, file("err").c_str(), kNew, 0600);
-    pid_t child = 0;
-    Result result;
-    int status = 0;
-    if (posix_spawn(&child, TLMCTL, &actions, nullptr, argv.data(), environ) == 0 &&
-        waitpid(child, &status, 0) == child && WIFEXITED(status))
-      result.code = WEXITSTATUS(status);
-    posix_spawn_file_actions_destroy(&actions);
-    result.out = readFile(file("out"));
-    result.err = readFile(file("err"));
-    return result;
-  }
-
-  void make(const Words& words) const {
-    const Result result = run(words);
-    ASSERT_EQ(result.code, 0) << result.err;
-  }
-
   void alter(const std::string& store, const std::string& sql) const {
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open(store.c_str(), &db), SQLITE_OK);
@@ -95,24 +33,22 @@ class Tlmctl : public ::testing::Test {
       all += run({"dump", "--table", table, file(name)}).out;
     return all;
   }
-
-  std::string folder_;
 };
 
-TEST_F(Tlmctl, CreateMakesAStoreWithTheSample) {
+TEST_F(TlmctlStores, CreateMakesAStoreWithTheSample) {
   const Result made = run({"create", file("a.tlm")});
   EXPECT_EQ(made.code, 0) << made.err;
   EXPECT_NE(made.out.find("150 units"), std::string::npos) << made.out;
   EXPECT_EQ(lines(run({"dump", "--table", "RemoteUnit", file("a.tlm")}).out).size(), 151u);
 }
 
-TEST_F(Tlmctl, CreateEmptyMakesAStoreWithoutRows) {
+TEST_F(TlmctlStores, CreateEmptyMakesAStoreWithoutRows) {
   make({"create", "--empty", file("a.tlm")});
   EXPECT_EQ(lines(run({"dump", "--table", "Measurement", file("a.tlm")}).out).size(), 1u);
   EXPECT_EQ(run({"check", file("a.tlm")}).code, 0);
 }
 
-TEST_F(Tlmctl, CreateLeavesAFileThatIsThere) {
+TEST_F(TlmctlStores, CreateLeavesAFileThatIsThere) {
   std::ofstream(file("a.tlm")) << "precious";
   const Result result = run({"create", file("a.tlm")});
   EXPECT_EQ(result.code, 1);
@@ -120,7 +56,7 @@ TEST_F(Tlmctl, CreateLeavesAFileThatIsThere) {
   EXPECT_EQ(readFile(file("a.tlm")), "precious");
 }
 
-TEST_F(Tlmctl, GenerateGivesTheSameDumpForTheSameSeed) {
+TEST_F(TlmctlStores, GenerateGivesTheSameDumpForTheSameSeed) {
   make(generate("7", "a.tlm"));
   make(generate("7", "b.tlm"));
   make(generate("8", "c.tlm"));
@@ -132,7 +68,7 @@ TEST_F(Tlmctl, GenerateGivesTheSameDumpForTheSameSeed) {
   EXPECT_EQ(run({"check", file("a.tlm")}).code, 0);
 }
 
-TEST_F(Tlmctl, DumpWritesTheColumnsThatWereAskedForInThatOrder) {
+TEST_F(TlmctlStores, DumpWritesTheColumnsThatWereAskedForInThatOrder) {
   make({"create", file("a.tlm")});
   const auto rows = lines(run({"dump", "--table", "ServerGroups", "--columns", "name_,NUMBER", file("a.tlm")}).out);
   ASSERT_GE(rows.size(), 2u);
@@ -140,14 +76,14 @@ TEST_F(Tlmctl, DumpWritesTheColumnsThatWereAskedForInThatOrder) {
   EXPECT_EQ(rows[1], "Основной сбор\t1");
 }
 
-TEST_F(Tlmctl, DumpTellsNullFromTheEmptyText) {
+TEST_F(TlmctlStores, DumpTellsNullFromTheEmptyText) {
   make({"create", file("a.tlm")});
   auto rows = lines(run({"dump", "--table=RemoteUnit", "--columns=RemoteUnitFolderKey", file("a.tlm")}).out);
   EXPECT_EQ(std::count(rows.begin(), rows.end(), "\"\""), 1);
   EXPECT_EQ(std::count(rows.begin(), rows.end(), ""), 2);
 }
 
-TEST_F(Tlmctl, DumpEscapesWhatWouldBreakALine) {
+TEST_F(TlmctlStores, DumpEscapesWhatWouldBreakALine) {
   make({"create", "--empty", file("a.tlm")});
   alter(file("a.tlm"),
         "INSERT INTO StateTexts (KeyLink, name_) VALUES ('00000000000000000000000000000001',"
@@ -157,20 +93,20 @@ TEST_F(Tlmctl, DumpEscapesWhatWouldBreakALine) {
   EXPECT_EQ(rows[1], "a\\tb\\n\\\\");
 }
 
-TEST_F(Tlmctl, DumpShowsTheTablesThatDescribeTheCatalogue) {
+TEST_F(TlmctlStores, DumpShowsTheTablesThatDescribeTheCatalogue) {
   make({"create", "--empty", file("a.tlm")});
   const std::string out = run({"dump", "--table", "Tables", "--columns", "nameLat,nameLoc", file("a.tlm")}).out;
   EXPECT_NE(out.find("Measurement\tИзмерение"), std::string::npos);
 }
 
-TEST_F(Tlmctl, CheckFindsNothingInTheSample) {
+TEST_F(TlmctlStores, CheckFindsNothingInTheSample) {
   make({"create", file("a.tlm")});
   const Result result = run({"check", file("a.tlm")});
   EXPECT_EQ(result.code, 0) << result.out;
   EXPECT_NE(result.out.find("no problems"), std::string::npos);
 }
 
-TEST_F(Tlmctl, CheckTellsWhatContradictsItself) {
+TEST_F(TlmctlStores, CheckTellsWhatContradictsItself) {
   make({"create", file("a.tlm")});
   alter(file("a.tlm"),
         "UPDATE Measurement SET RemoteUnitKey = 'GONE' WHERE locId = 1001;"
@@ -183,7 +119,7 @@ TEST_F(Tlmctl, CheckTellsWhatContradictsItself) {
     EXPECT_NE(result.out.find(words), std::string::npos) << words << "\n" << result.out;
 }
 
-TEST_F(Tlmctl, CheckRefusesADamagedFileAndLeavesIt) {
+TEST_F(TlmctlStores, CheckRefusesADamagedFileAndLeavesIt) {
   make({"create", file("a.tlm")});
   std::filesystem::resize_file(file("a.tlm"), 100000);
   const std::string before = readFile(file("a.tlm"));
@@ -193,7 +129,7 @@ TEST_F(Tlmctl, CheckRefusesADamagedFileAndLeavesIt) {
   EXPECT_EQ(readFile(file("a.tlm")), before);
 }
 
-TEST_F(Tlmctl, AFileThatIsNotThereIsAFailure) {
+TEST_F(TlmctlStores, AFileThatIsNotThereIsAFailure) {
   for (const Words& words : {Words{"check", file("no.tlm")}, Words{"dump", "--table", "Analog", file("no.tlm")}}) {
     const Result result = run(words);
     EXPECT_EQ(result.code, 1);
@@ -201,7 +137,7 @@ TEST_F(Tlmctl, AFileThatIsNotThereIsAFailure) {
   }
 }
 
-TEST_F(Tlmctl, AFullOutputIsAFailure) {
+TEST_F(TlmctlStores, AFullOutputIsAFailure) {
   make({"create", file("a.tlm")});
   const std::string command =
       std::string(TLMCTL) + " dump --table Measurement " + file("a.tlm") + " >/dev/full 2>" + file("err");
@@ -210,7 +146,7 @@ TEST_F(Tlmctl, AFullOutputIsAFailure) {
   EXPECT_NE(readFile(file("err")).find("cannot be written"), std::string::npos);
 }
 
-TEST_F(Tlmctl, HelpAndVersion) {
+TEST_F(TlmctlStores, HelpAndVersion) {
   const Result help = run({"--help"});
   EXPECT_EQ(help.code, 0);
   for (const char* command : {"create", "generate", "dump", "check"}) {
@@ -228,7 +164,7 @@ struct Mistake {
   const char* says;
 };
 
-class TlmctlMistake : public Tlmctl, public ::testing::WithParamInterface<Mistake> {};
+class TlmctlMistake : public TlmctlStores, public ::testing::WithParamInterface<Mistake> {};
 
 TEST_P(TlmctlMistake, IsToldWithExitCodeTwo) {
   Words words = GetParam().words;
@@ -274,7 +210,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "--seed must be"}),
     [](const auto& mistake) { return mistake.param.name; });
 
-TEST_F(Tlmctl, KeepsUsersOfAStore) {
+TEST_F(TlmctlStores, KeepsUsersOfAStore) {
   const std::string store = file("model.tlm");
   ASSERT_EQ(run({"create", store, "--empty"}).code, 0);
   EXPECT_EQ(run({"user", "add", "--name", "Петров", "--control", store}, "verysecret\n").code, 0);
@@ -282,13 +218,20 @@ TEST_F(Tlmctl, KeepsUsersOfAStore) {
   Words users = lines(run({"user", "list", store}).out);
   std::sort(users.begin(), users.end());
   EXPECT_EQ(users, (Words{"Гость\t-", "Петров\tcontrol"}));
+  EXPECT_EQ(run({"user", "add", "--name", "сбор", "--values", store}, "collects\n").code, 0);
+  EXPECT_EQ(run({"user", "add", "--name", "Гость", "--values", "--control", store}, "guest\n").code, 0);
+  users = lines(run({"user", "list", store}).out);
+  std::sort(users.begin(), users.end());
+  EXPECT_EQ(users, (Words{"Гость\tcontrol,values", "Петров\tcontrol", "сбор\tvalues"}));
   EXPECT_EQ(readFile(store).find("verysecret"), std::string::npos);
   EXPECT_EQ(run({"user", "remove", "--name", "Гость", store}).code, 0);
   EXPECT_EQ(run({"user", "remove", "--name", "Гость", store}).code, 1);
-  EXPECT_EQ(lines(run({"user", "list", store}).out), (Words{"Петров\tcontrol"}));
+  users = lines(run({"user", "list", store}).out);
+  std::sort(users.begin(), users.end());
+  EXPECT_EQ(users, (Words{"Петров\tcontrol", "сбор\tvalues"}));
 }
 
-TEST_F(Tlmctl, WantsAPasswordAndANameForAUser) {
+TEST_F(TlmctlStores, WantsAPasswordAndANameForAUser) {
   const std::string store = file("model.tlm");
   ASSERT_EQ(run({"create", store, "--empty"}).code, 0);
   EXPECT_EQ(run({"user", "add", "--name", "Петров", store}, "\n").code, 1);
@@ -297,10 +240,11 @@ TEST_F(Tlmctl, WantsAPasswordAndANameForAUser) {
   EXPECT_EQ(run({"user", "list", store}).out, "");
 }
 
-TEST_F(Tlmctl, TheSampleHasOneOperator) {
+TEST_F(TlmctlStores, TheSampleHasOneOperator) {
   const std::string store = file("model.tlm");
   ASSERT_EQ(run({"create", store}).code, 0);
   EXPECT_EQ(lines(run({"user", "list", store}).out), (Words{"Оператор\tcontrol"}));
 }
 
 }  // namespace
+}  // namespace tlm::test
