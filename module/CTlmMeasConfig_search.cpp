@@ -88,15 +88,16 @@ bool CTlmMeasConfig::FindValue(bool forward) {
   return success;
 }
 
-// Showing a row opens and sorts what it lies in, so it may stand elsewhere afterwards. It is selected alone: the view
-// would let a Shift or Control key that is held with Enter widen the selection.
+// Showing a row opens and sorts what it lies in, so it may stand elsewhere afterwards. The view opens rows by their
+// first column alone, so that one is shown first. The row is selected alone: the view would let a Shift or Control key
+// that is held with Enter widen the selection.
 void CTlmMeasConfig::goTo(const QModelIndex& found) {
   const myConfNode* node = nodeOf(found);
   const int column = found.column();
-  ui->tV_MeasConfig->scrollTo(found, QAbstractItemView::EnsureVisible);
-  const QModelIndex row = treeModel->indexOf(node);
-  ui->tV_MeasConfig->selectionModel()->setCurrentIndex(row.sibling(row.row(), column),
-                                                       QItemSelectionModel::ClearAndSelect);
+  ui->tV_MeasConfig->scrollTo(found.siblingAtColumn(0), QAbstractItemView::EnsureVisible);
+  const QModelIndex row = treeModel->indexOf(node).siblingAtColumn(column);
+  ui->tV_MeasConfig->scrollTo(row, QAbstractItemView::EnsureVisible);
+  ui->tV_MeasConfig->selectionModel()->setCurrentIndex(row, QItemSelectionModel::ClearAndSelect);
 }
 
 bool CTlmMeasConfig::FindName(QString text, QModelIndex start, QModelIndex& found, bool forward) {

@@ -581,6 +581,52 @@ TEST_F(Search, NameSearchGoesOnFromANumber) {
   EXPECT_EQ(press(), "13 Частота");
 }
 
+constexpr char kDeepModel[] = R"(folder А
+  folder Б
+    folder В
+      unit КП
+        analog 77 Ток
+folder Г
+)";
+
+// Three folders deep, everything shut, the window on the screen.
+class DeepSearch : public ModuleWindow {
+ protected:
+  DeepSearch() : ModuleWindow(kDeepModel) {
+    start();
+    module->resize(1000, 700);
+    module->show();
+    settle();
+    tree()->collapseAll();
+    module->ExecActFind(module->treeModel->index(0, 0));
+  }
+  // The rows above the current one that are shut, and whether it can be seen.
+  QStringList hidden() {
+    QStringList shut;
+    const QModelIndex current = tree()->currentIndex().siblingAtColumn(0);
+    for (QModelIndex above = current.parent(); above.isValid(); above = above.parent())
+      if (!tree()->isExpanded(above)) shut += nameOf(above);
+    if (!tree()->viewport()->rect().intersects(tree()->visualRect(current))) shut += "out of sight";
+    return shut;
+  }
+  static QString nameOf(const QModelIndex& index) { return index.siblingAtColumn(0).data().toString(); }
+};
+
+TEST_F(DeepSearch, AHitIsInSightUnderFoldersThatWereShut) {
+  const std::pair<QRadioButton*, QString> searches[] = {
+      {module->radioButton_LocID, "77"}, {module->radioButton_KeyLink, key("Ток")}, {module->radioButton_Name, "ток"}};
+  for (const auto& [mode, text] : searches) {
+    mode->setChecked(true);
+    module->lE_Find->setText(text);
+    tree()->setCurrentIndex(module->treeModel->index(0, 0));
+    EXPECT_TRUE(module->FindValue(true));
+    settle();
+    EXPECT_EQ(nameOf(tree()->currentIndex()), "Ток");
+    EXPECT_EQ(hidden(), QStringList()) << text.toStdString();
+    tree()->collapseAll();
+  }
+}
+
 // ---- a row that is brought into view
 
 TEST_F(Search, AShownRowOpensWhatItLiesInAndIsFoundAgainAfterTheSort) {
