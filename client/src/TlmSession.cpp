@@ -70,6 +70,7 @@ struct TlmSession::Private : TransportListener {
   bool send(std::vector<wire::Request> requests, ReplyDesk::Sent sent);
   void carryOut(MDXCliParam** reply);
   void onWake();
+  void tellRefusals();
   void deliver();
   bool messagesWait() const;
   void hand(MDXCliParam** pointer, const wire::Reply& reply);
@@ -99,7 +100,6 @@ struct TlmSession::Private : TransportListener {
 };
 
 TlmSession::Private::~Private() {
-  transport.reset();
   for (MDXCliParam* reply : handedOut) MDXParamFree(reply);
 }
 
@@ -182,11 +182,15 @@ void TlmSession::Private::onWake() {
     lost.swap(eventsLost);
   }
   for (const LineChange& change : changes) emit session->lineChanged(change.alive, QString::fromStdString(change.why));
+  tellRefusals();
+  if (lost) emit session->eventsLost(QString::fromStdString(*lost));
+  deliver();
+}
+
+void TlmSession::Private::tellRefusals() {
   for (const Refusal& refusal : desk.takeRefusals()) {
     emit session->writeRefused(refusal.status, windows1251()->toUnicode(refusal.why.c_str()));
   }
-  if (lost) emit session->eventsLost(QString::fromStdString(*lost));
-  deliver();
 }
 
 bool TlmSession::Private::messagesWait() const {
@@ -217,7 +221,11 @@ TlmSession::TlmSession(std::unique_ptr<ITransport> transport)
   d_->transport->setListener(d_.get());
 }
 
-TlmSession::~TlmSession() = default;
+// Who listens hears of the writes that were lost at the very end too.
+TlmSession::~TlmSession() {
+  d_->transport.reset();
+  d_->tellRefusals();
+}
 
 bool TlmSession::PacketExec(const char* name, const unsigned char* data, int length, MDXCliParam** reply) {
   std::string body;

@@ -49,14 +49,14 @@ void addAll(const std::vector<int>& numbers, google::protobuf::RepeatedField<int
 GrpcTransport::GrpcTransport(const NetLine& line)
     : line_(line), random_(std::random_device{}()), keeper_([this] { keepUp(); }), worker_([this] { work(); }) {}
 
-// What writes and was sent before is still carried out.
+// What writes and was sent before is still carried out, or told to be lost when its time is over.
 GrpcTransport::~GrpcTransport() {
   {
     Lock lock(mutex_);
     std::erase_if(queue_, [](const Job& job) { return !job.writes(); });
     lingering_ = true;
     jobs_.notify_one();
-    changed_.wait_for(lock, milliseconds(line_.lingerMs), [this] { return queue_.empty() && !writing_; });
+    changed_.wait(lock, [this] { return queue_.empty() && !writing_; });
     stopping_ = true;
     if (call_) call_->TryCancel();
     changed_.notify_all();
@@ -68,7 +68,7 @@ GrpcTransport::~GrpcTransport() {
 
 bool GrpcTransport::waitForFirst(std::string* problem) {
   Lock lock(mutex_);
-  const bool up = changed_.wait_for(lock, milliseconds(line_.connectMs), [this] { return alive_; });
+  const bool up = waitWhileHeard(lock, [this] { return alive_; });
   if (!up) *problem = why_.empty() ? "no answer in time" : why_;
   return up;
 }
@@ -142,8 +142,20 @@ bool GrpcTransport::waitUntilUp(Lock& lock) {
 
 bool GrpcTransport::waitUntilConfirmed(Lock& lock, uint32_t serial) {
   const auto ready = [&] { return stopping_ || ended_ || confirmed_ == serial; };
-  if (!changed_.wait_for(lock, milliseconds(line_.connectMs), ready)) why_ = "no answer in time";
+  if (!waitWhileHeard(lock, ready)) why_ = "no answer in time";
   return !stopping_ && !ended_ && confirmed_ == serial;
+}
+
+// It may take long until the server has told all that was missed, or until others have been told: only its silence
+// counts.
+template <typename Ready>
+bool GrpcTransport::waitWhileHeard(Lock& lock, Ready ready) {
+  const auto start = Clock::now();
+  const auto limit = [&] { return std::max(start, heard_) + milliseconds(line_.connectMs); };
+  while (!changed_.wait_until(lock, limit(), ready)) {
+    if (limit() <= Clock::now()) return false;
+  }
+  return true;
 }
 
 void GrpcTransport::waitUntilSilent(Lock& lock) {
@@ -301,8 +313,8 @@ bool GrpcTransport::expire(Lock& lock) {
   const auto now = Clock::now();
   std::erase_if(queue_, [&](const Job& job) { return job.until <= now && (late.push_back(job.id), true); });
   if (late.empty()) return false;
-  if (lingering_) changed_.notify_all();
   tellLost(lock, std::move(late), "no answer from the server in time");
+  if (lingering_) changed_.notify_all();
   return true;
 }
 

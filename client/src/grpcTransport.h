@@ -51,6 +51,8 @@ class GrpcTransport : public ITransport {
   void attempt();
   bool waitUntilUp(Lock& lock);
   bool waitUntilConfirmed(Lock& lock, uint32_t serial);
+  template <typename Ready>
+  bool waitWhileHeard(Lock& lock, Ready ready);
   void waitUntilSilent(Lock& lock);
   void hear(v1::Delivery&& delivery);
   void hearSubscribed(const v1::Subscribed& subscribed);

@@ -80,7 +80,7 @@ void ReplyDesk::waitFor(uint64_t id, int timeoutMs, std::unique_lock<std::mutex>
   awaited_ = id;
   const auto ready = [&] { return done(id); };
   if (timeoutMs < 0)
-    arrived_.wait(lock, [&] { return lineDead_ || ready(); });
+    arrived_.wait(lock, [&] { return entries_.at(id).cutOff || ready(); });
   else
     arrived_.wait_for(lock, std::chrono::milliseconds(timeoutMs), ready);
   awaited_ = 0;
@@ -109,9 +109,10 @@ void ReplyDesk::lose(uint64_t id, const std::string& why) {
   arrived_.notify_all();
 }
 
+// What is sent before the word comes that the line is back went over it already.
 void ReplyDesk::lineIs(bool alive) {
   const std::lock_guard lock(mutex_);
-  lineDead_ = !alive;
+  for (auto& [id, entry] : entries_) entry.cutOff = !alive;
   arrived_.notify_all();
 }
 

@@ -59,7 +59,7 @@ class ReplyDesk {
 
   void arrive(uint64_t id, wire::BlockReply reply);
   void lose(uint64_t id, const std::string& why);  // no answer will come
-  void lineIs(bool alive);                         // while it is dead, no wait without limit waits
+  void lineIs(bool alive);  // when it dies, waits without limit end for what was sent before; no new one waits for it
   std::vector<Refusal> takeRefusals();
 
   size_t underWay() const;  // entries held, answered or not
@@ -69,7 +69,8 @@ class ReplyDesk {
     Sent sent;
     int watchers = 0;
     bool lost = false;
-    std::string why;  // lost
+    bool cutOff = false;  // the line died behind it and is not back
+    std::string why;      // lost
     std::optional<wire::BlockReply> answer;
   };
   using Entries = std::map<uint64_t, Entry>;
@@ -99,7 +100,6 @@ class ReplyDesk {
   std::unordered_map<Pointer, Place> places_;
   std::vector<Refusal> refusals_;
   bool untold_ = false;
-  bool lineDead_ = false;
 };
 
 }  // namespace tlm

@@ -7,6 +7,7 @@
 #include <QTextCodec>
 
 #include <algorithm>
+#include <utility>
 
 #include "FormWindow.h"
 #include "RetroWindow.h"
@@ -38,9 +39,22 @@ StationApp::StationApp(StationServer& server, StationSetup setup) : server_(serv
 }
 
 StationApp::~StationApp() {
-  while (!windows_.empty()) delete windows_.back();
+  closeAll();
   delete lastRetro_;
   delete lastForm_;
+}
+
+QString StationApp::closeAll() {
+  while (!windows_.empty()) delete windows_.back();
+  return std::exchange(lostAtEnd_, {});
+}
+
+// A window that is still open shows what one that closes cannot.
+void StationApp::tellLostAtEnd(const StationWindow* closing, int status, const QString& why) {
+  for (StationWindow* window : windows_) {
+    if (window != closing) return window->showRefused(status, why);
+  }
+  lostAtEnd_ = StationWindow::refusedDetails(status, why);
 }
 
 StationWindow* StationApp::openWindow(QString* problem) {

@@ -56,6 +56,10 @@ class StationApp : public QObject, public CTlmCliApp {
   void ModuleMessage(CTlmCliMod* module, const QString& text) override;
   bool ModuleCall(CTlmCliMod* module, int code, void* data) override;
 
+  // Closes all windows, without a question, and waits for what they still have to write. A text for the user when some
+  // of it was lost, and no window was left to show that; else empty.
+  QString closeAll();
+
   // The windows that host commands opened, for tests and for the tour.
   RetroWindow* lastRetro() const;
   QWidget* lastForm() const;
@@ -80,6 +84,7 @@ class StationApp : public QObject, public CTlmCliApp {
   QString stateKey(int number) const;
   QString loadState(int number) const;
   void saveState(int number, const QString& state) const;
+  void tellLostAtEnd(const StationWindow* closing, int status, const QString& why);
 
   StationServer& server_;
   StationSetup setup_;
@@ -87,6 +92,7 @@ class StationApp : public QObject, public CTlmCliApp {
   std::vector<StationWindow*> windows_;
   StationWindow* opening_ = nullptr;      // the one whose module is being made
   std::unique_ptr<ITransport> nextLine_;  // of that module
+  QString lostAtEnd_;
   QPointer<RetroWindow> lastRetro_;
   QPointer<QWidget> lastForm_;
 };

@@ -60,6 +60,7 @@ StationWindow::StationWindow(StationApp& app, int number) : app_(app), number_(n
 }
 
 StationWindow::~StationWindow() {
+  ending_ = true;
   if (module_) {
     app_.saveState(number_, module_->GetParamState());
     stopModule();
@@ -162,6 +163,7 @@ void StationWindow::showEventsLost(const QString& why) {
 
 // What the window shows may be what the server did not take.
 void StationWindow::showRefused(int status, const QString& why) {
+  if (ending_) return app_.tellLostAtEnd(this, status, why);
   ++refusals_;
   refused_->setText(QString("Отказов записи: %1").arg(refusals_));
   QPalette palette = workstationPalette();
@@ -170,12 +172,17 @@ void StationWindow::showRefused(int status, const QString& why) {
   refused_->setToolTip(why);
   refused_->show();
   anew_->show();
-  QString text = QString("Сервер не принял изменения: %1.").arg(refusalText(status));
-  if (!why.isEmpty()) text += QString("\n\nПодробности: %1").arg(why);
+  QString text = refusedDetails(status, why);
   text += "\n\nВ окне могут стоять изменения, которых на сервере нет.\nЗагрузить модель заново?";
   if (module_ && module_->IsEdit()) text += " Несохраненные изменения пропадут.";
   box()->setMessage("Изменения не записаны", text, kBoxError, kBoxYesNo, SLOT(answerRefused(QAbstractButton*)));
   box()->show();
+}
+
+QString StationWindow::refusedDetails(int status, const QString& why) {
+  QString text = QString("Сервер не принял изменения: %1.").arg(refusalText(status));
+  if (!why.isEmpty()) text += QString("\n\nПодробности: %1").arg(why);
+  return text;
 }
 
 void StationWindow::answerRefused(QAbstractButton* button) {
@@ -186,8 +193,8 @@ void StationWindow::answerRefused(QAbstractButton* button) {
 
 bool StationWindow::loadAnew() {
   const QString state = module_ ? module_->GetParamState() : QString();
-  if (module_) stopModule();
   forgetRefusals();
+  if (module_) stopModule();
   showEdited(false);
   QString problem;
   if (app_.startModule(this, state, &problem)) return true;
@@ -250,10 +257,13 @@ void StationWindow::answerClose(QAbstractButton* button) {
   close();
 }
 
+// The session waits for what is still to be written.
 void StationWindow::stopModule() {
+  QApplication::setOverrideCursor(Qt::WaitCursor);
   module_->ModuleStop();
   delete module_;
   module_ = nullptr;
+  QApplication::restoreOverrideCursor();
 }
 
 }  // namespace tlm

@@ -37,6 +37,10 @@ class StationWindow : public QMainWindow {
   void showEdited(bool edited);
   void showTitle(const QString& title, const QString& subtitle);
   void showMessage(const QString& text);
+  void showRefused(int status, const QString& why);
+
+  // Why a write was not taken, for the user.
+  static QString refusedDetails(int status, const QString& why);
 
   // Deletes the module, asks for a new one and gives it the state text back. False, with a message for the user, when
   // there is none; the window is empty then.
@@ -63,7 +67,6 @@ class StationWindow : public QMainWindow {
   void makeMenu();
   void makeStatusBar();
   void showLine(bool alive, const QString& why);
-  void showRefused(int status, const QString& why);
   void showEventsLost(const QString& why);
   void forgetRefusals();
   CPopMessageBox* box();
@@ -79,6 +82,7 @@ class StationWindow : public QMainWindow {
   QToolButton* anew_ = nullptr;  // beside the count of refusals
   int refusals_ = 0;
   bool closeConfirmed_ = false;
+  bool ending_ = false;
 };
 
 }  // namespace tlm

@@ -34,7 +34,9 @@ int run(const tlm::StationOptions& options) {
   tlm::StationApp station(*server,
                           {options.moduleName, user, options.settingsFile, library->factory(), library->library()});
   if (!station.openWindow(&problem)) return fail(options, tlm::kExitModule, problem);
-  return QApplication::exec();
+  const int code = QApplication::exec();
+  const QString lost = station.closeAll();
+  return lost.isEmpty() ? code : fail(options, tlm::kExitUnwritten, lost);
 }
 
 }  // namespace

@@ -8,7 +8,14 @@
 namespace tlm {
 
 // What the program ends with.
-enum StationExit { kExitOk = 0, kExitUsage = 1, kExitStore = 2, kExitModule = 3, kExitServer = 4 };
+enum StationExit {
+  kExitOk = 0,
+  kExitUsage = 1,
+  kExitStore = 2,
+  kExitModule = 3,
+  kExitServer = 4,
+  kExitUnwritten = 5  // some of the last changes were not written
+};
 
 struct StationOptions {
   QString storeFile;      // empty: the user's own, made on first start

@@ -3,6 +3,7 @@
 #include <grpcpp/ext/health_check_service_server_builder_option.h>
 #include <grpcpp/grpcpp.h>
 #include <grpcpp/health_check_service_interface.h>
+#include <grpcpp/resource_quota.h>
 
 #include <TlmWireGrpc/convert.h>
 
@@ -38,6 +39,7 @@ void setLimits(grpc::ServerBuilder& builder, const NetOptions& options) {
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, kPingMs);
   builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, kPingAnswerMs);
   builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS, kLeastPingMs);
+  builder.SetResourceQuota(grpc::ResourceQuota("tlmserver").Resize(options.memoryBytes));
   builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, options.maxCalls + options.maxSessions);
 }
 

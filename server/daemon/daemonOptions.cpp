@@ -75,6 +75,8 @@ const std::vector<Option>& optionTable() {
        number(&O::net, &NetOptions::queueBytes, 1024, kMostBytes)},
       {"held-bytes", "N", "of large replies that wait to be taken (268435456)",
        number(&O::net, &NetOptions::heldBytes, 1024, kMostBytes)},
+      {"memory-bytes", "N", "of messages on their way in and out (1073741824)",
+       number(&O::net, &NetOptions::memoryBytes, 16 << 20, kMostBytes)},
       {"beat-ms", "N", "how often a quiet line is told that the server is there (2000)",
        number(&O::net, &NetOptions::beatMs, 10, 60'000)},
       {"patience-ms", "N", "for connections that say nothing (20000)",

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <future>
 #include <thread>
 
 #include "support/FakeTransport.h"
@@ -247,6 +248,30 @@ TEST_F(Session, WaitsWithoutLimitAgainWhenTheLineIsBack) {
   session.PrmFree(reply);
 }
 
+// The transport takes blocks again before it tells that the line is back.
+TEST_F(Session, WaitsWithoutLimitForWhatIsSentJustBeforeTheWordThatTheLineIsBack) {
+  line->dieAlone("gone");
+  MDXCliParam* reply = nullptr;
+  packet("ObjectHint", &reply);
+  auto waited = std::async(std::launch::async, [&] { return session.WaitResult(&reply, -1); });
+  EXPECT_EQ(waited.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "nobody has answered";
+  line->mendLine();
+  answer(echo(block()));
+  EXPECT_TRUE(waited.get());
+  session.PrmFree(reply);
+}
+
+TEST_F(Session, WaitsWithoutLimitForAWriteThatGoesOutAgain) {
+  MDXCliParam* reply = nullptr;
+  packet("ObjectHint", &reply);
+  line->dieAlone("gone");
+  line->mendLine();
+  std::thread server([this] { answer(echo(block())); });
+  EXPECT_TRUE(session.WaitResult(&reply, -1));
+  server.join();
+  session.PrmFree(reply);
+}
+
 TEST_F(Session, EndsOnlyTheWaitForWhatIsLost) {
   MDXCliParam* first = nullptr;
   MDXCliParam* second = nullptr;
@@ -257,6 +282,18 @@ TEST_F(Session, EndsOnlyTheWaitForWhatIsLost) {
   answer(echo(block(1)), 1);
   EXPECT_TRUE(session.WaitResult(&second, -1));
   session.PrmFree(second);
+}
+
+TEST(SessionAtItsEnd, TellsOfTheWritesThatAreLost) {
+  auto transport = std::make_unique<FakeTransport>();
+  transport->losesAtTheEnd = true;
+  auto session = std::make_unique<TlmSession>(std::move(transport));
+  QStringList seen;
+  QObject::connect(session.get(), &TlmSession::writeRefused,
+                   [&](int status, const QString& why) { seen.append(QString("%1 %2").arg(status).arg(why)); });
+  ASSERT_TRUE(session->PacketExec("Write", nullptr, 0, nullptr));
+  session.reset();
+  EXPECT_EQ(seen, QStringList(QString("%1 too late").arg(wire::kUnavailable)));
 }
 
 TEST_F(Session, TellsThatEventsAreLost) {

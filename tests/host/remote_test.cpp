@@ -115,6 +115,46 @@ TEST_F(RemoteStation, OffersToLoadAnewWhenEventsAreLost) {
   EXPECT_TRUE(log.contains("start, shown")) << log.join(", ").toStdString();
 }
 
+class LastWords : public RemoteStation {
+ protected:
+  // What the server refuses, and nobody waits for its answer.
+  static void writeBadly(StationWindow& window) {
+    CMDArray set;
+    Peer::fillName(keyOf("P Т-1"), "nowhere", &set);
+    CTlmCliSes* const session = window.module()->abo->Session();
+    ASSERT_TRUE(session->SqlUpdate("NoSuchTable", set.array, true, nullptr));
+  }
+};
+
+TEST_F(LastWords, OfAWindowThatClosesAreShownByOneThatIsOpen) {
+  StationWindow* const first = open();
+  StationWindow* const second = open();
+  writeBadly(*first);
+  delete first;
+  EXPECT_EQ(second->refusedText(), "Отказов записи: 1");
+  answerBox(second->question(), 1);
+  EXPECT_EQ(app->closeAll(), QString());
+}
+
+TEST_F(LastWords, OfTheLastWindowAreLeftToTheProgram) {
+  writeBadly(*open());
+  EXPECT_EQ(app->closeAll().section("\n", 0, 0), "Сервер не принял изменения: на сервере нет такой таблицы.");
+  EXPECT_EQ(app->closeAll(), QString()) << "and told once";
+}
+
+TEST_F(LastWords, AreNoneWhenAllIsWritten) {
+  open();
+  EXPECT_EQ(app->closeAll(), QString());
+}
+
+TEST_F(LastWords, OfAModelThatIsLoadedAnewAreShown) {
+  StationWindow* const window = open();
+  writeBadly(*window);
+  ASSERT_TRUE(window->loadAnew());
+  EXPECT_EQ(window->refusedText(), "Отказов записи: 1");
+  answerBox(window->question(), 1);
+}
+
 TEST_F(RemoteStation, ShowsARetrospectiveOfValuesOverThere) {
   StationWindow* const window = open();
   model.core()->live().set(1001, {server::systemTime() - 0.01, server::Quality::kGood, 1.0});

@@ -22,6 +22,9 @@ class FakeTransport : public ITransport {
   // `gone`, if given, becomes true when the transport is destroyed.
   explicit FakeTransport(bool* gone = nullptr) : gone_(gone) {}
   ~FakeTransport() override {
+    for (const Sent& one : sent) {
+      if (losesAtTheEnd) listener_->onLost(one.id, "too late");
+    }
     if (gone_) *gone_ = true;
   }
 
@@ -48,6 +51,7 @@ class FakeTransport : public ITransport {
   bool carries = false;  // carryOut answers with an echo
   int carried = 0;       // how often it was asked
   bool refuses = false;  // send gives false
+  bool losesAtTheEnd = false;
 
  private:
   TransportListener* listener_ = nullptr;

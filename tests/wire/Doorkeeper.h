@@ -43,6 +43,7 @@ class Doorkeeper final : public v1::Model::Service {
     std::unique_lock lock(mutex_);
     ++calls_[name];
     while (silent && !context->IsCancelled()) changed_.wait_for(lock, std::chrono::milliseconds(10));
+    if (refuse[name] < 0) return {grpc::StatusCode::UNAVAILABLE, "come again"};
     if (refuse[name] != 0) return --refuse[name], grpc::Status(grpc::StatusCode::UNAVAILABLE, "come again");
     done_.push_back(name);
     response->mutable_whole();
@@ -87,6 +88,12 @@ class Doorkeeper final : public v1::Model::Service {
     const std::lock_guard lock(mutex_);
     if (stream_) stream_->Write(delivery);
   }
+  // To everybody who waits for an answer.
+  void speak() {
+    const std::lock_guard lock(mutex_);
+    silent = false;
+    changed_.notify_all();
+  }
   void cut() {
     const std::lock_guard lock(mutex_);
     if (stream_) context_->TryCancel();
@@ -106,7 +113,7 @@ class Doorkeeper final : public v1::Model::Service {
   }
 
   // Set before anything is sent:
-  std::map<std::string, int> refuse;  // how often
+  std::map<std::string, int> refuse;  // how often; -1: always
   bool silent = false;                // answers no block
   static constexpr int kPayload = 10;
   int pieces = -1;       // that many bytes of a payload of kPayload come by themselves; -1: there is no payload

@@ -32,6 +32,16 @@ TEST(DaemonOptions, HaveALoopbackAddress) {
   EXPECT_EQ(options.net.addresses, std::vector<std::string>{"127.0.0.1:4860"});
 }
 
+TEST(DaemonOptions, BoundTheMemoryOfTheNetwork) {
+  DaemonOptions options;
+  std::string error;
+  ASSERT_TRUE(server::readDaemonOptions({}, &options, &error));
+  EXPECT_EQ(options.net.memoryBytes, size_t{1} << 30);
+  ASSERT_TRUE(configure("memory-bytes = 33554432", &options, &error)) << error;
+  EXPECT_EQ(options.net.memoryBytes, size_t{32} << 20);
+  EXPECT_FALSE(configure("memory-bytes = 1000000", &options, &error)) << "no message would fit";
+}
+
 TEST(DaemonOptions, AreReadFromFlags) {
   DaemonOptions options;
   std::string error;

@@ -1,11 +1,17 @@
 // Blocks that a server turns away while the line stands: sent again in their place, or never.
 #include "Doorkeeper.h"
+#include "client/src/grpcCalls.h"
 
 namespace tlm::test {
 namespace {
 
 class Retry : public AtTheDoor {
  protected:
+  static wire::Block read() {
+    wire::Block block;
+    block.requests.push_back({wire::RequestKind::kPacket, "Read", {}});
+    return block;
+  }
   static wire::Block write(const std::string& name) {
     wire::Block block;
     block.identity = std::string(32, name.front());
@@ -33,6 +39,72 @@ TEST_F(Retry, TheEndWaitsForAWriteThatIsTriedAgain) {
   ASSERT_TRUE(eventually([&] { return door.calls("first") > 0; }));
   transport.reset();
   EXPECT_EQ(door.done(), std::vector<std::string>{"first"});
+}
+
+TEST_F(Retry, TheEndTellsOfAWriteWhoseTimeIsOver) {
+  NetLine line;
+  line.writeMs = 300;
+  connect(line);
+  door.refuse["first"] = -1;
+  ASSERT_TRUE(transport->send(1, write("first")));
+  transport.reset();
+  EXPECT_TRUE(wasTold("lost 1"));
+  EXPECT_GT(door.calls("first"), 1) << "it was tried for as long";
+}
+
+TEST_F(Retry, TheEndTellsOfAWriteThatWaitsForADeadLine) {
+  NetLine line;
+  line.writeMs = 300;
+  connect(line);
+  door.answer(0);
+  ASSERT_TRUE(transport->send(1, write("first")));
+  door.cut();
+  ASSERT_TRUE(eventually([&] { return wasTold("down"); }));
+  transport.reset();
+  EXPECT_TRUE(wasTold("lost 1"));
+}
+
+TEST_F(Retry, TheEndDropsWhatOnlyReads) {
+  door.refuse["first"] = 2;
+  ASSERT_TRUE(transport->send(1, write("first")));
+  ASSERT_TRUE(transport->send(2, read()));
+  ASSERT_TRUE(transport->send(3, write("last")));
+  transport.reset();
+  EXPECT_EQ(door.done(), (std::vector<std::string>{"first", "last"}));
+  EXPECT_EQ(door.calls("Read"), 0);
+}
+
+// Its answer, that is: nobody waits for it any more.
+TEST_F(Retry, TheEndDoesNotWaitForAReadThatIsUnderWay) {
+  door.silent = true;
+  ASSERT_TRUE(transport->send(1, read()));
+  transport->nudge();
+  ASSERT_TRUE(eventually([&] { return door.calls("Read") > 0; }));
+  const auto start = std::chrono::steady_clock::now();
+  transport.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+// The server answers no call, and would keep it for as long as a call may take.
+TEST_F(Retry, ACallThatIsUnderWayEndsWithTheLine) {
+  door.silent = true;
+  ASSERT_TRUE(transport->send(1, read()));
+  transport->nudge();
+  ASSERT_TRUE(eventually([&] { return door.calls("Read") > 0; }));
+  door.cut();
+  EXPECT_TRUE(eventually([&] { return wasTold("lost 1"); }));
+}
+
+TEST_F(Retry, AWriteThatIsUnderWayWhenTheLineDiesIsSentAgain) {
+  door.silent = true;
+  ASSERT_TRUE(transport->send(1, write("first")));
+  transport->nudge();
+  ASSERT_TRUE(eventually([&] { return door.calls("first") > 0; }));
+  door.cut();
+  EXPECT_TRUE(eventually([&] { return door.calls("first") > 1; }));
+  EXPECT_FALSE(wasTold("lost 1"));
+  door.speak();
+  EXPECT_TRUE(eventually([&] { return wasTold("reply 1"); }));
 }
 
 TEST_F(Retry, AWriteIsLostWhenItsTimeIsOverThoughACallMayTakeLonger) {
@@ -63,9 +135,7 @@ class Pieces : public Retry {
     NetLine line;
     line.callMs = callMs;
     connect(line);
-    wire::Block block;
-    block.requests.push_back({wire::RequestKind::kPacket, "Read", {}});
-    EXPECT_TRUE(transport->send(1, block));
+    EXPECT_TRUE(transport->send(1, read()));
     transport->nudge();
     EXPECT_TRUE(eventually([&] { return wasTold("lost 1") || wasTold("reply 1"); }));
     return wasTold("reply 1");
@@ -95,12 +165,41 @@ TEST_F(Pieces, WithoutAnEndAreWaitedForNoLongerThanACall) {
 
 TEST_F(Retry, ARequestThatReadsIsSentAgain) {
   door.refuse["Read"] = 2;
-  wire::Block block;
-  block.requests.push_back({wire::RequestKind::kPacket, "Read", {}});
-  ASSERT_TRUE(transport->send(1, block));
+  ASSERT_TRUE(transport->send(1, read()));
   transport->nudge();
   EXPECT_TRUE(eventually([&] { return wasTold("reply 1"); }));
   EXPECT_EQ(door.calls("Read"), 3);
+}
+
+// ---- one attempt at a call ----
+
+class Attempt : public Retry {
+ protected:
+  // What a block comes to when the line lets calls begin, or does not.
+  GrpcOutcome carryOut(bool entered) {
+    const auto stub = v1::Model::NewStub(grpc::CreateChannel(door.address(), grpc::InsecureChannelCredentials()));
+    const std::string user = "engineer";
+    const auto deadline = std::chrono::system_clock::now() + std::chrono::seconds(20);
+    const GrpcCalls calls{*stub, user, deadline, [&](grpc::ClientContext&) { return ++asked_, entered; },
+                          [&] { ++left_; }};
+    return calls.carryOut(read());
+  }
+  int asked_ = 0;
+  int left_ = 0;
+};
+
+TEST_F(Attempt, AsksBeforeEachCallAndTellsWhenItIsOver) {
+  door.pieces = Doorkeeper::kPayload;
+  EXPECT_TRUE(carryOut(true).reply);
+  EXPECT_EQ(asked_, 2) << "the call and the pieces of its answer";
+  EXPECT_EQ(left_, 2);
+}
+
+TEST_F(Attempt, SendsNothingOnALineThatIsDead) {
+  EXPECT_FALSE(carryOut(false).reply);
+  EXPECT_EQ(asked_, 1);
+  EXPECT_EQ(left_, 0);
+  EXPECT_EQ(door.calls("Read"), 0);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // What a client asks for when its line comes back, and what it makes of what it is told.
 #include "Doorkeeper.h"
 
+#include <future>
+
 namespace tlm::test {
 namespace {
 
@@ -66,6 +68,40 @@ TEST_F(Subscriptions, AskForNoEventsOfTheTimeWithoutASubscription) {
   EXPECT_TRUE(eventually([&] { return wasTold("event 5"); }));
   transport->subscribeEvents({});
   EXPECT_FALSE(afterACut().has_after());
+}
+
+// The server has much to tell, or others before it: that is no reason to begin again from the start.
+TEST_F(Subscriptions, AreWaitedForAsLongAsTheServerIsHeard) {
+  NetLine line;
+  line.connectMs = 300;
+  connect(line);
+  door.answer(0);
+  afterACut();
+  const size_t attempts = door.subscriptions().size();
+  for (int i = 0; i < 20; ++i) {
+    door.say({});
+    eventually([] { return false; }, 50);  // the beat of the server
+  }
+  EXPECT_EQ(door.subscriptions().size(), attempts);
+  EXPECT_TRUE(eventually([&] { return door.subscriptions().size() > attempts; })) << "silence ends the attempt";
+}
+
+TEST_F(Subscriptions, AreWaitedForInTheSameWayByTheFirstConnection) {
+  door.answer(0);
+  NetLine line = quickLine(door.address());
+  line.connectMs = 300;
+  const size_t before = door.subscriptions().size();
+  auto connected = std::async(std::launch::async, [&] {
+    std::string problem;
+    return connectToServer(line, &problem);
+  });
+  ASSERT_TRUE(eventually([&] { return door.subscriptions().size() > before; }));
+  for (int i = 0; i < 20; ++i) {
+    door.say({});
+    eventually([] { return false; }, 50);
+  }
+  door.answer(1000);
+  EXPECT_NE(connected.get(), nullptr);
 }
 
 // A change between what is read and the subscription would be missed.

@@ -185,15 +185,33 @@ void LiveRoad::compare() {
 // ---- the line --------------------------------------------------------------------------------------------
 
 void LiveRoad::loseServer() {
+  for (Stage* stage : {mine_.get(), other_.get()}) select(*stage, measurement_);
   server_.kill();
   follows("server-killed", QString("Нет связи с сервером %1, идет подключение").arg(server_.address()),
           [](const Stage& stage) { return stage.window()->connectionText(); });
+  saveWithoutServer();
   const bool back = server_.start();
   follows("server-back", QString("Сервер: %1").arg(server_.address()),
           [](const Stage& stage) { return stage.window()->connectionText(); });
   if (!back) return;
   for (Stage* stage : {mine_.get(), other_.get()}) select(*stage, measurement_);
   rename("renamed-after-the-break", "P Т-1 после перерыва");
+}
+
+// The edit is refused, the name stays, and the window goes on.
+void LiveRoad::saveWithoutServer() {
+  const QString name = mine_->rowByKey(measurement_).data().toString();
+  edit("Наименование", "P Т-1 без связи");
+  const auto boxes = CPopMessageBox::waitingBoxes();
+  report_.step("save-without-a-server",
+               "При изменении данных возникла непредвиденная ошибка.\nДанные не были изменены!",
+               boxes.isEmpty() ? QString("no message") : boxes.first()->messageText(), mine_->window());
+  if (!boxes.isEmpty()) QTest::mouseClick(boxes.first()->buttons().first(), Qt::LeftButton);
+  QApplication::processEvents();
+  report_.step("the-name-stays", name, mine_->rowByKey(measurement_).data().toString(), mine_->window());
+  const QModelIndex above = mine_->rowByKey(measurement_).parent();
+  mine_->click(mine_->tree(), above);
+  report_.step("the-window-goes-on", keyOf(above), keyOf(mine_->tree()->currentIndex()), mine_->window());
 }
 
 }  // namespace tlm::tour

@@ -34,6 +34,7 @@ class LiveRoad {
   void removeUnit();
   void compare();
   void loseServer();
+  void saveWithoutServer();
 
   // Waits until the other window shows what is expected, and keeps a picture of both.
   void follows(const QString& step, const QString& expected, const std::function<QString(const Stage&)>& seen);

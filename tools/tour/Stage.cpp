@@ -4,16 +4,24 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QSplitter>
 #include <QSplitterHandle>
+#include <QTimer>
 #include <QToolButton>
 #include <QtTest/QTest>
 
 #include <cstdio>
 
 namespace tlm::tour {
+namespace {
+
+constexpr int kPatienceMs = 10'000;
+constexpr int kLookMs = 20;
+
+}  // namespace
 
 std::unique_ptr<Stage> Stage::open(ModuleLibrary& library, const QString& storeFile, const QString& settings) {
   std::unique_ptr<Stage> stage(new Stage);
@@ -128,11 +136,15 @@ void Stage::key(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers) c
 }
 
 bool Stage::until(const std::function<bool()>& condition) {
-  QElapsedTimer timer;
-  timer.start();
+  QElapsedTimer waited;
+  waited.start();
+  QEventLoop loop;
+  QTimer look;  // what becomes true without an event of Qt is seen too
+  QObject::connect(&look, &QTimer::timeout, &loop, &QEventLoop::quit);
+  look.start(kLookMs);
   while (!condition()) {
-    if (timer.elapsed() > 10'000) return false;
-    QApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
+    if (waited.elapsed() > kPatienceMs) return false;
+    loop.exec();
   }
   return true;
 }

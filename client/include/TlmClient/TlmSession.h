@@ -44,7 +44,8 @@ class TLMCLIENT_API TlmSession : public QObject, public CTlmCliSes, public CTlmC
   void lineChanged(bool alive, const QString& why);
   // Events were missed that the server no longer has: what the module holds may be out of date.
   void eventsLost(const QString& why);
-  // A block that nobody waited for was refused by the server, or its answer never came.
+  // A block that nobody waited for was refused by the server, or its answer never came. At the end the destructor
+  // waits for the blocks that write, and tells of those that were lost before it returns.
   void writeRefused(int status, const QString& why);
 
  private:

@@ -1,0 +1,301 @@
+// The server's end of a stream: subscriptions that take their time, and clients that take theirs.
+#include <TlmServer/Catalogue.h>
+#include <TlmServer/MemoryStore.h>
+#include <TlmWireGrpc/convert.h>
+
+#include <grpcpp/grpcpp.h>
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+
+#include <tlm/v1/model.grpc.pb.h>
+
+#include "support/ModelText.h"
+#include "support/NetworkServer.h"
+#include "support/Peer.h"
+#include "support/StoreAround.h"
+
+namespace tlm::test {
+namespace {
+
+constexpr char kModel[] = R"(
+unit КП-1
+  analog 1001 P Т-1
+table Archives А-1
+table Archives А-2
+table Archives А-3
+table Archives А-4
+table Archives А-5
+table Archives А-6
+)";
+constexpr const char* kArchives[] = {"А-1", "А-2", "А-3", "А-4", "А-5", "А-6"};
+
+// Its log of events is read when the test lets it.
+class HeldLog : public StoreAround {
+ public:
+  struct Gate {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool closed = false;
+    int reads = 0;
+
+    void close(bool on) {
+      const std::lock_guard lock(mutex);
+      closed = on;
+      changed.notify_all();
+    }
+    bool isRead() {
+      const std::lock_guard lock(mutex);
+      return reads > 0;
+    }
+  };
+
+  HeldLog(std::unique_ptr<server::Store> below, Gate& gate) : StoreAround(std::move(below)), gate_(gate) {}
+
+  bool events(int64_t after, int64_t upTo, const std::function<bool(wire::Event&&)>& each,
+              std::string* error) override {
+    {
+      std::unique_lock lock(gate_.mutex);
+      ++gate_.reads;
+      gate_.changed.wait(lock, [this] { return !gate_.closed; });
+    }
+    return StoreAround::events(after, upTo, each, error);
+  }
+
+ private:
+  Gate& gate_;
+};
+
+using Stream = grpc::ClientReaderWriter<v1::Subscription, v1::Delivery>;
+
+class Listening : public testing::Test {
+ protected:
+  explicit Listening(server::NetOptions options = quickNet()) {
+    std::string error;
+    auto data = server::makeMemoryStoreData(server::Catalogue::builtIn());
+    EXPECT_TRUE(writeModel(kModel, *server::openMemoryStore(data), &error)) << error;
+    core = server::Core::open(std::make_unique<HeldLog>(server::openMemoryStore(data), gate), {}, &error);
+    EXPECT_NE(core, nullptr) << error;
+    network = std::make_unique<NetworkServer>(*core, options);
+    grpc::ChannelArguments arguments;
+    arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
+    arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
+    stub = v1::Model::NewStub(grpc::CreateCustomChannel(network->tcp(), grpc::InsecureChannelCredentials(), arguments));
+  }
+  ~Listening() override { gate.close(false); }
+
+  // One event.
+  int32_t write(const std::string& archive, size_t bytes) {
+    CMDArray set;
+    Peer::fillSet("Archives", keyOf(archive), "location", std::string(bytes, 'x'), &set);
+    const wire::Request request{wire::RequestKind::kUpdate, "Archives", wire::packArray(set.array)};
+    return core->execute(wire::Block{{}, {request}}, {"engineer"}).whole.status;
+  }
+  static v1::Subscription after(int64_t position, uint32_t serial = 1) {
+    v1::Subscription subscription;
+    subscription.set_serial(serial);
+    subscription.add_kinds(602);
+    subscription.set_after(position);
+    return subscription;
+  }
+  static bool readUntilSubscribed(Stream& stream, uint32_t serial) {
+    v1::Delivery delivery;
+    while (stream.Read(&delivery)) {
+      if (delivery.has_subscribed() && delivery.subscribed().serial() == serial) return true;
+    }
+    return false;
+  }
+  static void end(grpc::ClientContext& context, Stream& stream) {
+    context.TryCancel();
+    v1::Delivery delivery;
+    while (stream.Read(&delivery)) continue;
+    stream.Finish();
+  }
+
+  HeldLog::Gate gate;
+  std::unique_ptr<server::Core> core;
+  std::unique_ptr<NetworkServer> network;
+  std::unique_ptr<v1::Model::Stub> stub;
+};
+
+// Whoever broke off there would come back behind what was never told.
+TEST_F(Listening, NoBeatTellsAPositionBeforeTheSubscriptionIsInEffect) {
+  for (int i = 0; i < 3; ++i) ASSERT_EQ(write("А-1", 10), 0);
+  gate.close(true);
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  stream->Write(after(0));
+  v1::Delivery delivery;
+  for (int beats = 0; beats < 4; ++beats) {
+    ASSERT_TRUE(stream->Read(&delivery));
+    EXPECT_FALSE(delivery.has_position());
+    EXPECT_EQ(delivery.events_size(), 0);
+  }
+  gate.close(false);
+  ASSERT_TRUE(readUntilSubscribed(*stream, 1));
+  do {
+    ASSERT_TRUE(stream->Read(&delivery));
+  } while (!delivery.has_position());
+  EXPECT_EQ(delivery.position(), 3);
+  end(context, *stream);
+}
+
+TEST_F(Listening, SubscriptionsThatWaitAreCarriedOutInTheirOrder) {
+  ASSERT_EQ(write("А-1", 10), 0);
+  gate.close(true);
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  for (uint32_t serial = 1; serial <= 32; ++serial) ASSERT_TRUE(stream->Write(after(0, serial)));
+  ASSERT_TRUE(eventually([&] { return gate.isRead(); }));
+  gate.close(false);
+  std::vector<uint32_t> answered;
+  v1::Delivery delivery;
+  while (answered.size() < 32 && stream->Read(&delivery)) {
+    if (delivery.has_subscribed()) answered.push_back(delivery.subscribed().serial());
+  }
+  ASSERT_EQ(answered.size(), 32u) << stream->Finish().error_message();
+  for (uint32_t i = 0; i < 32; ++i) EXPECT_EQ(answered[i], i + 1);
+  end(context, *stream);
+}
+
+TEST_F(Listening, MoreSubscriptionsAtOnceEndTheStream) {
+  ASSERT_EQ(write("А-1", 10), 0);
+  gate.close(true);
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  for (uint32_t serial = 1; serial <= 33; ++serial) stream->Write(after(0, serial));
+  v1::Delivery delivery;
+  while (stream->Read(&delivery)) EXPECT_FALSE(delivery.has_subscribed());
+  const grpc::Status status = stream->Finish();
+  EXPECT_EQ(status.error_code(), grpc::StatusCode::RESOURCE_EXHAUSTED) << status.error_message();
+  gate.close(false);
+}
+
+TEST_F(Listening, AStreamThatEndsBeforeItsSubscriptionIsInEffectLeavesNothingBehind) {
+  ASSERT_EQ(write("А-1", 10), 0);
+  gate.close(true);
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  stream->Write(after(0));
+  ASSERT_TRUE(eventually([&] { return gate.isRead(); }));
+  end(context, *stream);
+  ASSERT_TRUE(eventually([&] { return network->logText().find("event=session-closed") != std::string::npos; }));
+  gate.close(false);
+  network.reset();  // by then all work is done
+  EXPECT_EQ(core->subscribers(), 0u);
+}
+
+TEST_F(Listening, AStreamThatEndsLeavesNothingBehind) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  stream->Write(after(0));
+  ASSERT_TRUE(readUntilSubscribed(*stream, 1));
+  EXPECT_EQ(core->subscribers(), 1u);
+  end(context, *stream);
+  EXPECT_TRUE(eventually([&] { return core->subscribers() == 0; }));
+}
+
+// ---- one who has much to catch up with ----
+
+class NarrowQueue : public Listening {
+ protected:
+  NarrowQueue() : Listening(options()) {
+    for (int i = 0; i < kWrites; ++i) EXPECT_EQ(write("А-1", 200'000), 0);
+  }
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.queueBytes = size_t{1} << 20;
+    return options;
+  }
+  static constexpr int kWrites = 100;
+};
+
+TEST_F(NarrowQueue, WhatWasMissedComesAsFastAsTheClientTakesIt) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  stream->Write(after(0));
+  int64_t position = 0;
+  v1::Delivery delivery;
+  for (bool subscribed = false; !subscribed;) {
+    if (position % 20 == 0) eventually([] { return false; }, 100);  // it is slow
+    ASSERT_TRUE(stream->Read(&delivery)) << stream->Finish().error_message();
+    for (const v1::Event& event : delivery.events()) ASSERT_EQ(event.sequence(), ++position);
+    subscribed = delivery.has_subscribed();
+  }
+  EXPECT_EQ(position, kWrites);
+  end(context, *stream);
+}
+
+TEST_F(NarrowQueue, OneWhoTakesNothingOfItKeepsNobodyWaiting) {
+  grpc::ClientContext context;
+  const auto stuck = stub->Listen(&context);
+  stuck->Write(after(0));
+  ASSERT_TRUE(eventually([&] { return gate.isRead(); }));
+  for (int i = 0; i < 3; ++i) {
+    grpc::ClientContext another;
+    const auto quick = stub->Listen(&another);
+    quick->Write(after(kWrites));
+    EXPECT_TRUE(readUntilSubscribed(*quick, 1));
+    end(another, *quick);
+  }
+  EXPECT_EQ(write("А-2", 10), 0);
+  end(context, *stuck);
+}
+
+// ---- one who takes a large answer ----
+
+class LargeAnswer : public Listening {
+ protected:
+  LargeAnswer() : Listening(options()) {
+    for (const char* archive : kArchives) EXPECT_EQ(write(archive, size_t{5} << 20), 0);
+  }
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.patienceMs = 1000;
+    options.maxCalls = 1;
+    return options;
+  }
+  grpc::Status call(const std::string& name, const std::string& body, v1::BlockReply* reply) {
+    v1::Block block;
+    block.add_requests()->set_name(name);
+    block.mutable_requests(0)->set_body(body);
+    grpc::ClientContext context;
+    return stub->Call(&context, block, reply);
+  }
+  std::unique_ptr<grpc::ClientReader<v1::Piece>> take(grpc::ClientContext& context) {
+    v1::BlockReply reply;
+    EXPECT_TRUE(call("TableRecords", "Archives", &reply).ok());
+    v1::PiecesRequest request;
+    request.set_rest(reply.rest());
+    return stub->TakePieces(&context, request);
+  }
+};
+
+TEST_F(LargeAnswer, IsWithdrawnFromAClientThatDoesNotTakeIt) {
+  grpc::ClientContext context;
+  const auto reader = take(context);
+  v1::BlockReply reply;
+  ASSERT_TRUE(eventually([&] {  // it has begun over there, and is the one call that there may be
+    return call("SRV_GROUPS_INFO", "", &reply).error_code() == grpc::StatusCode::UNAVAILABLE;
+  }));
+  EXPECT_TRUE(eventually([&] { return call("SRV_GROUPS_INFO", "", &reply).ok(); }));
+  v1::Piece piece;
+  while (reader->Read(&piece)) continue;
+  EXPECT_FALSE(reader->Finish().ok());
+}
+
+// As a whole it takes longer than the server's patience, and never as long between two pieces.
+TEST_F(LargeAnswer, IsWaitedForAsLongAsItIsTaken) {
+  grpc::ClientContext context;
+  const auto reader = take(context);
+  v1::Piece piece;
+  size_t bytes = 0;
+  for (; reader->Read(&piece); bytes += piece.data().size()) eventually([] { return false; }, 100);
+  const grpc::Status status = reader->Finish();
+  EXPECT_TRUE(status.ok()) << status.error_message();
+  EXPECT_GT(bytes, std::size(kArchives) * (size_t{5} << 20));
+}
+
+}  // namespace
+}  // namespace tlm::test
