@@ -21,6 +21,7 @@ void addModuleBenches(Registry& registry);
 void addWireBenches(Registry& registry);
 void addPassportBenches(Registry& registry);
 void addLiveBenches(Registry& registry);
+void addValuesBenches(Registry& registry);
 
 namespace {
 
@@ -46,6 +47,9 @@ Registry everything() {
 #endif
 #ifdef TLM_BENCH_LIVE
   addLiveBenches(registry);
+#endif
+#ifdef TLM_BENCH_VALUES
+  addValuesBenches(registry);
 #endif
 #ifdef TLM_BENCH_MODULE
   addModuleBenches(registry);
