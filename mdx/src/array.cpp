@@ -203,23 +203,29 @@ uint32_t MDArray::nextSequence() {
   return ++lastSequence_;
 }
 
-void MDArray::postRecord(MDRData* record) {
+bool MDArray::postRecord(MDRData* record, bool unlessHeld) {
   if (keys.empty()) addArrivalKey();
   forgetUnposted(record);
   mdx::sequenceRef(record) = nextSequence();
   record->state = mdx::kPosted;
-  insertInKeys(record);
+  if (insertInKeys(record, unlessHeld)) return true;
+  record->state = mdx::kNew;
+  mdx::sequenceRef(record) = static_cast<uint32_t>(unposted_.size());
+  unposted_.push_back(record);
+  return false;
 }
 
-void MDArray::insertInKeys(MDRData* record) {
+bool MDArray::insertInKeys(MDRData* record, bool unlessHeld) {
   constexpr size_t kTogether = 4;
   std::array<mdx::Key::Plan, kTogether> plans;
   for (size_t from = 0; from < keys.size(); from += kTogether) {
     const size_t many = std::min(kTogether, keys.size() - from);
     for (size_t i = 0; i < many; ++i) keys[from + i]->planInsert(record, true, plans[i]);
     for (size_t i = 0; i < many; ++i) keys[from + i]->locateInsert(plans[i]);
+    if (unlessHeld && from == 0 && keys[0]->holdsEqual(plans[0])) return false;
     for (size_t i = 0; i < many; ++i) keys[from + i]->finishInsert(record, plans[i]);
   }
+  return true;
 }
 
 void MDArray::deleteRecord(MDRData* record) {

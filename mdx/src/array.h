@@ -2,6 +2,7 @@
 #ifndef TLMMDX_SRC_ARRAY_H
 #define TLMMDX_SRC_ARRAY_H
 
+#include <TlmMdx/bulk.h>
 #include <TlmMdx/mdx.h>
 
 #include <cstring>
@@ -87,7 +88,8 @@ struct MDArray {
 
   // ---- records (array.cpp)
   MDRData* newRecord();
-  void postRecord(MDRData* record);
+  // False, and the record is as it was: `unlessHeld`, and another one has the same values in the first key.
+  bool postRecord(MDRData* record, bool unlessHeld = false);
   void deleteRecord(MDRData* record);
   // Checks and converts a value for a field; nothing is written yet.
   int stage(int number, const MDRVar& value, mdx::Staged& staged) const;
@@ -128,8 +130,10 @@ struct MDArray {
   void indexAll(const std::vector<MDRData*>& inArrivalOrder);
   std::vector<MDRData*> recordsInArrivalOrder() const;
   void sortKey(mdx::Key& key);
-  // Posts copies of posted records of one other table; when that throws, none is there.
-  void addRows(MDRData* const* rows, int count, uint8_t change);
+  // Posts copies of posted records of one other table, and returns how many; when that throws, none is there.
+  int addRows(MDRData* const* rows, int count, uint8_t change, bool unlessHeld);
+  // What key.find() finds.
+  MDRData* findNear(const mdx::Key& key, const MDRVar& value, MDXNear& near) const;
   // Stores the text of a field whose slot is empty.
   void putText(MDRData* record, const MDRField& field, std::string_view text);
 
@@ -148,9 +152,10 @@ struct MDArray {
   void dropText(MDRData* record, const MDRField& field);
   bool holds(const MDRData* record, int number, const mdx::Staged& staged) const;
   void setIndexed(MDRData* record, int number, const mdx::Staged& staged, uint64_t keyBits);
-  void insertInKeys(MDRData* record);
+  bool insertInKeys(MDRData* record, bool unlessHeld);
   void forgetUnposted(MDRData* record);
   uint32_t nextSequence();
+  MDRData* nextInMemory(const MDXNear& near) const;
 
   std::vector<MDRData*> unposted_;  // each knows its place here in its number of arrival
   std::vector<uint32_t> nameHashes_;

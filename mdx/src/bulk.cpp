@@ -85,7 +85,7 @@ int checkRows(const MDArray& array, MDRData* const* rows, int count) {
 
 }  // namespace
 
-void MDArray::addRows(MDRData* const* rows, int count, uint8_t change) {
+int MDArray::addRows(MDRData* const* rows, int count, uint8_t change, bool unlessHeld) {
   const std::vector<FieldPair> pairs = fieldPairs(*rows[0]->array, *this);
   std::vector<MDRData*> added;
   added.reserve(static_cast<size_t>(count));
@@ -97,23 +97,65 @@ void MDArray::addRows(MDRData* const* rows, int count, uint8_t change) {
         if (!rows[i]->array->isNull(rows[i], pair.from->number)) copyValue(*this, record, rows[i], pair);
       }
       record->change = change;
-      postRecord(record);
+      if (postRecord(record, unlessHeld)) continue;
+      added.pop_back();
+      deleteRecord(record);
     }
   } catch (...) {
     for (MDRData* record : added) deleteRecord(record);
     throw;
   }
+  return static_cast<int>(added.size());
 }
 
-int MDXRecsAdd(MDArray* array, MDRData* const* records, int count, int change) {
+namespace {
+
+int addAll(MDArray* array, MDRData* const* records, int count, int change, bool unlessHeld) {
   if (!array || count < 0 || (count > 0 && !records)) return MDX_E_ARG;
   if (change != MDX_REC_NONE && change != MDX_REC_INSERT && change != MDX_REC_UPDATE && change != MDX_REC_DELETE)
     return MDX_E_ARG;
   if (const int code = checkRows(*array, records, count)) return code;
-  return mdx::guarded([&] {
-    if (count > 0) array->addRows(records, count, static_cast<uint8_t>(change));
-    return count;
-  });
+  return mdx::guarded(
+      [&] { return count > 0 ? array->addRows(records, count, static_cast<uint8_t>(change), unlessHeld) : 0; });
+}
+
+}  // namespace
+
+int MDXRecsAdd(MDArray* array, MDRData* const* records, int count, int change) {
+  return addAll(array, records, count, change, false);
+}
+
+int MDXRecsAddNew(MDArray* array, MDRData* const* records, int count, int change) {
+  return addAll(array, records, count, change, true);
+}
+
+// ---- seeks
+
+// Records lie in the order of their arrival, as a rule.
+MDRData* MDArray::nextInMemory(const MDXNear& near) const {
+  constexpr size_t kAhead = 6;
+  const size_t step = slots_.slotSize();
+  auto* at = reinterpret_cast<char*>(near.last) + step;
+  if (!near.last || at + step > near.end) return nullptr;
+  mdx::fetch(at + kAhead * step, 2 * mdx::kLine);
+  auto* record = reinterpret_cast<MDRData*>(at);
+  return record->state == mdx::kPosted && record->array == this ? record : nullptr;
+}
+
+MDRData* MDArray::findNear(const mdx::Key& key, const MDRVar& value, MDXNear& near) const {
+  mdx::Words<4> words;
+  if (!key.knowsExactly(value, words)) return key.find(&value);
+  MDRData* next = nextInMemory(near);
+  if (next && key.carries(next, words)) return near.last = next;
+  MDRData* found = key.exactly(words);
+  if (found) near = {found, slots_.endAround(found)};
+  return found;
+}
+
+MDRData* MDXRecSeekNear(const MDArray* array, int key, const MDRVar* value, MDXNear* near) {
+  const mdx::Key* order = array ? array->key(key) : nullptr;
+  if (!order || !value || !near || order->parts().size() != 1) return nullptr;
+  return array->findNear(*order, *value, *near);
 }
 
 int MDXRecsSeek(const MDArray* array, int key, const MDRVar* values, int count, MDRData** found) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "key_node.h"
+#include "store.h"
 
 namespace mdx {
 
@@ -80,6 +81,7 @@ class ExactIndex {
     uint64_t hash = 0;
     MDRData* record = nullptr;
   };
+  using Slots = std::vector<Slot, LargePages<Slot>>;
   static constexpr size_t kSmallest = 16;
 
   static uint64_t hashOf(const Words<4>& words) {
@@ -97,13 +99,13 @@ class ExactIndex {
     slots_[at] = {hash, record};
   }
   void moveTo(size_t size) {
-    std::vector<Slot> old(size);
+    Slots old(size);
     old.swap(slots_);
     for (const Slot& slot : old)
       if (slot.record) put(slot.hash, slot.record);
   }
 
-  std::vector<Slot> slots_;
+  Slots slots_;
   size_t size_ = 0;
 };
 

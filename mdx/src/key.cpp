@@ -170,7 +170,7 @@ bool Key::exactWords(const MDRVar& value, Words<4>& words) const {
 
 MDRData* Key::find(const MDRVar* values) const {
   Words<4> words;
-  if (exact_ && exactWords(*values, words)) return exactly(words);
+  if (knowsExactly(*values, words)) return exactly(words);
   bool found;
   const Span span = seek(values, found);
   return found ? span.records[span.index] : nullptr;
@@ -270,6 +270,11 @@ void Key::locateInsert(Plan& plan) const {
   if (plan.tree == 0) return nulls_.locate(plan.none, plan.path);
   if (plan.tree == 4) return four_.locate(plan.four, plan.path);
   one_.locate(plan.one, plan.path);
+}
+
+bool Key::holdsEqual(const Plan& plan) const {
+  if (plan.tree == 0) return false;
+  return plan.tree == 4 ? four_.equalsBefore(plan.four, plan.path) : one_.equalsBefore(plan.one, plan.path);
 }
 
 void Key::finishInsert(MDRData* record, Plan& plan) {

@@ -86,6 +86,14 @@ class Key {
   Span seek(const MDRVar* values, bool& found) const;
   // The first record with the values, or null; where it stands is not asked for.
   MDRData* find(const MDRVar* values) const;
+  // Whether find() tells such a value by its words alone: it is in the index of whole texts, or nowhere.
+  bool knowsExactly(const MDRVar& value, Words<4>& words) const { return exact_ && exactWords(value, words); }
+  MDRData* exactly(const Words<4>& words) const {
+    return exact_->find(words, [this](const MDRData* record) { return wordsInFull(record); });
+  }
+  bool carries(const MDRData* record, const Words<4>& words) const {
+    return !goesToNulls(record) && wordsInFull(record) == words;
+  }
   // Of a key of one field: for each value the first record with it, or null.
   void seekMany(const MDRVar* values, int count, MDRData** out) const;
   // The run behind the one of `span`, from its first entry on.
@@ -102,6 +110,8 @@ class Key {
   // `last`: no record arrived later.
   void planInsert(MDRData* record, bool last, Plan& plan) const;
   void locateInsert(Plan& plan) const;
+  // Between the two last steps: whether another record has the same values, and not null in the only field.
+  bool holdsEqual(const Plan& plan) const;
   void finishInsert(MDRData* record, Plan& plan);
   void insert(MDRData* record, bool last);
   void erase(MDRData* record);
@@ -163,9 +173,6 @@ class Key {
   // Notes the record, or gives the index up: it holds different texts only.
   void noteExact(const Words<4>& words, MDRData* record);
   void buildExact(const std::vector<MDRData*>& records);
-  MDRData* exactly(const Words<4>& words) const {
-    return exact_->find(words, [this](const MDRData* record) { return wordsInFull(record); });
-  }
   // The words of a value that the index knows if the key has it; false where only the tree can tell.
   bool exactWords(const MDRVar& value, Words<4>& words) const;
   void seekManyExact(const MDRVar* values, int many, MDRData** out) const;

@@ -2,6 +2,8 @@
 #ifndef TLMMDX_SRC_KEY_TREE_H
 #define TLMMDX_SRC_KEY_TREE_H
 
+#include <algorithm>
+#include <array>
 #include <new>
 #include <utility>
 #include <vector>
@@ -107,6 +109,7 @@ class Tree {
   void descend(const Probe<W>& probe, Path& path) const {
     path.leaf = nullptr;
     if (!root_) return;
+    if (probe.bound == Bound::upper && runPath_.leaf && endsInRun(probe)) return copyPath(runPath_, path);
     void* node = root_;
     for (int level = 0; level < height_; ++level) {
       auto* inner = static_cast<InnerNode*>(node);
@@ -126,6 +129,13 @@ class Tree {
     leaf->fetchMoved(path.index);
   }
 
+  // Whether the entry in front of the place equals the probe, which is bound to stand behind its equals.
+  bool equalsBefore(const Probe<W>& probe, const Path& path) const {
+    const auto* leaf = static_cast<const LeafNode*>(path.leaf);
+    if (!leaf || path.index == 0 || leaf->wordsAt(path.index - 1) != probe.words) return false;
+    return probe.wordsDecide || probe.tie.compare(leaf->record[path.index - 1]) == 0;
+  }
+
   // Third: `path` comes from the other two, with the same probe and no change in between.
   void insert(Path& path, const Probe<W>& probe, MDRData* record) {
     if (!root_) {
@@ -138,9 +148,11 @@ class Tree {
     ++size_;
     for (int level = 0; level < height_; ++level) innerAt(path, level)->change(path.step[level].index, 1);
     if (!right) {
+      if (leaf == runLeaf_ && leaf != runPath_.leaf) copyPath(path, runPath_);
       insertInLeaf(path, leaf, path.index, probe.words, record);
       return;
     }
+    runPath_.leaf = nullptr;
     splitLeaf(leaf, right, path.index);
     if (path.index <= leaf->count && leaf->count < kFan)
       insertInLeaf(path, leaf, path.index, probe.words, record);
@@ -158,6 +170,7 @@ class Tree {
     path.index = countBefore(*leaf, probe) - 1;
     if (path.index < 0 || leaf->record[path.index] != record) return false;
     --size_;
+    runPath_.leaf = nullptr;
     for (int level = 0; level < height_; ++level) innerAt(path, level)->change(path.step[level].index, UINT32_MAX);
     leaf->erase(path.index);
     if (leaf->count == 0) {
@@ -198,6 +211,7 @@ class Tree {
     leaves_.clear();
     inners_.clear();
     root_ = nullptr;
+    runPath_.leaf = nullptr;
     height_ = 0;
     size_ = 0;
   }
@@ -214,6 +228,21 @@ class Tree {
   InnerNode* makeInner() { return new (inners_.take()) InnerNode; }
   void drop(LeafNode* leaf) { leaves_.give(leaf); }
   void drop(InnerNode* inner) { inners_.give(inner); }
+
+  void copyPath(const Path& from, Path& to) const {
+    std::copy_n(from.step.begin(), height_, to.step.begin());
+    to.leaf = from.leaf;
+  }
+  // Whether a probe that is bound to stand behind its equals belongs inside the leaf of the run, or at its end.
+  bool endsInRun(const Probe<W>& probe) const {
+    const auto* leaf = static_cast<const LeafNode*>(runPath_.leaf);
+    const Words<W> first = leaf->wordsAt(0);
+    if (probe.words < first || (!probe.wordsDecide && probe.words == first)) return false;
+    if (!leaf->next) return true;
+    const auto& [node, at] = runPath_.step[height_ - 1];
+    const auto* inner = static_cast<const InnerNode*>(node);
+    return at + 1 < inner->count && probe.words < inner->wordsAt(at + 1);
+  }
 
   static int childFor(const InnerNode& inner, const Probe<W>& probe) {
     const int before = countBefore(inner, probe);
@@ -419,6 +448,7 @@ class Tree {
   Slab leaves_, inners_;
   // Where the last insert went: one behind it is the next of a run.
   const LeafNode* runLeaf_ = nullptr;
+  Path runPath_;  // to a leaf that took two records in a row, until the shape changes
   int runNext_ = 0;
 };
 

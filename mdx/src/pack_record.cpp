@@ -34,6 +34,8 @@ void writeValues(ByteWriter& writer, const MDArray& array, const MDRData* record
 }
 
 int packRecord(ByteWriter& writer, const MDArray& array, const MDRData* record, uint8_t flags) {
+  constexpr size_t kUsualName = 16;
+  writer.room(kHeadBytes + array.bodySize + array.fields.size() * kUsualName);
   const size_t start = beginPacked(writer, 'R', flags);
   writer.put(record->typeNumber);
   writer.put(record->change);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 
 namespace mdx {
@@ -14,31 +15,44 @@ constexpr size_t kLine = 64, kFirstChunk = 512, kUsualChunk = 64 * 1024, kLargeP
 // Doubles up to 64 KiB; large pages once what one of them leaves unused does not count.
 size_t nextChunk(size_t sum) {
   if (sum < kUsualChunk) return std::max(sum, kFirstChunk);
-  return sum < 16 * kLargePage ? kUsualChunk : kLargePage;
+  return sum < 4 * kLargePage ? kUsualChunk : kLargePage;
 }
 
-void* takeChunk(size_t bytes) {
-  if (bytes % kLargePage) return std::aligned_alloc(kLine, bytes);
-  void* chunk = std::aligned_alloc(kLargePage, bytes);
-  if (chunk) madvise(chunk, bytes, MADV_HUGEPAGE);  // a wish: without large pages all goes on, slower
-  return chunk;
-}
+constexpr size_t roundUp(size_t bytes, size_t to) { return (bytes + to - 1) / to * to; }
 
 }  // namespace
 
+void* takeLarge(size_t bytes) {
+  if (bytes < kLargePage) return std::aligned_alloc(kLine, roundUp(bytes, kLine));
+  bytes = roundUp(bytes, kLargePage);
+  void* memory = std::aligned_alloc(kLargePage, bytes);
+  if (memory) madvise(memory, bytes, MADV_HUGEPAGE);  // a wish: without large pages all goes on, slower
+  return memory;
+}
+
 void Chunks::grow(size_t size) {
-  const size_t bytes = (std::max(size, nextChunk(bytes_)) + kLine - 1) & ~(kLine - 1);
+  const size_t bytes = roundUp(std::max(size, nextChunk(bytes_)), kLine);
   chunks_.reserve(chunks_.size() < chunks_.capacity() ? chunks_.capacity() : chunks_.size() * 2 + 4);
-  auto* chunk = static_cast<char*>(takeChunk(bytes));
+  auto* chunk = static_cast<char*>(takeLarge(bytes));
   if (!chunk) throw std::bad_alloc();
-  chunks_.push_back(chunk);
+  const auto above = std::upper_bound(chunks_.begin(), chunks_.end(), chunk,
+                                      [](const char* place, const Chunk& known) { return place < known.begin; });
+  chunks_.insert(above, {chunk, chunk + bytes});
   bytes_ += bytes + 16;
   next_ = chunk;
   end_ = chunk + bytes;
 }
 
+const char* Chunks::endAround(const void* place) const {
+  const auto above = std::upper_bound(chunks_.begin(), chunks_.end(), static_cast<const char*>(place),
+                                      [](const char* at, const Chunk& known) { return at < known.begin; });
+  if (above == chunks_.begin()) return static_cast<const char*>(place);
+  const char* end = std::prev(above)->end;
+  return end == end_ ? next_ : end;
+}
+
 void Chunks::clear() {
-  for (char* chunk : chunks_) std::free(chunk);
+  for (const Chunk& chunk : chunks_) std::free(chunk.begin);
   chunks_ = {};
   next_ = end_ = nullptr;
   bytes_ = 0;

@@ -6,11 +6,32 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <new>
 #include <utility>
 #include <vector>
 
 namespace mdx {
+
+// Memory that begins at a cache line, from two megabytes on in large pages where the system has them. Freed by
+// std::free; null when there is none.
+void* takeLarge(size_t bytes);
+
+// Of vectors that are read here and there.
+template <class T>
+struct LargePages {
+  using value_type = T;
+
+  LargePages() = default;
+  template <class Other>
+  LargePages(const LargePages<Other>&) {}
+  T* allocate(size_t count) {
+    if (void* memory = takeLarge(count * sizeof(T))) return static_cast<T*>(memory);
+    throw std::bad_alloc();
+  }
+  void deallocate(T* memory, size_t) { std::free(memory); }
+  bool operator==(const LargePages&) const { return true; }
+};
 
 // Chunks of memory that grow with their sum, so that a table of one record stays small and a large one
 // lies in large pages. They begin at cache lines.
@@ -35,12 +56,17 @@ class Chunks {
     std::swap(end_, other.end_);
     std::swap(bytes_, other.bytes_);
   }
-  size_t memory() const { return bytes_ + chunks_.capacity() * sizeof(char*); }
+  size_t memory() const { return bytes_ + chunks_.capacity() * sizeof(Chunk); }
+  // Where the memory that was taken from the chunk of `place` ends.
+  const char* endAround(const void* place) const;
 
  private:
+  struct Chunk {
+    char *begin, *end;
+  };
   void grow(size_t size);
 
-  std::vector<char*> chunks_;
+  std::vector<Chunk> chunks_;  // by address
   char* next_ = nullptr;
   char* end_ = nullptr;
   size_t bytes_ = 0;
@@ -68,6 +94,7 @@ class Slab {
     std::swap(size_, other.size_);
   }
   size_t memory() const { return chunks_.memory(); }
+  const char* endAround(const void* slot) const { return chunks_.endAround(slot); }
 
  private:
   struct Link {

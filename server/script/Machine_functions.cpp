@@ -65,7 +65,8 @@ MDRData* Machine::seekRecord(const Instruction& in, int* position) {
   if (walk.table != table.table || walk.key != key) tables_.bindSeek(&walk, table.table, key, in.at);
   meter_.steps(kSeekSteps, in.at);
   const MDRVar sought = keyValue(registers_[in.d], walk.seekField, in.at);
-  return MDARecSeekV(tables_[table.table].array, static_cast<int>(key), &sought, position);
+  return position ? MDARecSeekV(tables_[table.table].array, static_cast<int>(key), &sought, position)
+                  : walk.find(sought);
 }
 
 MDRVar Machine::keyValue(const Value& value, const MDRField* field, Offset at) const {

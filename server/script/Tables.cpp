@@ -41,6 +41,7 @@ void Walk::bind(const RunTable& source, uint16_t number, int keyNumber) {
   position_ = -2;
   cursor_ = {};
   record_ = nullptr;
+  near_ = {};
   const char* const expression = MDAKeyExpr(array_, key);
   keyField_ = expression && !changes_ ? findField(array_, expression) : nullptr;
 }

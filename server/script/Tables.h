@@ -5,6 +5,7 @@
 #include "Meter.h"
 #include "Program.h"
 
+#include <TlmMdx/bulk.h>
 #include <TlmMdx/cursor.h>
 #include <TlmServer/Script.h>
 
@@ -58,6 +59,11 @@ class Walk {
     return cursor_.form() == MDX_CURSOR_DOUBLE ? Value::of(cursor_.number()) : Value();
   }
 
+  // What a seek without a position finds. Seeks of a loop tend to go through a model table in its own order.
+  MDRData* find(const MDRVar& value) {
+    return changes_ ? MDARecSeekV(array_, key, &value, nullptr) : MDXRecSeekNear(array_, key, &value, &near_);
+  }
+
   // A script that looks into one record of a loop looks into the later ones too: they are asked for ahead.
   void fetchAhead() const { cursor_.fetchAhead(); }
 
@@ -74,6 +80,7 @@ class Walk {
   mdx::Cursor cursor_;
   MDRData* record_ = nullptr;
   const MDRField* keyField_ = nullptr;  // of a key of one number
+  MDXNear near_{};
 };
 
 // A field that is named by a literal, with the table it was looked up in last.

@@ -18,10 +18,28 @@ extern "C" {
 MDX_API int MDXRecsAdd(MDArray* array, MDRData* const* records, int count, int change);
 
 /*
+ * The same, but leaves out each record whose values in the first key another posted record has, one that was added
+ * before it among them; null in a key of one field is no value. Returns how many were added.
+ */
+MDX_API int MDXRecsAddNew(MDArray* array, MDRData* const* records, int count, int change);
+
+/*
  * Looks for `count` values in a key of one field (MDX_E_KEY for another): found[i] is what MDARecSeekV gives for
  * values[i], or null. In a large table it costs less than as many calls, since the values wait for memory together.
  */
 MDX_API int MDXRecsSeek(const MDArray* array, int key, const MDRVar* values, int count, MDRData** found);
+
+/* What a run of seeks remembers; zeros to begin with. Good until the table changes. */
+typedef struct MDXNear {
+  MDRData* last;   /* found before */
+  const char* end; /* of the records around it */
+} MDXNear;
+
+/*
+ * What MDARecSeekV without a position gives for a value in a key of one field (null for another). With an index of
+ * whole texts it costs next to nothing where the record arrived in the table right after the one found before.
+ */
+MDX_API MDRData* MDXRecSeekNear(const MDArray* array, int key, const MDRVar* value, MDXNear* near);
 
 /*
  * Keeps an index of whole texts beside a key over one text of 32 characters that tells rows apart (MDX_E_KEY for
