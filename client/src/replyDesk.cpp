@@ -35,6 +35,8 @@ void ReplyDesk::unsent(uint64_t id) {
   if (entry == entries_.end()) return;
   entry->second.lost = true;
   entry->second.why = "the request could not be sent";
+  // Whoever waits for no answer is told by the call that sends. One who waits may take what he sees for a time-out.
+  entry->second.sent.tells = entry->second.sent.tells && entry->second.sent.whole;
   close(entry);
   tellRefusals(lock);
 }

@@ -181,7 +181,8 @@ void StationWindow::showRefused(int status, const QString& why) {
 
 QString StationWindow::refusedDetails(int status, const QString& why) {
   QString text = QString("Сервер не принял изменения: %1.").arg(refusalText(status));
-  if (!why.isEmpty()) text += QString("\n\nПодробности: %1").arg(why);
+  // What the line says is for the debug stream.
+  if (!why.isEmpty() && status != wire::kUnavailable) text += QString("\n\nПодробности: %1").arg(why);
   return text;
 }
 

@@ -610,6 +610,15 @@ TEST_F(Session, TellsOfAWriteThatCouldNotBeSent) {
   EXPECT_TRUE(refused.first().startsWith("10 "));
 }
 
+TEST_F(Session, LeavesItToTheCallerThatNothingWasSentWhereHeWaitsForNothing) {
+  line->refuses = true;
+  session.BlockBeg();
+  update(nullptr);
+  EXPECT_FALSE(session.BlockEnd(true, nullptr));
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(refused.isEmpty());
+}
+
 TEST_F(Session, TellsOfARefusalWhosePointerWasGivenToAnotherRequest) {
   MDXCliParam* reply = nullptr;
   update(&reply);

@@ -175,6 +175,18 @@ TEST_F(BadInput, AnIdentityOfAnotherLengthIsRefused) {
   EXPECT_EQ(reply.whole().status(), wire::kMalformed);
 }
 
+TEST_F(BadInput, ARefusedBlockStandsInTheLogWithWhoSentIt) {
+  v1::Block block = oneRequest(v1::UPDATE, "NoSuchTable", wire::packArray(CMDArray().array));
+  block.set_user("stranger");
+  v1::BlockReply reply;
+  ASSERT_TRUE(call(block, &reply).ok());
+  ASSERT_NE(reply.whole().status(), wire::kOk);
+  const std::string status = std::to_string(reply.whole().status());
+  EXPECT_TRUE(eventually([&] {
+    return network.logText().find(" user=stranger status=" + status + "\n") != std::string::npos;
+  })) << network.logText();
+}
+
 TEST_F(BadInput, AMessageOfAHundredMegabytesIsRefused) {
   v1::BlockReply reply;
   const Status status = call(oneRequest(v1::PACKET, "TableRecords", std::string(100'000'000, 'x')), &reply);
@@ -409,6 +421,21 @@ TEST_F(Impatient, AnUploadThatStopsHalfWayIsEnded) {
   v1::BlockReply reply;
   const auto writer = stub->Upload(&context, &reply);
   writer->Write(piece);
+  EXPECT_FALSE(writer->Finish().ok());
+}
+
+// Bytes that come one by one are no reason to keep a place for ever.
+TEST_F(Impatient, AnUploadThatTricklesIsEnded) {
+  v1::BlockPiece piece;
+  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+  piece.mutable_block()->mutable_requests(0)->set_body_bytes(size_t{1} << 20);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  ASSERT_TRUE(writer->Write(piece));
+  piece.clear_block();
+  piece.set_data("x");
+  EXPECT_TRUE(eventually([&] { return !writer->Write(piece); }));
   EXPECT_FALSE(writer->Finish().ok());
 }
 

@@ -154,6 +154,17 @@ TEST_F(BrokenLine, FailsToConnectWhereNobodyListens) {
   EXPECT_FALSE(problem.empty());
 }
 
+TEST_F(BrokenLine, IsTriedAgainLessAndLessOften) {
+  NetLine line = quickLine({});
+  line.longestRetryMs = 10'000;
+  const auto peer = connect(line);
+  breakLine(*peer);
+  const size_t before = proxy.accepted();
+  ASSERT_TRUE(eventually([&] { return proxy.accepted() >= before + 5; }));
+  eventually([] { return false; }, 1500);
+  EXPECT_LT(proxy.accepted() - before, 40u) << "every 10 ms it would have been a hundred and more";
+}
+
 // ---- events ----
 
 TEST_F(BrokenLine, CatchesUpWithWhatWasMissedEachOnceAndInOrder) {

@@ -227,6 +227,33 @@ TEST_F(NarrowQueue, WhatWasMissedComesAsFastAsTheClientTakesIt) {
   end(context, *stream);
 }
 
+// What is told behind an answer is told in another message: a client reads the events of a message first, and those
+// behind lost ones may have numbers that it has heard before.
+TEST_F(NarrowQueue, EventsBehindAnAnswerAreNotToldWithIt) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  stream->Write(after(kWrites, 1));
+  ASSERT_TRUE(readUntilSubscribed(*stream, 1));
+  for (int i = 0; i < 4; ++i) ASSERT_EQ(write("А-1", 200'000), 0);  // the client takes none of it yet
+  v1::Subscription other = after(kWrites, 2);
+  other.set_store("another one");
+  stream->Write(other);
+  eventually([] { return false; }, 200);
+  ASSERT_EQ(write("А-2", 10), 0);
+  bool answered = false;
+  bool behind = false;
+  v1::Delivery delivery;
+  while (!behind && stream->Read(&delivery)) {
+    if (answered) behind = delivery.events_size() > 0;
+    if (!delivery.has_subscribed()) continue;
+    answered = true;
+    EXPECT_TRUE(delivery.subscribed().lost());
+    for (const v1::Event& event : delivery.events()) EXPECT_LE(event.sequence(), delivery.subscribed().position());
+  }
+  EXPECT_TRUE(behind);
+  end(context, *stream);
+}
+
 TEST_F(NarrowQueue, OneWhoTakesNothingOfItKeepsNobodyWaiting) {
   grpc::ClientContext context;
   const auto stuck = stub->Listen(&context);
@@ -295,6 +322,25 @@ TEST_F(LargeAnswer, IsWaitedForAsLongAsItIsTaken) {
   const grpc::Status status = reader->Finish();
   EXPECT_TRUE(status.ok()) << status.error_message();
   EXPECT_GT(bytes, std::size(kArchives) * (size_t{5} << 20));
+}
+
+class LeastMemory : public LargeAnswer {
+ protected:
+  LeastMemory() {
+    server::NetOptions options = quickNet();
+    options.memoryBytes = size_t{16} << 20;
+    network = std::make_unique<NetworkServer>(*core, options);
+  }
+};
+
+TEST_F(LeastMemory, IsEnoughForLargeAnswersAndLargeBlocks) {
+  std::string problem;
+  auto transport = connectToServer(quickLine(network->tcp()), &problem);
+  ASSERT_NE(transport, nullptr) << problem;
+  Peer peer(std::move(transport));
+  CMDArray rows;
+  EXPECT_EQ(peer.rows("Archives", &rows), static_cast<int>(std::size(kArchives)));
+  EXPECT_EQ(peer.write("Archives", keyOf("А-1"), "location", std::string(size_t{20} << 20, 'x'), 60'000), 0);
 }
 
 }  // namespace
