@@ -237,7 +237,8 @@ void CTlmMeasConfig::slotMeasContextMenuRequested(QPoint pos) {
   contextMenu->popup(ui->tV_MeasConfig->mapToGlobal(pos));
 }
 
-// The operator's entries of the context menu, for the row's index in column 0 or an invalid one.
+// The operator's entries of the context menu, for the row's index in column 0 or an invalid one. Each holds the key of
+// the row that it is offered for.
 void CTlmMeasConfig::showOperatorTools(const QModelIndex& index) {
   const bool isMeasurement = index.isValid() && !numberOf(index).isEmpty();
   for (QAction* action : {actManual, actDubl, actRetro}) {
@@ -247,6 +248,7 @@ void CTlmMeasConfig::showOperatorTools(const QModelIndex& index) {
   const bool isDiscrete = isMeasurement && classOf(index) == QLatin1String("Discrete");
   const myConfNode* node = isDiscrete ? nodeOf(index) : nullptr;
   actRemoteControl->setVisible(isDiscrete);
+  for (QAction* action : {actManual, actDubl, actRemoteControl, actRetro}) action->setData(keyOf(index));
   if (!isMeasurement || isDiscrete) actRemoteControl->setEnabled(node && node->checkTu);
 
   delete linkMenu;

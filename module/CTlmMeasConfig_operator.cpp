@@ -9,6 +9,8 @@
 #include <TlmClient/CPopRemoteControl.h>
 #include <TlmClient/TlmDublies.h>
 
+#include <QAction>
+
 namespace {
 
 enum ConditionKind { kForValue = 1, kForDuplicates = 2 };
@@ -57,12 +59,19 @@ void refuse(CTlmMeasConfig* module, const QString& message) {
   box->show();
 }
 
+// While a menu is open the row that it was opened on may go, and another become the current one.
+bool isOfferedForAnother(const QObject* sender, const QString& key) {
+  const auto* const action = qobject_cast<const QAction*>(sender);
+  const QString offered = action ? action->data().toString() : QString();
+  return !offered.isEmpty() && offered != key;
+}
+
 // The key of the current row, when a tool of that kind may open for it; what forbids it is shown.
-QString keyForTool(CTlmMeasConfig* module, int kind) {
+QString keyForTool(CTlmMeasConfig* module, const QObject* sender, int kind) {
   const QModelIndex index = module->ui->tV_MeasConfig->currentIndex();
   if (!index.isValid()) return QString();
   const QString key = keyOf(index);
-  if (key.isEmpty() || !module->session()) return QString();
+  if (key.isEmpty() || !module->session() || isOfferedForAnother(sender, key)) return QString();
   QString message;
   if (!module->CheckConditions(key, message, kind)) return key;
   refuse(module, message);
@@ -88,7 +97,7 @@ bool CTlmMeasConfig::CheckConditions(QString key, QString& message, int kind) {
 }
 
 void CTlmMeasConfig::OnSetManuslAction() {
-  if (keyForTool(this, kForValue).isEmpty()) return;
+  if (keyForTool(this, sender(), kForValue).isEmpty()) return;
   const int number = currentNumber(this);
   if (number == 0) return;
   if (popManualInput && popManualInput->locId == number) popManualInput->isManualAuto();
@@ -96,12 +105,12 @@ void CTlmMeasConfig::OnSetManuslAction() {
 }
 
 void CTlmMeasConfig::OnSetDublieslAction() {
-  const QString key = keyForTool(this, kForDuplicates);
+  const QString key = keyForTool(this, sender(), kForDuplicates);
   if (!key.isEmpty()) CreateDublSetting(key);
 }
 
 void CTlmMeasConfig::OnRemoteControl() {
-  if (keyForTool(this, kForValue).isEmpty()) return;
+  if (keyForTool(this, sender(), kForValue).isEmpty()) return;
   const int number = currentNumber(this);
   if (number != 0) CreateRemoteControl(number);
 }

@@ -1,5 +1,6 @@
 #include <TlmClient/CPopTemplate.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -22,6 +23,12 @@ QPoint within(const QRect& area, const QSize& size, const QPoint& topLeft) {
 
 bool isTabStop(const QWidget& field) {
   return field.isVisible() && field.isEnabled() && (field.focusPolicy() & Qt::TabFocus) && !field.focusProxy();
+}
+
+// The button in the panel that Enter would press; a switch is none.
+QAbstractButton* pressedByEnter(const QWidget* panel) {
+  auto* const button = qobject_cast<QAbstractButton*>(QApplication::focusWidget());
+  return button && panel->isAncestorOf(button) && !button->isCheckable() ? button : nullptr;
 }
 
 }  // namespace
@@ -112,7 +119,11 @@ void CPopTemplate::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      On_Accept();
+      if (event->isAutoRepeat()) break;
+      if (QAbstractButton* const button = pressedByEnter(this))
+        button->click();
+      else
+        On_Accept();
       break;
     case Qt::Key_Escape:
       On_Reject();

@@ -44,6 +44,20 @@ Object objectOf(const ModelTables& tables, int64_t locId) {
   return row ? findObject(tables, textOf(tables.table("Measurement"), row, "KeyLink")) : Object{};
 }
 
+// The measurement of a number, which must be the one that was seen under it. Status kOk, or why not.
+Reply findSeen(const ModelTables& tables, int64_t locId, std::string_view seen, Object* object) {
+  *object = objectOf(tables, locId);
+  if (!*object) return Reply::failure(wire::kNotFound, toCodePage("Измерения с таким номером нет на сервере."));
+  if (seen.empty() || seen == object->key) return {};
+  return refused("Этот номер теперь у другого измерения.");
+}
+
+// The blocking signal is known to be off: by its field or by hand, and now.
+bool isKnownOff(const std::optional<LiveValue>& value) {
+  const double* const state = value ? std::get_if<double>(&value->value) : nullptr;
+  return state && *state == 0 && (value->quality == Quality::kGood || value->quality == Quality::kManual);
+}
+
 // What a number entered by hand must keep to, by the class of the measurement.
 Reply checkNumber(const Object& object, double number) {
   if (object.className == "Discrete")
@@ -88,8 +102,9 @@ OperatorRequest operatorRequest(const wire::Request& request) {
 
 Reply planManual(const ModelTables& tables, std::string_view body, double now, ManualPlan* plan) {
   const auto locId = parseInteger(bodyValue(body, "locId"));
-  const Object object = locId ? objectOf(tables, *locId) : Object{};
-  if (!object) return Reply::failure(wire::kNotFound, toCodePage("Измерения с таким номером нет на сервере."));
+  Object object;
+  Reply found = findSeen(tables, locId.value_or(0), bodyValue(body, "key"), &object);
+  if (found.status != wire::kOk) return found;
   plan->locId = static_cast<int32_t>(*locId);
   plan->key = object.key;
   if (bodyValue(body, "auto") == "1") return {};
@@ -109,6 +124,7 @@ Reply readOrder(std::string_view body, Order* order) {
   if (*locId < 1 || *locId > std::numeric_limits<int32_t>::max()) return malformed("RemoteControl: no such number");
   if (order->identity.size() != kKeyLength) return malformed("RemoteControl: an identity has 32 characters");
   order->locId = static_cast<int32_t>(*locId);
+  order->key = bodyValue(body, "key");
   order->state = state == "1" ? 1 : 0;
   order->issued = *issued;
   order->user = bodyValue(body, "user");
@@ -117,15 +133,13 @@ Reply readOrder(std::string_view body, Order* order) {
 }
 
 Reply findSignal(const ModelTables& tables, const LiveValues& live, const Order& order, Signal* signal) {
-  const Object object = objectOf(tables, order.locId);
-  if (!object) return Reply::failure(wire::kNotFound, toCodePage("Измерения с таким номером нет на сервере."));
+  Object object;
+  if (Reply found = findSeen(tables, order.locId, order.key, &object); found.status != wire::kOk) return found;
   if (object.className != "Discrete" || intOf(objectValue(object, "CheckTu")) != 1)
     return refused("Этим объектом нельзя управлять: телеуправление для него не включено.");
-  if (const auto block = intOf(objectValue(object, "blockLocId")); block && *block != 0) {
-    const auto value = live.current(static_cast<int32_t>(*block));
-    const double* const state = value ? std::get_if<double>(&value->value) : nullptr;
-    if (!state || *state != 0) return refused("Команда запрещена блокирующим сигналом.");
-  }
+  if (const auto block = intOf(objectValue(object, "blockLocId"));
+      block && *block != 0 && !isKnownOff(live.current(static_cast<int32_t>(*block))))
+    return refused("Команда запрещена блокирующим сигналом.");
   signal->key = object.key;
   const int64_t seconds = intOf(objectValue(object, "tuTimeout")).value_or(kTimeoutSeconds);
   signal->timeout = static_cast<double>(seconds > 0 ? seconds : kTimeoutSeconds) / kSecondsPerDay;

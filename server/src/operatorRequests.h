@@ -26,7 +26,8 @@ struct ManualPlan {
   std::optional<LiveValue> value;  // absent: the manual value is lifted
 };
 
-// Looks at a request "ManualValue": "locId=N" and "value=TEXT", or "auto=1". Status kOk, or why it is refused.
+// Looks at a request "ManualValue": "locId=N", "key=KEY" if the number must be that object's, and "value=TEXT" or
+// "auto=1". Status kOk, or why it is refused.
 wire::Reply planManual(const ModelTables& tables, std::string_view body, double now, ManualPlan* plan);
 
 // ---- commands ----
@@ -34,6 +35,7 @@ wire::Reply planManual(const ModelTables& tables, std::string_view body, double 
 // What the body of "RemoteControl" says.
 struct Order {
   int32_t locId = 0;
+  std::string key;  // of the object that the operator saw; empty: whichever has the number
   int state = 0;
   std::string user;  // Windows-1251; empty: who calls
   std::string password;

@@ -14,7 +14,7 @@ QTextCodec* codec() { return QTextCodec::codecForName("Windows-1251"); }
 QString bodyText(const unsigned char* data, int length) {
   if (length > 0 && data[length - 1] == 0) --length;
   if (!data || length <= 0) return {};
-  const bool isText = std::all_of(data, data + length, [](unsigned char c) { return c >= ' '; });
+  const bool isText = std::all_of(data, data + length, [](unsigned char c) { return c >= ' ' || c == '\n'; });
   if (!isText) return QString(" <%1 bytes>").arg(length);
   return ' ' + codec()->toUnicode(reinterpret_cast<const char*>(data), length);
 }

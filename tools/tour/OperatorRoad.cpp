@@ -45,9 +45,11 @@ bool OperatorRoad::play() {
   manualInput();
   duplicates();
   wrongPassword();
-  command(kExecuted, "control-done", "Команда телеуправления выполнена успешно");
-  command(kRefused, "control-refused", "Команда телеуправления не выполнена");
-  command(kSilent, "control-timeout", "Команда телеуправления не выполнена по таймауту");
+  command(kExecuted, "control-done", "Команда телеуправления выполнена успешно", "Команда выполнена.");
+  command(kRefused, "control-refused", "Команда телеуправления не выполнена",
+          "Команда не выполнена: устройство отказало.");
+  command(kSilent, "control-timeout", "Команда телеуправления не выполнена по таймауту",
+          "Команда не выполнена по таймауту.");
   formsAndRetrospective();
   stage_.reset();
   return true;
@@ -167,7 +169,7 @@ void OperatorRoad::wrongPassword() {
   stage_->key(control, Qt::Key_Escape);
 }
 
-void OperatorRoad::command(int number, const QString& step, const QString& receipt) {
+void OperatorRoad::command(int number, const QString& step, const QString& receipt, const QString& outcome) {
   goTo(number);
   choose("Телеуправление");
   QWidget* const control = panel("CPopRemoteControl");
@@ -184,7 +186,9 @@ void OperatorRoad::command(int number, const QString& step, const QString& recei
   const bool told = Stage::until([&] { return module->popMessageBox && module->popMessageBox->isWaiting(); });
   report_.step(step, receipt, told ? module->popMessageBox->messageText() : QString("no receipt"), stage_->window());
   if (told) stage_->key(module->popMessageBox, Qt::Key_Return);
-  Stage::until([&] { return control->isHidden(); });
+  Stage::until([&] { return shown(control, "lbl_Notice") == outcome; });
+  report_.step(step + "-outcome", outcome, shown(control, "lbl_Notice"), stage_->window());
+  stage_->key(control, Qt::Key_Escape);
 }
 
 void OperatorRoad::formsAndRetrospective() {

@@ -30,7 +30,7 @@ class OperatorRoad {
   void type(QWidget* panel, const char* field, const QString& text);
   void manualInput();
   void duplicates();
-  void command(int number, const QString& step, const QString& receipt);
+  void command(int number, const QString& step, const QString& receipt, const QString& outcome);
   void wrongPassword();
   void formsAndRetrospective();
 

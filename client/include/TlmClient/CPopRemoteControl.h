@@ -12,8 +12,8 @@
 // GUI thread only. Finds the session by its parent, a CTlmCliMod or a child of one.
 //
 // A command goes in three steps: the operator chooses it and names himself by his password, confirms it once more with
-// object and command before his eyes, and the panel sends it, once. It stays open until the outcome is known: when no
-// answer comes it says so, and asks the server what became of the command as soon as that is heard again. The server
+// object and command before his eyes, and the panel sends it, once. It stays open and tells the outcome: when no answer
+// comes it says so, and asks the server what became of the command as soon as that is heard again. The server
 // keeps its promise that a command which it did not know when it was asked is never executed later.
 class TLMCLIENT_API CPopRemoteControl : public CPopTemplate {
   Q_OBJECT
@@ -25,8 +25,9 @@ class TLMCLIENT_API CPopRemoteControl : public CPopTemplate {
   // Takes the text of the request "MeasParams" (lines of name=value, Windows-1251), and begins anew.
   void SetParams(const QByteArray& params);
 
-  // True when the command goes without the dialog: the signal is marked so, asks for no password, and its state is
-  // known. It is sent then, to the state that the signal is not in, and what came of it stands in the status bar.
+  // True when the command goes without the dialog: the signal is marked so, asks for no password, and its state now is
+  // known from the field. It is sent then, to the state that the signal is not in, and what came of it stands in the
+  // status bar.
   bool ControlAuto();
 
   void FocusToPassword();
@@ -57,8 +58,9 @@ class TLMCLIENT_API CPopRemoteControl : public CPopTemplate {
 
  private:
   void build();
-  void go(Step step, const QString& text = {});
+  void go(Step step, const QString& text = {}, bool bad = false);
   void showButtons();
+  void proceed();
   void confirm();
   void send();
   void refresh();

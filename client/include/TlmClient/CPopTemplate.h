@@ -12,7 +12,8 @@ class QKeyEvent;
 class QPaintEvent;
 
 // GUI thread only. A child of its parent, above its other children, hidden until it is shown. Enter accepts,
-// Escape rejects; Tab goes round its own fields. It can be dragged by its title bar and never leaves the parent.
+// or presses the button that has the focus, once for each press of the key; Escape rejects; Tab goes round its own
+// fields. It can be dragged by its title bar and never leaves the parent.
 // With a null parent it is a frameless window of its own.
 //
 // The panel paints its frame and its title bar; a layout set on it stays clear of both (panelMargins).

@@ -33,6 +33,7 @@ struct CPopManualInput::Parts {
   QLabel* problem = nullptr;
   QPushButton* apply = nullptr;
   tlm::ManualRules rules;
+  QByteArray key;  // of the measurement that it was opened for
 };
 
 CPopManualInput::CPopManualInput(QWidget* parent) : CPopTemplate(parent), parts_(std::make_unique<Parts>()) {
@@ -97,6 +98,7 @@ void CPopManualInput::SetParams(const QByteArray& params) {
   Parts& p = *parts_;
   const tlm::Lines lines(params);
   p.rules = tlm::manualRules(lines);
+  p.key = lines.value("key").toLatin1();
   p.card->setParams(lines);
   const bool byName = p.rules.kind == tlm::ManualRules::kState;
   p.value->setVisible(!byName);
@@ -104,8 +106,8 @@ void CPopManualInput::SetParams(const QByteArray& params) {
   p.states->clear();
   p.states->addItems(p.rules.states);
   p.states->setCurrentIndex(lines.value("value") == QLatin1String("1") ? 1 : 0);
-  p.value->setText(tlm::editText(p.rules, lines.value("value")));
   p.value->setMaxLength(p.rules.kind == tlm::ManualRules::kText ? p.rules.maxLength : 40);
+  p.value->setText(tlm::editText(p.rules, lines.value("value")));
   p.unit->setText(p.rules.unit);
   p.limits->setText(tlm::limitsText(p.rules));
   p.limits->setVisible(!p.limits->text().isEmpty());
@@ -132,7 +134,7 @@ void CPopManualInput::choose() {
 void CPopManualInput::On_Accept() {
   Parts& p = *parts_;
   if (!p.apply->isEnabled()) return;
-  const QByteArray number = tlm::line("locId", QByteArray::number(locId));
+  const QByteArray number = tlm::line("locId", QByteArray::number(locId)) + tlm::line("key", p.key);
   if (isManualAuto()) {
     if (send(number + tlm::line("auto", "1"))) hide();
     return;
@@ -152,19 +154,23 @@ void CPopManualInput::On_Accept() {
 
 bool CPopManualInput::send(const QByteArray& body) {
   const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "ManualValue", body, kAnswerMs);
-  if (!answer.good()) tell(tlm::refusalText(answer));
+  if (answer.kind == tlm::Answer::kNone)
+    tell(QStringLiteral("Сервер не ответил: принято ли значение, не известно."));
+  else if (!answer.good())
+    tell(tlm::refusalText(answer));
   return answer.good();
 }
 
 void CPopManualInput::refresh() {
   const QByteArray body = tlm::line("locId", QByteArray::number(locId));
   const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "MeasParams", body, kRefreshAnswerMs);
+  refreshTimer.start();  // the time between two questions is the window's, however slow the server is
   if (answer.kind != tlm::Answer::kGiven) return parts_->card->setSilent();
-  if (!answer.good()) {
-    parts_->apply->setEnabled(false);
-    return tell(QStringLiteral("Измерения больше нет на сервере."));
-  }
   const tlm::Lines lines(answer.text);
+  if (!answer.good() || lines.value("key") != parts_->key) {
+    parts_->apply->setEnabled(false);
+    return tell(tlm::goneText(answer));
+  }
   parts_->card->setValue(lines);
   tlm::showNotice(parts_->who, tlm::whoText(lines), false);
 }

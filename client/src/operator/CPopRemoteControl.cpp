@@ -25,7 +25,7 @@ constexpr int kAnswerMs = 5000;
 constexpr int kRefreshAnswerMs = 1000;
 constexpr double kMsOfDay = 86'400'000;
 
-constexpr char kInvalid[] = "3";  // quality of a value that says nothing of the state
+constexpr char kGood[] = "0";  // quality of a value that tells the state now
 
 CTlmCliMod* moduleAround(QWidget* panel) {
   for (QWidget* widget = panel; widget; widget = widget->parentWidget()) {
@@ -55,8 +55,9 @@ struct CPopRemoteControl::Parts {
   QByteArray identity;    // of the command that was sent
   QByteArray issued;      // and when, server time
   bool sent = false;      // a command went out since the panel was opened
-  bool silence = false;   // the server was not heard after that
 
+  // With what could be typed back by undoing.
+  void forgetPassword() { password->setText({}); }
   int chosen() const { return commands[1]->isChecked() ? 1 : 0; }
   QString commandName() const { return commands[chosen()]->text(); }
   double now() const { return serverTime + static_cast<double>(since.elapsed()) / kMsOfDay; }
@@ -68,9 +69,9 @@ struct CPopRemoteControl::Parts {
   QByteArray command(int state, const QByteArray& name, const QByteArray& secret) {
     identity = GenGuid32();
     issued = QByteArray::number(now(), 'f', 9);
-    return tlm::line("locId", params.value("locId").toLatin1()) + tlm::line("state", QByteArray::number(state)) +
-           tlm::line("user", name) + tlm::line("password", secret) + tlm::line("id", identity) +
-           tlm::line("issued", issued);
+    return tlm::line("locId", params.value("locId").toLatin1()) + tlm::line("key", params.value("key").toLatin1()) +
+           tlm::line("state", QByteArray::number(state)) + tlm::line("user", name) + tlm::line("password", secret) +
+           tlm::line("id", identity) + tlm::line("issued", issued);
   }
 };
 
@@ -125,7 +126,7 @@ void CPopRemoteControl::build() {
   layout->addSpacing(6);
   layout->addLayout(buttons);
   for (QPushButton* button : {p.accept, p.reject}) button->setMinimumWidth(tlm::kButtonWidth);
-  connect(p.accept, &QPushButton::clicked, this, &CPopRemoteControl::On_Accept);
+  connect(p.accept, &QPushButton::clicked, this, &CPopRemoteControl::proceed);
   connect(p.reject, &QPushButton::clicked, this, &CPopRemoteControl::On_Reject);
 }
 
@@ -136,11 +137,10 @@ void CPopRemoteControl::SetParams(const QByteArray& params) {
   p.hear(p.params);
   p.asksPassword = p.params.value("tuPassword") != QLatin1String("0");
   p.sent = false;
-  p.silence = false;
   p.card->setParams(p.params);
   for (int i = 0; i < 2; ++i) p.commands[i]->setText(p.params.value(i == 0 ? "command0" : "command1"));
   p.commands[p.params.value("value") == QLatin1String("1") ? 0 : 1]->setChecked(true);
-  p.password->clear();
+  p.forgetPassword();
   p.password->setVisible(p.asksPassword);
   p.passwordTitle->setVisible(p.asksPassword);
   go(kChoosing);
@@ -150,7 +150,7 @@ CPopRemoteControl::Step CPopRemoteControl::step() const { return parts_->step; }
 
 bool CPopRemoteControl::ControlAuto() {
   Parts& p = *parts_;
-  const bool known = p.params.has("value") && p.params.value("quality") != QLatin1String(kInvalid);
+  const bool known = p.params.has("value") && p.params.value("quality") == QLatin1String(kGood);
   if (!p.params.flag("tuAuto") || p.asksPassword || !known) return false;
   const int state = p.params.value("value") == QLatin1String("1") ? 0 : 1;
   const tlm::Answer answer =
@@ -169,14 +169,14 @@ bool CPopRemoteControl::ControlAuto() {
 }
 
 void CPopRemoteControl::FocusToPassword() {
-  if (parts_->step == kChoosing) (parts_->asksPassword ? parts_->password : parts_->user)->setFocus();
+  if (isVisible() && parts_->step == kChoosing) (parts_->asksPassword ? parts_->password : parts_->user)->setFocus();
 }
 
-void CPopRemoteControl::go(Step step, const QString& text) {
+void CPopRemoteControl::go(Step step, const QString& text, bool bad) {
   Parts& p = *parts_;
   p.step = step;
   p.choice->setVisible(step == kChoosing);
-  tell(text, step == kChoosing || step == kUnknown);
+  tell(text, bad);
   showButtons();
 }
 
@@ -191,16 +191,15 @@ void CPopRemoteControl::showButtons() {
   if (isVisible() && p.step != kChoosing) p.reject->setFocus();
 }
 
+// Enter where no button has the focus. A command goes out by its own button alone.
 void CPopRemoteControl::On_Accept() {
-  switch (parts_->step) {
-    case kChoosing:
-      return confirm();
-    case kConfirming:
-      // Enter belongs to the button that has the focus: the way back at first, so that a second Enter sends nothing.
-      return parts_->reject->hasFocus() ? On_Reject() : send();
-    default:
-      hide();
-  }
+  if (parts_->step == kChoosing) return confirm();
+  if (parts_->step != kConfirming) hide();
+}
+
+void CPopRemoteControl::proceed() {
+  if (parts_->step == kChoosing) return confirm();
+  if (parts_->step == kConfirming) send();
 }
 
 void CPopRemoteControl::On_Reject() {
@@ -230,17 +229,13 @@ void CPopRemoteControl::send() {
   Parts& p = *parts_;
   const QByteArray body = p.command(p.chosen(), tlm::serverCodec()->fromUnicode(p.user->text().trimmed()),
                                     p.asksPassword ? p.password->text().toUtf8() : QByteArray());
-  p.password->clear();
+  p.forgetPassword();
   const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "RemoteControl", body, kAnswerMs);
   p.sent = p.sent || answer.good() || answer.kind == tlm::Answer::kNone;
-  p.silence = false;
   if (answer.good()) return go(kWaiting, QStringLiteral("Команда передана, ожидается квитанция."));
-  if (answer.kind == tlm::Answer::kNone) {
-    p.silence = true;
-    return go(kUnknown, tlm::unknownText());
-  }
-  go(kChoosing, answer.kind == tlm::Answer::kUnsent ? QStringLiteral("Нет связи с сервером, команда не подана.")
-                                                    : tlm::refusalText(answer));
+  if (answer.kind == tlm::Answer::kNone) return go(kUnknown, tlm::unknownText(), true);
+  const bool unsent = answer.kind == tlm::Answer::kUnsent;
+  go(kChoosing, unsent ? QStringLiteral("Нет связи с сервером, команда не подана.") : tlm::refusalText(answer), true);
   FocusToPassword();
 }
 
@@ -248,37 +243,28 @@ void CPopRemoteControl::refresh() {
   Parts& p = *parts_;
   const QByteArray body = tlm::line("locId", QByteArray::number(locId));
   const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "MeasParams", body, kRefreshAnswerMs);
-  if (answer.kind != tlm::Answer::kGiven) {
-    p.silence = true;
-    return p.card->setSilent();
-  }
-  if (answer.good()) {
-    const tlm::Lines lines(answer.text);
+  refreshTimer.start();  // the time between two questions is the window's, however slow the server is
+  if (answer.kind != tlm::Answer::kGiven) return p.card->setSilent();
+  const tlm::Lines lines(answer.text);
+  if (answer.good() && lines.value("key") == p.params.value("key")) {
     p.hear(lines);
     p.card->setValue(lines);
   } else if (p.step == kChoosing || p.step == kConfirming) {
-    return go(kOver, QStringLiteral("Измерения больше нет на сервере."));
+    return go(kOver, tlm::goneText(answer), true);
   }
   if (p.step == kWaiting || p.step == kUnknown) askOutcome();
 }
 
-// As long as the server was heard all the time, the module's receipt tells the operator, and the panel gives way.
+// The panel tells the outcome of its own command. The module's receipt, which comes beside it, is of whatever command
+// that signal was given, by anybody.
 void CPopRemoteControl::askOutcome() {
   Parts& p = *parts_;
   const QByteArray body = tlm::line("id", p.identity) + tlm::line("issued", p.issued);
   const tlm::Answer answer = tlm::ask(tlm::sessionAround(parentWidget()), "CommandOutcome", body, kRefreshAnswerMs);
-  if (!answer.good()) {
-    p.silence = true;
-    return;
-  }
+  if (!answer.good()) return;
   const tlm::Lines lines(answer.text);
-  if (lines.value("state") == QLatin1String("running")) {
-    if (p.step != kWaiting) go(kWaiting, QStringLiteral("Команда передана, ожидается квитанция."));
-  } else if (p.silence || !tlm::isReceipted(lines)) {
-    go(kOver, tlm::outcomeText(lines));
-  } else {
-    hide();
-  }
+  if (lines.value("state") != QLatin1String("running")) return go(kOver, tlm::outcomeText(lines), !tlm::isDone(lines));
+  if (p.step != kWaiting) go(kWaiting, QStringLiteral("Команда передана, ожидается квитанция."));
 }
 
 void CPopRemoteControl::tell(const QString& text, bool bad) {
@@ -295,7 +281,7 @@ void CPopRemoteControl::showEvent(QShowEvent* event) {
 
 void CPopRemoteControl::hideEvent(QHideEvent* event) {
   refreshTimer.stop();
-  parts_->password->clear();
+  parts_->forgetPassword();
   CPopTemplate::hideEvent(event);
   if (!event->spontaneous()) emit signalTlmCliWidgetClosed(this, parts_->sent ? 1 : 0);
 }

@@ -7,6 +7,8 @@ namespace tlm {
 namespace {
 
 constexpr int kCardWidth = 400;
+constexpr int kLongestWord = 24;  // letters that fit into a label in any of its fonts
+constexpr QChar kBreak(0x200B);   // no width, and a line may end at it
 
 struct Shade {
   const char* quality;
@@ -23,6 +25,17 @@ void setColour(QLabel* label, const QColor& colour) {
   QPalette palette = label->palette();
   palette.setColor(QPalette::WindowText, colour);
   label->setPalette(palette);
+}
+
+QString breakable(QString text) {
+  int word = 0;
+  for (int i = 0; i < text.size(); ++i) {
+    word = text.at(i).isSpace() ? 0 : word + 1;
+    if (word <= kLongestWord) continue;
+    text.insert(i++, kBreak);
+    word = 1;
+  }
+  return text;
 }
 
 QFont larger(QFont font, double factor, bool bold) {
@@ -42,8 +55,10 @@ QLabel* wideLabel(QWidget* parent, const char* objectName) {
   return label;
 }
 
+void showText(QLabel* label, const QString& text) { label->setText(breakable(text)); }
+
 void showNotice(QLabel* label, const QString& text, bool bad) {
-  label->setText(text);
+  showText(label, text);
   setColour(label, bad ? QColor("#c62828") : label->parentWidget()->palette().color(QPalette::WindowText));
   label->setVisible(!text.isEmpty());
 }
@@ -64,10 +79,10 @@ MeasCard::MeasCard(QWidget* parent)
 }
 
 void MeasCard::setParams(const Lines& lines) {
-  name_->setText(lines.value("name"));
+  showText(name_, lines.value("name"));
   const QString unit = lines.value("unitName");
   const QString number = QStringLiteral("№ %1").arg(lines.value("locId"));
-  place_->setText(unit.isEmpty() ? number : QStringLiteral("%1, %2").arg(unit, number));
+  showText(place_, unit.isEmpty() ? number : QStringLiteral("%1, %2").arg(unit, number));
   setValue(lines);
 }
 
@@ -77,7 +92,7 @@ void MeasCard::setValue(const Lines& lines) {
     since_->setText({});
     return;
   }
-  value_->setText(lines.value("text"));
+  showText(value_, lines.value("text"));
   for (const Shade& shade : kQualities) {
     if (lines.value("quality") != QLatin1String(shade.quality)) continue;
     since_->setText(QStringLiteral("%1, %2").arg(QString::fromUtf8(shade.text), lines.value("timeText")));

@@ -34,6 +34,9 @@ class MeasCard : public QWidget {
 // A label of the width of its panel, for one line or several.
 QLabel* wideLabel(QWidget* parent, const char* objectName);
 
+// Puts a text into such a label. A word that is longer than the label is broken: no end of a name is cut off.
+void showText(QLabel* label, const QString& text);
+
 // A line that tells what is wrong (red) or how things stand.
 void showNotice(QLabel* label, const QString& text, bool bad);
 

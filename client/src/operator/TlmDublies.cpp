@@ -134,14 +134,17 @@ void TlmDublies::SetObject(QString key, CTlmCliSes* session) {
   p.session = session;
   p.number->clear();
   const QByteArray encoded = tlm::serverCodec()->fromUnicode(key);
-  p.loaded = p.list.load(session, encoded);
+  const tlm::Duplicates::Load load = p.list.load(session, encoded);
+  p.loaded = load == tlm::Duplicates::kLoaded;
   const tlm::Answer answer =
       tlm::ask(session, "MeasParams", tlm::line("locId", QByteArray::number(p.list.number())), kAnswerMs);
   const tlm::Lines lines(answer.text);
-  p.heading->setText(QStringLiteral("№ %1  %2").arg(lines.value("locId"), lines.value("name")));
+  tlm::showText(p.heading, QStringLiteral("№ %1  %2").arg(lines.value("locId"), lines.value("name")));
   p.heading->setVisible(answer.good());
   fill();
-  tell(p.loaded ? QString() : QStringLiteral("Сервер не дал списка дублей."));
+  tell(load == tlm::Duplicates::kGone ? QStringLiteral("Измерения больше нет на сервере.")
+       : p.loaded                     ? QString()
+                                      : QStringLiteral("Сервер не дал списка дублей."));
   p.table->setCurrentCell(0, kNumber);
   moveToCenter();
 }

@@ -3,6 +3,7 @@
 #include <TlmClient/CTlmCliSes.h>
 #include <TlmClient/GenGuid32.h>
 #include <TlmMdx/values.h>
+#include <TlmWire/messages.h>
 
 #include <QTextCodec>
 
@@ -34,20 +35,23 @@ int numberOf(const CMDArray& rows, const MDRData* record, const char* field, int
   return handle && MDRGetAsInt32(handle, record, &number) >= 0 ? number : otherwise;
 }
 
-// The table that a request answers with. False without one.
-bool askTable(CTlmCliSes* session, const char* name, const QByteArray& body, CMDArray* into) {
+constexpr int kNoAnswer = -1;
+
+// Takes the table that a request answers with. Returns the status of the answer.
+int askTable(CTlmCliSes* session, const char* name, const QByteArray& body, CMDArray* into) {
   MDXCliParam* reply = nullptr;
   const auto* bytes = reinterpret_cast<const unsigned char*>(body.constData());
-  if (!session || !session->PacketExec(name, bytes, body.size(), &reply)) return false;
-  if (!session->WaitResult(&reply, kAnswerMs) || !reply) return false;
-  int32_t status = -1;
+  if (!session || !session->PacketExec(name, bytes, body.size(), &reply)) return kNoAnswer;
+  if (!session->WaitResult(&reply, kAnswerMs) || !reply) return kNoAnswer;
+  int32_t status = kNoAnswer;
   int length = 0;
   void* data = nullptr;
-  const bool given = MDRGetAsInt32(MDXParamFld(reply, MDX_REPLY_STATUS), reply, &status) >= 0 && status == 0 &&
-                     MDRGetTextRef(MDXParamFld(reply, MDX_REPLY_PAYLOAD), reply, &length, &data) >= 0 && data &&
-                     MDXArrayUnPackN(into->array, data, static_cast<size_t>(length), 1) == 0;
+  MDRGetAsInt32(MDXParamFld(reply, MDX_REPLY_STATUS), reply, &status);
+  if (status == wire::kOk && (MDRGetTextRef(MDXParamFld(reply, MDX_REPLY_PAYLOAD), reply, &length, &data) < 0 ||
+                              !data || MDXArrayUnPackN(into->array, data, static_cast<size_t>(length), 1) != 0))
+    status = kNoAnswer;
   session->PrmFree(reply);
-  return given;
+  return status;
 }
 
 // The body of "RecByKey": the rows of a table that have a value in one of its keys.
@@ -72,16 +76,19 @@ void put(CMDArray* rows, MDRData* record, const char* field, const MDRVar& value
 }  // namespace
 
 bool Duplicates::read(CTlmCliSes* session, CMDArray* found) const {
-  return askTable(session, "RecByKey", keyQuestion(kTable, kByMeasurement, measurement_), found);
+  return askTable(session, "RecByKey", keyQuestion(kTable, kByMeasurement, measurement_), found) == wire::kOk;
 }
 
-bool Duplicates::load(CTlmCliSes* session, const QByteArray& measurement) {
+Duplicates::Load Duplicates::load(CTlmCliSes* session, const QByteArray& measurement) {
   rows_.clear();
   kept_.clear();
   measurement_ = measurement;
+  own_ = 0;
   CMDArray own;
   CMDArray found;
-  if (!askTable(session, "RecByKeyLink", measurement, &own) || !read(session, &found)) return false;
+  const int status = askTable(session, "RecByKeyLink", measurement, &own);
+  if (status == wire::kNotFound) return kGone;
+  if (status != wire::kOk || !read(session, &found)) return kFailed;
   own_ = MDARecCount(own.array) > 0 ? numberOf(own, MDARec(own.array, 0, 0), "locId", 0) : 0;
   for (int i = 0; i < MDARecCount(found.array); ++i) {
     const MDRData* const record = MDARec(found.array, 0, i);
@@ -96,7 +103,7 @@ bool Duplicates::load(CTlmCliSes* session, const QByteArray& measurement) {
   }
   std::stable_sort(kept_.begin(), kept_.end(), [](const Kept& a, const Kept& b) { return a.priority < b.priority; });
   for (const Kept& kept : qAsConst(kept_)) rows_.append(kept.row);
-  return true;
+  return kLoaded;
 }
 
 void Duplicates::describe(CTlmCliSes* session, Duplicate* row) const {
@@ -181,7 +188,7 @@ void Duplicates::fillChanges(CMDArray* changes) const {
 
 bool Duplicates::save(CTlmCliSes* session, QString* problem) const {
   CMDArray changes;
-  if (!askTable(session, "TableStructure", kTable, &changes)) {
+  if (askTable(session, "TableStructure", kTable, &changes) != wire::kOk) {
     *problem = QStringLiteral("Сервер не ответил, ничего не записано.");
     return false;
   }

@@ -27,8 +27,9 @@ struct Duplicate {
 // GUI thread only. Does not keep the session.
 class Duplicates {
  public:
-  // False when the server does not answer; the list is empty then.
-  bool load(CTlmCliSes* session, const QByteArray& measurement);
+  enum Load { kLoaded, kGone, kFailed };
+  // The list is empty when the measurement is gone or the server does not answer.
+  Load load(CTlmCliSes* session, const QByteArray& measurement);
 
   const QList<Duplicate>& rows() const { return rows_; }
   int number() const { return own_; }  // of the measurement that they stand in for

@@ -67,6 +67,11 @@ QString refusalText(const Answer& answer) {
   return answer.why.isEmpty() ? QStringLiteral("Сервер отказал.") : answer.why;
 }
 
+QString goneText(const Answer& answer) {
+  return answer.good() ? QStringLiteral("Этот номер теперь у другого измерения.")
+                       : QStringLiteral("Измерения больше нет на сервере.");
+}
+
 int Lines::find(const char* name) const {
   const QByteArray start = QByteArray(name) + '=';
   if (text_.startsWith(start)) return start.size();

@@ -36,6 +36,9 @@ Answer ask(CTlmCliSes* session, const char* name, const QByteArray& body, int ti
 // What the operator is told when a request was not carried out.
 QString refusalText(const Answer& answer);
 
+// What he is told when "MeasParams" does not answer with the measurement that his panel was opened for.
+QString goneText(const Answer& answer);
+
 // Lines of name=value, as the server sends them.
 class Lines {
  public:

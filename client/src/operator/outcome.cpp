@@ -7,17 +7,18 @@ namespace {
 
 struct Outcome {
   const char* state;
-  bool receipted;
   const char* text;
 };
 
+constexpr char kDone[] = "done";
+
 constexpr Outcome kOutcomes[] = {
-    {"done", true, "Команда выполнена."},
-    {"refused", true, "Команда не выполнена: устройство отказало."},
-    {"timeout", true, "Команда не выполнена по таймауту."},
-    {"rejected", false, "Команда не подана: сервер её не принял."},
-    {"none", false, "Команда не дошла до сервера и выполнена не будет."},
-    {"forgotten", false, "Сервер был запущен заново: выполнена ли команда, не известно. Проверьте положение объекта."},
+    {kDone, "Команда выполнена."},
+    {"refused", "Команда не выполнена: устройство отказало."},
+    {"timeout", "Команда не выполнена по таймауту."},
+    {"rejected", "Команда не подана: сервер её не принял."},
+    {"none", "Команда не дошла до сервера и выполнена не будет."},
+    {"forgotten", "Сервер уже не помнит этой команды: выполнена ли она, не известно. Проверьте положение объекта."},
 };
 
 const Outcome* outcomeOf(const Lines& lines) {
@@ -30,10 +31,7 @@ const Outcome* outcomeOf(const Lines& lines) {
 
 }  // namespace
 
-bool isReceipted(const Lines& outcome) {
-  const Outcome* const known = outcomeOf(outcome);
-  return known && known->receipted;
-}
+bool isDone(const Lines& outcome) { return outcome.value("state") == QLatin1String(kDone); }
 
 QString outcomeText(const Lines& outcome) {
   const Outcome* const known = outcomeOf(outcome);

@@ -8,8 +8,7 @@ namespace tlm {
 
 class Lines;
 
-// Whether the server has published a receipt of that outcome.
-bool isReceipted(const Lines& outcome);
+bool isDone(const Lines& outcome);  // executed, and nothing else
 
 QString outcomeText(const Lines& outcome);  // of the lines that "CommandOutcome" answers with
 QString unknownText();                      // while no answer came
