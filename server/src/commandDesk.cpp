@@ -9,6 +9,7 @@ namespace tlm::server {
 namespace {
 
 constexpr double kRemembered = 600.0 / 86400;          // days that an ended command is known
+constexpr size_t kMostEntries = 4'000;                 // commands that are known at a time
 constexpr auto kLook = std::chrono::milliseconds(50);  // between two looks at the clock while commands are under way
 
 wire::Reply refused(const char* why) { return wire::Reply::failure(wire::kRefused, toCodePage(why)); }
@@ -46,12 +47,13 @@ std::optional<wire::Reply> CommandDesk::enter(const std::string& identity) {
   const std::lock_guard lock(mutex_);
   const double now = clock_();
   forgetOld(now);
-  const auto [place, added] = entries_.try_emplace(identity);
-  if (added) {
-    place->second.entered = now;
+  const auto known = entries_.find(identity);
+  if (known == entries_.end()) {
+    if (entries_.size() >= kMostEntries) return refused("Слишком много команд за последние минуты.");
+    entries_[identity].since = now;
     return std::nullopt;
   }
-  const Entry& entry = place->second;
+  const Entry& entry = known->second;
   if (entry.state == State::kChecking) return refused("Эта команда уже проверяется.");
   if (entry.state == State::kGivenUp) return refused("Команда отменена: о ней уже спрашивали как о не дошедшей.");
   return entry.reply;
@@ -61,6 +63,7 @@ wire::Reply CommandDesk::reject(const std::string& identity, wire::Reply reply) 
   const std::lock_guard lock(mutex_);
   Entry& entry = entries_[identity];
   entry.state = State::kRejected;
+  entry.since = clock_();
   entry.reply = reply;
   return reply;
 }
@@ -110,10 +113,11 @@ void CommandDesk::answer(const std::string& identity, DeviceAnswer how) {
 // The state is another before the receipt goes out, so that no second one can.
 void CommandDesk::finish(Entry& entry, State state, ReceiptKind receipt, std::unique_lock<std::mutex>& lock) {
   entry.state = state;
+  entry.since = clock_();
   const Command& command = entry.command;
   wire::Event event;
   event.kind = receipt;
-  event.time = clock_();
+  event.time = entry.since;
   event.key = command.key;
   event.param = "id=" + std::to_string(command.what.locId) + ",cmd=" + std::to_string(command.what.state);
   event.user = command.user;
@@ -124,12 +128,14 @@ void CommandDesk::finish(Entry& entry, State state, ReceiptKind receipt, std::un
 std::string CommandDesk::outcome(const std::string& identity, double issued) {
   const std::lock_guard lock(mutex_);
   const double now = clock_();
-  const auto [place, added] = entries_.try_emplace(identity);
-  Entry& entry = place->second;
-  if (added) {
-    entry.entered = now;
+  forgetOld(now);
+  if (entries_.count(identity) == 0) {
+    if (entries_.size() >= kMostEntries) return "state=forgotten\n";
+    Entry& entry = entries_[identity];
+    entry.since = now;
     entry.state = State::kGivenUp;
   }
+  const Entry& entry = entries_[identity];
   switch (entry.state) {
     case State::kChecking:
     case State::kRunning:
@@ -145,13 +151,18 @@ std::string CommandDesk::outcome(const std::string& identity, double issued) {
     case State::kGivenUp:
       break;
   }
-  return issued < started_ ? "state=forgotten\n" : "state=none\n";
+  return mayBeForgotten(issued, now) ? "state=forgotten\n" : "state=none\n";
+}
+
+// It may have come with a time that was a little ahead.
+bool CommandDesk::mayBeForgotten(double issued, double now) const {
+  return issued < started_ || now - issued > kRemembered - kCommandAge;
 }
 
 void CommandDesk::forgetOld(double now) {
   std::erase_if(entries_, [&](const auto& each) {
     const State state = each.second.state;
-    return state != State::kRunning && state != State::kChecking && now - each.second.entered > kRemembered;
+    return state != State::kRunning && state != State::kChecking && now - each.second.since > kRemembered;
   });
 }
 

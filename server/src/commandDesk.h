@@ -56,15 +56,15 @@ class CommandDesk {
   wire::Reply start(const Command& command);
 
   // What became of a command, as lines of name=value: "state" is running, done, refused, timeout, rejected (with
-  // "why"), none (it is not known here, and will not be carried out any more) or forgotten (issued before this server
-  // started).
+  // "why"), none (it never came here, and will not be carried out any more) or forgotten (issued before this server
+  // started, or so long ago that its end may be forgotten: not known).
   std::string outcome(const std::string& identity, double issued);
 
  private:
   enum class State { kChecking, kRunning, kDone, kRefused, kTimeout, kRejected, kGivenUp };
   struct Entry {
     State state = State::kChecking;
-    double entered = 0;
+    double since = 0;  // when it was entered, and then when it ended
     double deadline = 0;
     wire::Reply reply;
     Command command;
@@ -79,6 +79,7 @@ class CommandDesk {
   void answer(const std::string& identity, DeviceAnswer how);
   void finish(Entry& entry, State state, ReceiptKind receipt, std::unique_lock<std::mutex>& lock);
   void forgetOld(double now);
+  bool mayBeForgotten(double issued, double now) const;
   bool busy(int32_t locId) const;
   void watch();
   bool expireOne(std::unique_lock<std::mutex>& lock);

@@ -384,16 +384,19 @@ Reply Core::State::control(std::string_view body, const Caller& caller) {
 
 Reply Core::State::permit(const Order& order, const Caller& caller, Command* command) {
   Signal signal;
-  {
+  const auto look = [&] {
     const std::shared_lock lock(tablesMutex);
-    if (Reply reply = findSignal(tables, live, order, &signal); reply.status != wire::kOk) return reply;
-  }
+    return findSignal(tables, live, order, &signal);
+  };
+  if (Reply reply = look(); reply.status != wire::kOk) return reply;
   const std::string user = order.user.empty() ? toCodePage(caller.user) : order.user;
   std::optional<std::string_view> password;
   if (signal.asksPassword || !order.password.empty()) password = order.password;
   if (Reply reply = verdictReply(operators.check(Operators::Right::kControl, user, password, options.clock()));
       reply.status != wire::kOk)
     return reply;
+  // The password took its time: meanwhile the signal may have been blocked, changed or given another number.
+  if (Reply reply = look(); reply.status != wire::kOk) return reply;
   *command = {order.identity, signal.key, fromCodePage(user), {order.locId, order.state}, order.issued, signal.timeout};
   return {};
 }

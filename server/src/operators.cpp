@@ -19,6 +19,7 @@ Verdict Operators::check(Right right, const std::string& name, std::optional<std
   const MDArray* rows = users_.rows();
   const MDRData* row = users_.find(keyOfName("user " + name));
   if (password) {
+    const std::lock_guard oneAtATime(mutex_);  // tries that come together are counted before the next is looked at
     if (locked(name, now)) return Verdict::kLocked;
     const bool fits = passwordFits(std::string(row ? textOf(rows, row, "password") : std::string_view{}), *password);
     note(name, fits, now);
@@ -29,14 +30,12 @@ Verdict Operators::check(Right right, const std::string& name, std::optional<std
   return intOf(rows, row, field) == 1 ? Verdict::kGranted : Verdict::kNoRight;
 }
 
-bool Operators::locked(const std::string& name, double now) {
-  const std::lock_guard lock(mutex_);
+bool Operators::locked(const std::string& name, double now) const {
   const auto found = tries_.find(name);
   return found != tries_.end() && now < found->second.lockedUntil;
 }
 
 void Operators::note(const std::string& name, bool right, double now) {
-  const std::lock_guard lock(mutex_);
   if (right) {
     tries_.erase(name);
     return;

@@ -37,7 +37,8 @@ class Operators {
     double last = 0;
   };
 
-  bool locked(const std::string& name, double now);
+  // With the mutex held.
+  bool locked(const std::string& name, double now) const;
   void note(const std::string& name, bool right, double now);
 
   OwnTable users_;
