@@ -25,7 +25,7 @@ class ExactIndex {
   }
 
   void fetchSlot(const Words<4>& words) const {
-    if (!slots_.empty()) __builtin_prefetch(&slots_[home(hashOf(words))]);
+    if (!slots_.empty()) fetch(&slots_[home(hashOf(words))], sizeof(Slot));
   }
 
   // Asks for the record that seems to have these words.
@@ -33,7 +33,7 @@ class ExactIndex {
     const uint64_t hash = hashOf(words);
     if (slots_.empty()) return;
     for (size_t at = home(hash); slots_[at].record; at = next(at)) {
-      if (slots_[at].hash == hash) return fetch(slots_[at].record, 2 * kLine);
+      if (slots_[at].hash == hash) return fetch(slots_[at].record, 3 * kLine);  // it may begin within a line
     }
   }
 

@@ -358,9 +358,9 @@ void Key::buildTree(Tree<W>& tree, const std::vector<MDRData*>& records) {
     entries[i].arrival = static_cast<uint32_t>(i);
   }
   const auto lower = [&](const SortEntry<W>& a, const SortEntry<W>& b) {
-    // Nearly all texts differ in the first word; comparing it inline saves two calls for each pair.
-    if (a.words[0] != b.words[0]) return a.words[0] < b.words[0];
-    if (a.words != b.words) return a.words < b.words;
+    // Word by word, inline: comparing arrays costs a call for each pair.
+    for (int w = 0; w < W; ++w)
+      if (a.words[w] != b.words[w]) return a.words[w] < b.words[w];
     bool decided = form_ == Form::number;
     if constexpr (W == 4) decided = decides(a.words);
     const int order = decided ? 0 : compare(records[a.arrival], records[b.arrival]);

@@ -29,6 +29,12 @@ MDX_API int MDXRecsAddNew(MDArray* array, MDRData* const* records, int count, in
  */
 MDX_API int MDXRecsSeek(const MDArray* array, int key, const MDRVar* values, int count, MDRData** found);
 
+/*
+ * Asks for the memory of a field's value ahead of its use, without a look at the record. Nothing for null pointers.
+ * The record is one of the table of the field.
+ */
+MDX_API void MDXRecFetch(const MDRField* field, const MDRData* record);
+
 /* What a run of seeks remembers; zeros to begin with. Good until the table changes. */
 typedef struct MDXNear {
   MDRData* last;   /* found before */

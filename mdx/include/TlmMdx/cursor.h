@@ -45,6 +45,7 @@ class Cursor {
     const auto* record = reinterpret_cast<const char*>(cursor_.records[cursor_.index + kSteps]);
     __builtin_prefetch(record);
     __builtin_prefetch(record + 64);
+    asm volatile("" : : "r"(record));  // or the compiler takes the call for one without effect, and leaves it out
   }
 
   // What the key tells about the record at hand: MDX_CURSOR_*. With MDX_CURSOR_OTHER read the record.
