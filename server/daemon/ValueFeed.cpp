@@ -130,7 +130,7 @@ void ValueFeed::take() {
   values_.clear();
   values_.reserve(static_cast<size_t>(batch_.values_size()));
   for (const v1::FieldValue& value : batch_.values()) values_.push_back(valueOf(value));
-  const FieldAnswer taken = takeValues(house_.core_, values_, systemTime());
+  const FieldAnswer taken = takeValues(house_.core_, values_, systemTime(), &places_);
   answer_.Clear();
   answer_.set_taken(static_cast<uint32_t>(taken.taken));
   answer_.set_beneath(static_cast<uint32_t>(taken.beneath));

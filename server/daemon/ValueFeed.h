@@ -78,6 +78,7 @@ class ValueFeed : public ValueFeeds::Reactor {
   v1::ValueBatch batch_;
   v1::ValueAnswer answer_;
   std::vector<FieldValue> values_;
+  FieldPlaces places_;
   std::mutex mutex_;
   ValueFeeds::Clock::time_point since_ = ValueFeeds::Clock::now();  // of the answer on its way, or the first wait
   bool heard_ = false;

@@ -98,7 +98,7 @@ struct Core::State {
         manualValues(catalogue, "ManualValues"),
         commands(options.clock,
                  [this](wire::Event event) { publisher.publish(std::vector<wire::Event>{std::move(event)}); }) {
-    live.setListener([this](int32_t locId, const LiveValue& value) { publisher.publish(locId, value); });
+    live.setListener([this](std::span<const Shown> values) { publisher.publish(values); });
   }
 
   bool load(std::string* error);
@@ -231,19 +231,8 @@ std::vector<wire::Event> Core::State::eventsOf(const ChangeSet& changes, const C
 
 void Core::State::apply(const ChangeSet& changes) {
   const std::unique_lock lock(tablesMutex);
-  for (const PlannedChange& change : changes.changes()) apply(change);
-}
-
-void Core::State::apply(const PlannedChange& change) {
-  MDArray* array = tables.table(change.table->name);
-  MDRData* record = seekKey(array, change.key);
-  if (!change.row) {
-    MDARecDel(record);
-    return;
-  }
-  record = record ? MDARecEdit(record) : MDARecNew(array);
-  copyRow(change.row, record);
-  MDARecPost(record, nullptr);
+  changes.apply();
+  tables.touch();
 }
 
 void Core::State::forgetOldEvents() {

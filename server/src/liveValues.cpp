@@ -33,30 +33,45 @@ std::string valueText(const LiveValue& value, int decimals) {
 }
 
 Taken LiveValues::set(int32_t locId, LiveValue value) {
-  const std::lock_guard lock(mutex_);
-  return take(locId, entries_[locId], std::move(value));
+  FieldItem item{locId, false, std::move(value)};
+  setAll({&item, 1});
+  return item.taken;
 }
 
 Taken LiveValues::setQuality(int32_t locId, Quality quality, double time) {
+  FieldItem item{locId, true, {time, quality, 0.0}};
+  setAll({&item, 1});
+  return item.taken;
+}
+
+void LiveValues::setAll(std::span<FieldItem> items) {
   const std::lock_guard lock(mutex_);
-  const auto found = entries_.find(locId);
+  shown_.clear();
+  for (FieldItem& item : items) {
+    item.taken = take(item);
+    if (item.taken == Taken::kShown) shown_.push_back({item.locId, &item.value});
+  }
+  if (listener_ && !shown_.empty()) listener_(shown_);
+}
+
+Taken LiveValues::take(FieldItem& item) {
+  if (!item.marks) return take(entries_[item.locId], item.value);
+  const auto found = entries_.find(item.locId);
   if (found == entries_.end() || !found->second.fed) return Taken::kNothing;
   Entry& entry = found->second;
-  LiveValue value = entry.manual ? *entry.beneath : *entry.current;
-  value.quality = quality;
-  value.time = time;
-  return take(locId, entry, std::move(value));
+  item.value.value = (entry.manual ? entry.beneath : entry.current)->value;
+  return take(entry, item.value);
 }
 
 bool LiveValues::simulate(int32_t locId, LiveValue value) {
   const std::lock_guard lock(mutex_);
   Entry& entry = entries_[locId];
   if (entry.fed) return false;
-  put(locId, entry, std::move(value));
+  if (put(entry, value)) tell(locId, value);
   return true;
 }
 
-Taken LiveValues::take(int32_t locId, Entry& entry, LiveValue value) {
+Taken LiveValues::take(Entry& entry, const LiveValue& value) const {
   if (!std::exchange(entry.fed, true)) {
     entry.history.clear();
     if (entry.manual) remember(entry, *entry.current);
@@ -65,17 +80,16 @@ Taken LiveValues::take(int32_t locId, Entry& entry, LiveValue value) {
     return covered ? Taken::kBeneath : remember(entry, value) ? Taken::kLate : Taken::kTooLate;
   }
   entry.fedAt = value.time;
-  return put(locId, entry, std::move(value)) ? Taken::kShown : Taken::kBeneath;
+  return put(entry, value) ? Taken::kShown : Taken::kBeneath;
 }
 
 // True when it is seen.
-bool LiveValues::put(int32_t locId, Entry& entry, LiveValue value) {
-  if (entry.manual) {
-    entry.beneath = std::move(value);
-    return false;
-  }
-  show(locId, entry, std::move(value));
-  return true;
+bool LiveValues::put(Entry& entry, const LiveValue& value) const {
+  if (entry.manual)
+    entry.beneath = value;
+  else
+    show(entry, value);
+  return !entry.manual;
 }
 
 void LiveValues::setManual(int32_t locId, LiveValue value, const std::string& user) {
@@ -85,7 +99,8 @@ void LiveValues::setManual(int32_t locId, LiveValue value, const std::string& us
   entry.manual = true;
   entry.user = user;
   value.quality = Quality::kManual;
-  show(locId, entry, std::move(value));
+  show(entry, value);
+  tell(locId, value);
 }
 
 bool LiveValues::liftManual(int32_t locId, double time) {
@@ -97,7 +112,8 @@ bool LiveValues::liftManual(int32_t locId, double time) {
   LiveValue back = entry.beneath.value_or(LiveValue{time, Quality::kInvalid, entry.current->value});
   back.time = std::max(back.time, time);
   entry.beneath.reset();
-  show(locId, entry, std::move(back));
+  show(entry, back);
+  tell(locId, back);
   return true;
 }
 
@@ -135,10 +151,14 @@ void LiveValues::forget(int32_t locId) {
   entries_.erase(locId);
 }
 
-void LiveValues::show(int32_t locId, Entry& entry, LiveValue value) {
+void LiveValues::show(Entry& entry, const LiveValue& value) const {
   remember(entry, value);
-  entry.current = std::move(value);
-  if (listener_) listener_(locId, *entry.current);
+  entry.current = value;
+}
+
+void LiveValues::tell(int32_t locId, const LiveValue& value) const {
+  const Shown shown{locId, &value};
+  if (listener_) listener_({&shown, 1});
 }
 
 // The history is in the order of the times. False when it is full of newer values.

@@ -80,13 +80,17 @@ void Publisher::publish(const std::vector<wire::Event>& events) {
 }
 
 // The text is made only where somebody hears it.
-void Publisher::publish(int32_t locId, const LiveValue& value) {
+void Publisher::publish(std::span<const Shown> values) {
   const std::lock_guard lock(mutex_);
-  std::optional<wire::ParamValue> told;
-  for (const auto& [subscriber, subscription] : subscriptions_) {
-    if (subscription.locIds.count(locId) == 0) continue;
-    if (!told) told = wire::ParamValue{locId, value.time, static_cast<int32_t>(value.quality), valueText(value)};
-    subscriber->onValue(*told);
+  if (std::all_of(subscriptions_.begin(), subscriptions_.end(), [](const auto& s) { return s.second.locIds.empty(); }))
+    return;
+  for (const auto& [locId, value] : values) {
+    std::optional<wire::ParamValue> told;
+    for (const auto& [subscriber, subscription] : subscriptions_) {
+      if (subscription.locIds.count(locId) == 0) continue;
+      if (!told) told = wire::ParamValue{locId, value->time, static_cast<int32_t>(value->quality), valueText(*value)};
+      subscriber->onValue(*told);
+    }
   }
 }
 

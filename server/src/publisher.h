@@ -50,7 +50,7 @@ class Publisher {
   size_t subscribers() const;
 
   void publish(const std::vector<wire::Event>& events);
-  void publish(int32_t locId, const LiveValue& value);
+  void publish(std::span<const Shown> values);
 
  private:
   struct Subscription {

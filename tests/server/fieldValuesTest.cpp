@@ -19,9 +19,9 @@ FieldValue written(int32_t locId, std::string_view value) { return {{}, locId, W
 
 class FieldValues : public ServerTest {
  protected:
-  FieldAnswer take(const std::vector<FieldValue>& values) const { return takeValues(*core, values, kNow); }
+  FieldAnswer take(const std::vector<FieldValue>& values) { return takeValues(*core, values, kNow, &places); }
   // Why the one value is refused; 0 when it is taken.
-  int why(const FieldValue& value) const {
+  int why(const FieldValue& value) {
     const FieldAnswer answer = take({value});
     return answer.refused.empty() ? 0 : static_cast<int>(answer.refused[0].why);
   }
@@ -29,6 +29,8 @@ class FieldValues : public ServerTest {
     const auto value = core->live().current(locId);
     return value ? valueText(*value) : "none";
   }
+
+  FieldPlaces places;
 };
 
 TEST_F(FieldValues, EachKindTakesItsOwn) {
@@ -157,6 +159,25 @@ TEST_F(FieldValues, AQualityAloneMarksTheLastValue) {
   EXPECT_EQ(why({{}, 1001, {}, 0, 0}), 9);
   EXPECT_EQ(why({{}, 1001, {}, 3, 0}), 0);
   EXPECT_EQ(core->live().current(1001), (LiveValue{kNow, Quality::kInvalid, 5.0}));
+}
+
+TEST_F(FieldValues, AChangeOfTheModelIsSeenByTheNextValue) {
+  EXPECT_EQ(why(number(1001, 1)), 0);
+  EXPECT_EQ(why(number(2001, 1)), 1);
+  ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"locId", test::number(2001)}})}), wire::kOk);
+  EXPECT_EQ(why(number(1001, 1)), 1);
+  EXPECT_EQ(why(number(2001, 2)), 0);
+  EXPECT_EQ(shown(1001), "none");
+  EXPECT_EQ(shown(2001), "2");
+}
+
+TEST_F(FieldValues, MoreMeasurementsThanAreRememberedAreTakenAllTheSame) {
+  for (int locId = 0; locId < 100'000; ++locId) {
+    const bool there = locId >= 1001 && locId <= 1003;
+    ASSERT_EQ(why(number(locId, 1)), there ? 0 : locId == 1004 ? 3 : 1) << locId;
+  }
+  EXPECT_EQ(why(number(1001, 2)), 0);
+  EXPECT_EQ(shown(1001), "2");
 }
 
 TEST_F(FieldValues, AValueByHandStaysOnTop) {

@@ -87,7 +87,7 @@ TEST(LiveValues, AValueOlderThanOneThatCameBeforeTakesItsPlaceInTheHistory) {
   values.set(5, value(1, 10));
   values.set(5, value(3, 30));
   int told = 0;
-  values.setListener([&](int32_t, const LiveValue&) { ++told; });
+  values.setListener([&](std::span<const Shown> shown) { told += static_cast<int>(shown.size()); });
   EXPECT_EQ(values.set(5, value(2, 20)), Taken::kLate);
   EXPECT_EQ(told, 0);
   EXPECT_EQ(values.current(5), value(3, 30));

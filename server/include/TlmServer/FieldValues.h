@@ -4,6 +4,7 @@
 
 #include <TlmServer/LiveValues.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -54,12 +55,40 @@ struct RefusedValue {
 struct FieldAnswer {
   size_t taken = 0;
   size_t beneath = 0;  // of those: kept beneath a value by hand
-  std::vector<RefusedValue> refused;
+  std::vector<RefusedValue> refused;  // in their order
+};
+
+enum class FieldKind : uint8_t { kNone, kOutOfWork, kAnalog, kDiscrete, kAccumulator, kString };
+
+// What values for a measurement have to keep to.
+struct FieldPlace {
+  int32_t locId = 0;
+  FieldKind kind = FieldKind::kNone;  // kNone: there is no such measurement
+  uint32_t longest = 0;               // of a text, bytes
+};
+
+// What whoever hands in values remembers of the measurements that he names, so that the model is asked about each only
+// once as long as it stays as it is. One thread at a time.
+class FieldPlaces {
+ public:
+  using Name = std::array<char, 32>;
+
+  // Where the place of that name is kept, or is to be kept. It counts when the version is that of the tables.
+  struct Slot {
+    Name name{};
+    uint64_t version = 0;
+    FieldPlace place;
+  };
+  Slot& slot(const Name& name);
+
+ private:
+  static constexpr size_t kSlots = size_t{1} << 15;  // those that meet in one drive each other out
+  std::vector<Slot> slots_;
 };
 
 // Takes the values in their order; what is wrong with one concerns no other. A measurement out of its scale is taken as
 // it is: the scale says what can be shown, not what can be measured. `now` in days. Any thread.
-FieldAnswer takeValues(Core& core, std::span<const FieldValue> values, double now);
+FieldAnswer takeValues(Core& core, std::span<const FieldValue> values, double now, FieldPlaces* places);
 
 }  // namespace tlm::server
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <variant>
@@ -38,10 +39,24 @@ enum class Taken {
   kNothing,  // a new quality of a value that is not there
 };
 
+// One value from the field among many.
+struct FieldItem {
+  int32_t locId = 0;
+  bool marks = false;  // quality and time are of the last value from the field, which `value` becomes
+  LiveValue value;
+  Taken taken = Taken::kNothing;  // afterwards
+};
+
+// A current value that has changed.
+struct Shown {
+  int32_t locId;
+  const LiveValue* value;
+};
+
 // May be used from any thread.
 class LiveValues {
  public:
-  using Listener = std::function<void(int32_t locId, const LiveValue&)>;
+  using Listener = std::function<void(std::span<const Shown>)>;
 
   // Keeps at most `kept` values of each measurement, the newest ones.
   explicit LiveValues(size_t kept = 128) : kept_(kept) {}
@@ -53,6 +68,7 @@ class LiveValues {
   // A value from the field. While a manual value stands it is kept beneath that. The first one drops what was
   // simulated.
   Taken set(int32_t locId, LiveValue value);
+  void setAll(std::span<FieldItem> items);  // in their order
 
   // The last value from the field with another quality, such as of a channel that fell silent.
   Taken setQuality(int32_t locId, Quality quality, double time);
@@ -94,15 +110,18 @@ class LiveValues {
     std::deque<LiveValue> history;
   };
 
-  Taken take(int32_t locId, Entry& entry, LiveValue value);
-  bool put(int32_t locId, Entry& entry, LiveValue value);
-  void show(int32_t locId, Entry& entry, LiveValue value);
+  Taken take(FieldItem& item);
+  Taken take(Entry& entry, const LiveValue& value) const;
+  bool put(Entry& entry, const LiveValue& value) const;
+  void show(Entry& entry, const LiveValue& value) const;
+  void tell(int32_t locId, const LiveValue& value) const;
   bool remember(Entry& entry, const LiveValue& value) const;
 
   const size_t kept_;
   Listener listener_;
   mutable std::mutex mutex_;
   std::unordered_map<int32_t, Entry> entries_;
+  std::vector<Shown> shown_;  // of the items at hand
 };
 
 }  // namespace tlm::server

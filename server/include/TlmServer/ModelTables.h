@@ -4,6 +4,7 @@
 
 #include <TlmServer/Catalogue.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -25,6 +26,10 @@ class ModelTables {
   MDArray* table(std::string_view name) const;  // null when unknown; case respected
   const Catalogue& catalogue() const { return catalogue_; }
 
+  // Another number after each change of a row, from 1.
+  uint64_t version() const { return version_; }
+  void touch() { ++version_; }
+
   void makeKeys();  // once, after kLater
 
   // Of one table, with what makes the seeks of whole object keys cheap. Different tables may have it done at once.
@@ -38,6 +43,7 @@ class ModelTables {
 
   const Catalogue& catalogue_;
   std::unordered_map<std::string, MDArray*, Hash, std::equal_to<>> tables_;
+  uint64_t version_ = 1;
 };
 
 }  // namespace tlm::server
