@@ -231,8 +231,20 @@ std::vector<wire::Event> Core::State::eventsOf(const ChangeSet& changes, const C
 
 void Core::State::apply(const ChangeSet& changes) {
   const std::unique_lock lock(tablesMutex);
-  changes.apply();
+  for (const PlannedChange& change : changes.changes()) apply(change);
   tables.touch();
+}
+
+void Core::State::apply(const PlannedChange& change) {
+  MDArray* array = tables.table(change.table->name);
+  MDRData* record = seekKey(array, change.key);
+  if (!change.row) {
+    MDARecDel(record);
+    return;
+  }
+  record = record ? MDARecEdit(record) : MDARecNew(array);
+  copyRow(change.row, record);
+  MDARecPost(record, nullptr);
 }
 
 void Core::State::forgetOldEvents() {
