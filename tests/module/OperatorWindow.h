@@ -71,7 +71,7 @@ class OperatorWindow : public ModuleWindow {
 
   void SetUp() override {
     server.core()->setDevice(device);
-    for (const int signal : {2001, 2003, 2005})
+    for (const int signal : {2001, 2003, 2005, 2006})
       server.core()->live().set(signal, {server::systemTime(), server::Quality::kGood, 0.0});
     server.core()->live().set(1001, {server::systemTime(), server::Quality::kGood, 42.5});
     start();

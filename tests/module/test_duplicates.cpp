@@ -107,6 +107,14 @@ TEST_F(DuplicatesPanel, StayOpenWhenTheServerRefuses) {
   EXPECT_TRUE(panel()->isEdited());
 }
 
+TEST_F(DuplicatesPanel, UseTheWholeWidthForTheirTable) {
+  choose("Всё есть", module->actDubl);
+  int width = 0;
+  for (int column = 0; column < table()->columnCount(); ++column) width += table()->columnWidth(column);
+  EXPECT_EQ(width, table()->viewport()->width());
+  EXPECT_GT(table()->columnWidth(2), 290);
+}
+
 TEST_F(DuplicatesPanel, TellWhatIsNotThereAndWhatHasNoValue) {
   choose("Не задано", module->actDubl);
   EXPECT_EQ(rows(), "777 on 0, 1001 off 0");

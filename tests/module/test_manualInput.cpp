@@ -9,13 +9,15 @@ class ManualInput : public OperatorWindow {
   CPopManualInput* panel() { return module->popManualInput; }
   QString valueOf(int locId) {
     const auto value = server.core()->live().current(locId);
-    return value ? QString::fromStdString(server::valueText(*value)) : "none";
+    return value ? QString::fromLatin1(server::valueText(*value).c_str()) : "none";
   }
   // The panel looks more often than an operator would want.
   bool comes(const std::function<bool()>& condition) {
     panel()->refreshTimer.setInterval(30);
     return processUntil(condition);
   }
+  // A text as valueOf gives it: byte by byte.
+  QString latin(const char* text) { return QString::fromLatin1(module->moduleCodec->fromUnicode(text)); }
   bool isManual(int locId) { return server.core()->live().isManual(locId); }
 };
 
@@ -243,7 +245,10 @@ TEST_F(ManualInput, WithReversedLimitsTakesNothingAndSaysWhy) {
 
 TEST_F(ManualInput, WithoutLimitsShowsNoneAndTakesAnyNumber) {
   choose("Не задано", module->actManual);
-  EXPECT_EQ(told(panel(), "lbl_Limits"), "");
+  EXPECT_TRUE(in<QLabel>(panel(), "lbl_Limits")->isHidden());
+  enter(panel(), "le_Value", "inf");
+  press(panel(), "btn_OK");
+  EXPECT_EQ(told(panel(), "lbl_Problem"), "Это не число.");
   EXPECT_EQ(told(panel(), "lbl_Value"), "нет данных");
   EXPECT_EQ(told(panel(), "lbl_Since"), "");
   enter(panel(), "le_Value", "-123456,5");
@@ -257,6 +262,32 @@ TEST_F(ManualInput, OfACounterHasItsOwnWords) {
   enter(panel(), "le_Value", "1,5");
   press(panel(), "btn_OK");
   EXPECT_EQ(told(panel(), "lbl_Problem"), "Показание счетчика — целое число.");
+  EXPECT_EQ(app.log.filter("ManualValue"), QStringList());
+  Colleague colleague(*server.core());
+  ASSERT_TRUE(colleague.change("Accumulator", key("Wp"), {"rollover=0"}).commit());
+  module->CreateManualInputSetting(3001);
+  EXPECT_EQ(told(panel(), "lbl_Limits"), "от 0");
+  enter(panel(), "le_Value", "123456789");
+  press(panel(), "btn_OK");
+  EXPECT_EQ(valueOf(3001), "123456789");
+}
+
+TEST_F(ManualInput, OfATextWithoutABoundTakesWhatTheServerTakes) {
+  Colleague colleague(*server.core());
+  ASSERT_TRUE(colleague.change("StringMeasurement", key("Режим"), {"maxLength=0"}).commit());
+  module->CreateManualInputSetting(4001);
+  EXPECT_EQ(in<QLineEdit>(panel(), "le_Value")->maxLength(), 4096);
+  in<QLineEdit>(panel(), "le_Value")->setText("две\nстроки");
+  press(panel(), "btn_OK");
+  EXPECT_EQ(valueOf(4001), latin("две строки"));
+}
+
+TEST_F(ManualInput, TakesNothingFromANameThatLooksLikeAValue) {
+  Colleague colleague(*server.core());
+  ASSERT_TRUE(colleague.change("IdentifiedObject", key("Всё есть"), {"name_=value=7"}).commit());
+  ASSERT_TRUE(eventsAreIn());
+  module->CreateManualInputSetting(1001);
+  EXPECT_EQ(in<QLineEdit>(panel(), "le_Value")->text(), "42,5");
 }
 
 TEST_F(ManualInput, OfATextShowsAllOfItAfterAShorterOne) {

@@ -350,6 +350,19 @@ TEST_F(RemoteControl, GoesToTheStateThatWasChosen) {
   EXPECT_EQ(device->commands[0].state, 0);
 }
 
+TEST_F(RemoteControl, OfASignalWithoutAUnitNamesTheSignalAlone) {
+  Colleague colleague(*server.core());
+  ASSERT_TRUE(colleague.change("Measurement", key("Q-3"), {"RemoteUnitKey"}).commit());
+  ASSERT_TRUE(eventsAreIn());
+  module->CreateRemoteControl(2005);
+  EXPECT_EQ(told(panel(), "lbl_Place"), "№ 2005");
+  order("Петров", "wrong");
+  EXPECT_EQ(told(panel(), "lbl_Notice"), "Неверное имя оператора или пароль.");
+  enter(panel(), "le_Password", "verysecret");
+  press("btn_OK");
+  EXPECT_EQ(told(panel(), "lbl_Notice"), "Подать команду «Включить» на объект «Q-3»?");
+}
+
 TEST_F(RemoteControl, OffersToSwitchOffWhatIsOn) {
   server.core()->live().set(2001, {server::systemTime(), server::Quality::kGood, 1.0});
   choose("Q-1", module->actRemoteControl);

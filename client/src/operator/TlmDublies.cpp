@@ -70,7 +70,7 @@ void TlmDublies::build() {
   p.table->setHorizontalHeaderLabels({QStringLiteral("Вкл."), QStringLiteral("Номер"), QStringLiteral("Наименование"),
                                       QStringLiteral("Значение"), QStringLiteral("Режим")});
   for (int column = 0; column < kColumns; ++column) p.table->setColumnWidth(column, kWidths[column]);
-  p.table->horizontalHeader()->setStretchLastSection(true);
+  p.table->horizontalHeader()->setSectionResizeMode(kName, QHeaderView::Stretch);
   p.table->verticalHeader()->setDefaultSectionSize(p.table->fontMetrics().height() + 10);
   p.table->setSelectionBehavior(QAbstractItemView::SelectRows);
   p.table->setSelectionMode(QAbstractItemView::SingleSelection);

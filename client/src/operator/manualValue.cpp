@@ -39,11 +39,9 @@ QByteArray checkedNumber(const ManualRules& rules, QString text, QString* proble
   return text.toLatin1();
 }
 
-QByteArray checkedText(const ManualRules& rules, const QString& text, QString* problem) {
+QByteArray checkedText(const QString& text, QString* problem) {
   if (!serverCodec()->canEncode(text))
     *problem = QStringLiteral("В тексте есть знаки, которых нет в кодировке сервера.");
-  else if (text.size() > rules.maxLength)
-    *problem = QStringLiteral("Текст длиннее %1 знаков.").arg(rules.maxLength);
   return serverCodec()->fromUnicode(text);
 }
 
@@ -96,7 +94,7 @@ QByteArray checkedValue(const ManualRules& rules, const QString& entered, QStrin
     case ManualRules::kState:
       return entered.toLatin1();
     case ManualRules::kText:
-      return checkedText(rules, entered, problem);
+      return checkedText(entered, problem);
     default:
       return checkedNumber(rules, entered, problem);
   }

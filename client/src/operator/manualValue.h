@@ -35,7 +35,8 @@ QString whoText(const Lines& lines);
 // A value of the server as it stands in the editor: with a decimal comma.
 QString editText(const ManualRules& rules, const QString& value);
 
-// The value for the server, or what is wrong with it in *problem. Both decimal marks are taken.
+// The value for the server, or what is wrong with it in *problem. Both decimal marks are taken. The length of a text is
+// the editor's.
 QByteArray checkedValue(const ManualRules& rules, const QString& entered, QString* problem);
 
 }  // namespace tlm
