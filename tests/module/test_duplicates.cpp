@@ -172,6 +172,19 @@ TEST_F(DuplicatesPanel, AreNotEditedByWhatIsTakenBack) {
   EXPECT_FALSE(save->isEnabled());
 }
 
+TEST_F(DuplicatesPanel, AreEditedByTheirOrderAlone) {
+  Colleague colleague(*server.core());
+  ASSERT_TRUE(colleague.change("Dublies", key("Д2"), {"enabled=1", "mode=0"}).commit());
+  choose("Всё есть", module->actDubl);
+  QTest::mouseClick(in<QToolButton>(panel(), "btn_Down"), Qt::LeftButton);
+  EXPECT_TRUE(in<QPushButton>(panel(), "btn_OK")->isEnabled());
+  app.log.clear();
+  press(panel(), "btn_OK");
+  EXPECT_EQ(app.log.filter("SqlUpdate"), QStringList("SqlUpdate Dublies 2 records"));
+  choose("Всё есть", module->actDubl);
+  EXPECT_EQ(rows(), "1003 on 0, 1002 on 0");
+}
+
 TEST_F(DuplicatesPanel, WriteOnlyWhatIsAnother) {
   choose("Всё есть", module->actDubl);
   qobject_cast<QComboBox*>(table()->cellWidget(1, 4))->setCurrentIndex(1);
@@ -245,8 +258,10 @@ TEST_F(DuplicatesPanel, EnterPressesTheButtonThatHasTheFocus) {
 TEST_F(DuplicatesPanel, EnterInTheTableSavesOrCloses) {
   choose("Всё есть", module->actDubl);
   table()->setFocus();
+  app.log.clear();
   QTest::keyClick(table(), Qt::Key_Return);
   EXPECT_TRUE(panel()->isHidden());
+  EXPECT_EQ(asked(), QStringList());
   choose("Всё есть", module->actDubl);
   table()->item(0, 0)->setCheckState(Qt::Unchecked);
   table()->setFocus();
