@@ -41,26 +41,33 @@ RetroWindow::RetroWindow(StationServer& server, QWidget* parent)
   table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->setAlternatingRowColors(true);
-  table_->setColumnWidth(kTime, 170);
-  table_->setColumnWidth(kValue, 200);
-  auto* const splitter = new QSplitter(Qt::Vertical, this);
+  table_->setColumnWidth(kTime, 150);
+  table_->setColumnWidth(kValue, 120);
+  table_->setMinimumWidth(260);
+  auto* const splitter = new QSplitter(Qt::Horizontal, this);
   splitter->addWidget(chart_);
   splitter->addWidget(table_);
-  splitter->setStretchFactor(0, 3);
-  splitter->setStretchFactor(1, 2);
-  auto* const layout = new QVBoxLayout(this);
-  layout->addWidget(heading_);
+  splitter->setStretchFactor(0, 1);
+  splitter->setChildrenCollapsible(false);
+  splitter->setSizes({740, 400});
   auto* const csv = new QPushButton("Сохранить таблицу…", this);
   auto* const png = new QPushButton("Сохранить график…", this);
   connect(csv, &QPushButton::clicked, this, [this] { askAndSave("Таблица (*.csv)", &RetroWindow::saveCsv); });
   connect(png, &QPushButton::clicked, this, [this] { askAndSave("Картинка (*.png)", &RetroWindow::savePng); });
   auto* const line = new QHBoxLayout;
   line->addWidget(current_, 1);
-  line->addWidget(csv);
   line->addWidget(png);
+  line->addWidget(csv);
+  auto* const hint = new QLabel("Колесо мыши — масштаб, перетаскивание — сдвиг, двойной щелчок — весь график", this);
+  hint->setEnabled(false);
+  auto* const layout = new QVBoxLayout(this);
+  layout->setContentsMargins(14, 12, 14, 10);
+  layout->setSpacing(8);
+  layout->addWidget(heading_);
   layout->addLayout(line);
   layout->addWidget(splitter, 1);
-  resize(820, 640);
+  layout->addWidget(hint);
+  resize(1180, 620);
   connect(&timer_, &QTimer::timeout, this, [this] { refresh(); });
   timer_.start(kRefreshMs);
 }
@@ -120,6 +127,7 @@ void RetroWindow::fillTable(const std::vector<server::LiveValue>& values) {
       QTableWidgetItem* item = table_->item(row, column);
       if (!item) table_->setItem(row, column, item = new QTableWidgetItem);
       item->setText(texts[column]);
+      if (column == kValue) item->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
     }
   }
 }

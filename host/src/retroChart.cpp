@@ -1,11 +1,14 @@
 #include "retroChart.h"
 
+#include <QGraphicsLayout>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPainterPath>
 #include <QWheelEvent>
+#include <QtCharts/QLegend>
+#include <QtCharts/QValueAxis>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "objectInfo.h"
@@ -13,11 +16,41 @@
 namespace tlm {
 namespace {
 
+using QtCharts::QChart;
+using QtCharts::QValueAxis;
+using server::Quality;
+
 constexpr double kSecond = 1.0 / 86'400;
 constexpr double kShortest = 10 * kSecond;  // time that is shown at least
 constexpr int kMostTimeTicks = 8;
 constexpr int kMostValueTicks = 6;
-constexpr int kMostMarks = 120;  // a dense line needs no dots
+constexpr size_t kMostMarks = 120;  // a dense line needs no dots
+constexpr int kTop = 30;            // of the plot area: the unit of measure and the legend stand above it
+constexpr int kBottom = 10;         // below the times, which stand where the axis keeps room for labels
+constexpr double kMark = 2.8;
+
+const QColor kLine("#2f6db5");
+const QColor kUntrusted("#98a2ae");
+const QColor kGrid("#e4e9ef");
+const QColor kFrame("#9aa5b1");
+const QColor kText("#3c4652");
+const QColor kCursor("#a85a00");
+
+struct Mark {
+  Quality quality;
+  QColor colour;
+};
+const std::array<Mark, 4> kMarks = {{{Quality::kGood, kLine},
+                                     {Quality::kManual, QColor("#7a3fa0")},
+                                     {Quality::kOld, QColor("#c08a1e")},
+                                     {Quality::kInvalid, QColor("#c62828")}}};
+
+QColor markColour(Quality quality) {
+  const auto found = std::find_if(kMarks.begin(), kMarks.end(), [&](const Mark& m) { return m.quality == quality; });
+  return found == kMarks.end() ? kMarks.back().colour : found->colour;
+}
+
+bool trusted(const ChartPoint& point) { return point.quality == Quality::kGood || point.quality == Quality::kManual; }
 
 // A step of 1, 2 or 5 times a power of ten that divides a span into at most `most` parts.
 double niceStep(double span, int most) {
@@ -37,132 +70,228 @@ double timeStep(double span) {
   return span / kMostTimeTicks;
 }
 
-QColor markColour(server::Quality quality) {
-  switch (quality) {
-    case server::Quality::kGood:
-      return QColor("#2f6db5");
-    case server::Quality::kManual:
-      return QColor("#7a3fa0");
-    case server::Quality::kOld:
-      return QColor("#b0863a");
-    case server::Quality::kInvalid:
-      break;
-  }
-  return QColor("#c62828");
+struct Range {
+  double low;
+  double high;
+  double step;
+  double anchor;  // of the steps
+};
+
+Range valueRange(double low, double high) {
+  const double least = 1e-9 * std::max(1.0, std::abs(high));
+  const double beyond = high - low < least ? 1 : 0;
+  const double step = niceStep(high - low + 2 * beyond, kMostValueTicks);
+  const double first = std::floor((low - beyond) / step) * step;
+  return {first, std::ceil((high + beyond) / step) * step, step, first};
+}
+
+// States are whole numbers, and none of them lies on the frame.
+Range stateRange(double low, double high) {
+  constexpr double kBeyond = 0.15;
+  const double first = std::min(low, 0.0);
+  const double last = std::max(high, 1.0);
+  return {first - kBeyond, last + kBeyond, std::max(1.0, niceStep(last - first, kMostValueTicks)), first};
+}
+
+QValueAxis* makeAxis(QChart* chart, Qt::Alignment side) {
+  auto* const axis = new QValueAxis;
+  axis->setTickType(QValueAxis::TicksDynamic);
+  axis->setGridLineColor(kGrid);
+  axis->setLinePen(QPen(kFrame));
+  axis->setLabelsColor(kText);
+  axis->setLabelFormat("%g");
+  chart->addAxis(axis, side);
+  return axis;
 }
 
 }  // namespace
 
-RetroChart::RetroChart(QWidget* parent) : QWidget(parent) {
-  setMinimumSize(360, 180);
-  setMouseTracking(true);
+RetroChart::RetroChart(QWidget* parent)
+    : QChartView(parent), times_(makeAxis(chart(), Qt::AlignBottom)), values_(makeAxis(chart(), Qt::AlignLeft)) {
+  times_->setLabelsVisible(false);  // the axis knows numbers only
+  chart()->legend()->hide();
+  chart()->setAnimationOptions(QChart::NoAnimation);
+  chart()->setMargins(QMargins(6, kTop, 18, kBottom));
+  chart()->layout()->setContentsMargins(0, 0, 0, 0);
+  chart()->setBackgroundRoundness(0);
+  chart()->setBackgroundBrush(Qt::white);
+  chart()->setDropShadowEnabled(false);
+  setFrameShape(QFrame::NoFrame);
+  setRenderHint(QPainter::Antialiasing);
+  setViewportUpdateMode(FullViewportUpdate);
+  setMinimumSize(360, 220);
+  viewport()->setMouseTracking(true);
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+  fitAxes();
 }
 
 void RetroChart::setSeries(std::vector<server::LiveValue> values, bool steps, const QString& measure) {
-  points_.clear();
+  std::vector<ChartPoint> points;
+  points.reserve(values.size());
   for (const server::LiveValue& value : values) {
-    if (const double* const number = std::get_if<double>(&value.value); number && std::isfinite(*number)) {
-      points_.push_back({value.time, *number, value.quality});
-    }
+    if (const double* const number = std::get_if<double>(&value.value); number && std::isfinite(*number))
+      points.push_back({value.time, *number, value.quality});
   }
+  setPoints(std::move(points), steps, measure);
+}
+
+void RetroChart::setPoints(std::vector<ChartPoint> points, bool steps, const QString& measure) {
+  points_ = std::move(points);
   steps_ = steps;
   measure_ = measure;
-  update();
+  fitAxes();
 }
 
-RetroChart::Frame RetroChart::frame() const {
-  Frame frame;
-  const auto byValue = [](const Point& a, const Point& b) { return a.value < b.value; };
-  const auto [low, high] = std::minmax_element(points_.begin(), points_.end(), byValue);
-  frame.values.low = low->value;
-  frame.values.high = high->value;
-  if (frame.values.high - frame.values.low < 1e-9 * std::max(1.0, std::abs(frame.values.high))) {
-    frame.values.low -= 1;
-    frame.values.high += 1;
+// ---- axes ----
+
+void RetroChart::fitAxes() {
+  const bool there = !points_.empty();
+  times_->setVisible(there);
+  values_->setVisible(there);
+  if (there) {
+    const auto byValue = [](const ChartPoint& a, const ChartPoint& b) { return a.value < b.value; };
+    const auto [low, high] = std::minmax_element(points_.begin(), points_.end(), byValue);
+    const Range range = steps_ ? stateRange(low->value, high->value) : valueRange(low->value, high->value);
+    values_->setTickInterval(range.step);
+    values_->setTickAnchor(range.anchor);
+    values_->setRange(range.low, range.high);
   }
-  frame.values.step = niceStep(frame.values.high - frame.values.low, kMostValueTicks);
-  frame.values.low = std::floor(frame.values.low / frame.values.step) * frame.values.step;
-  frame.values.high = std::ceil(frame.values.high / frame.values.step) * frame.values.step;
-  frame.times.low = shownFrom();
-  frame.times.high = std::max(shownTo(), frame.times.low + kShortest);
-  frame.times.step = timeStep(frame.times.high - frame.times.low);
-  const QFontMetrics metrics(font());
-  const int left = std::max(metrics.horizontalAdvance(QString::number(frame.values.low)),
-                            metrics.horizontalAdvance(QString::number(frame.values.high))) +
-                   20;
-  frame.area = QRectF(rect()).adjusted(left, metrics.height() + 12, -24, -metrics.height() - 14);
-  return frame;
+  fitTimes();
 }
 
-void RetroChart::drawGrid(QPainter& painter, const Frame& f) const {
-  const QFontMetrics metrics(font());
-  const QPen line(QColor("#dde3ea"));
-  const QPen label(palette().color(QPalette::Text));
-  const int valueSteps = int(std::lround((f.values.high - f.values.low) / f.values.step));
-  for (int i = 0; i <= valueSteps; ++i) {
-    const double value = f.values.low + i * f.values.step;
-    painter.setPen(line);
-    painter.drawLine(QPointF(f.area.left(), f.y(value)), QPointF(f.area.right(), f.y(value)));
-    painter.setPen(label);
-    const QString text = QString::number(std::abs(value) < f.values.step / 1000 ? 0 : value);
-    painter.drawText(QRectF(0, f.y(value) - metrics.height() / 2.0, f.area.left() - 8, metrics.height()),
-                     Qt::AlignRight | Qt::AlignVCenter, text);
-  }
-  const QString form = f.times.step < 60 * kSecond ? QString("hh:mm:ss") : QString("hh:mm");
-  const auto lastTime = qint64(std::floor(f.times.high / f.times.step));
-  for (auto i = qint64(std::ceil(f.times.low / f.times.step)); i <= lastTime; ++i) {
-    const double time = double(i) * f.times.step;
-    painter.setPen(line);
-    painter.drawLine(QPointF(f.x(time), f.area.top()), QPointF(f.x(time), f.area.bottom()));
-    painter.setPen(label);
-    painter.drawText(QRectF(f.x(time) - 50, f.area.bottom() + 4, 100, metrics.height()), Qt::AlignCenter,
-                     localTime(time).toString(form));
-  }
-  painter.setPen(QPen(QColor("#8793a1")));
-  painter.drawRect(f.area);
-  if (!measure_.isEmpty()) painter.drawText(QPointF(f.area.left(), f.area.top() - 6), measure_);
+void RetroChart::fitTimes() {
+  stale_ = true;
+  const double from = shownFrom();
+  const double to = std::max(shownTo(), from + kShortest);
+  times_->setTickInterval(timeStep(to - from));
+  times_->setTickAnchor(std::floor(from));
+  times_->setRange(from, to);
+  viewport()->update();
 }
 
-void RetroChart::drawLine(QPainter& painter, const Frame& f) const {
-  QPainterPath path(QPointF(f.x(points_.front().time), f.y(points_.front().value)));
-  for (size_t i = 1; i < points_.size(); ++i) {
-    const double x = f.x(points_[i].time);
-    if (steps_) path.lineTo(x, f.y(points_[i - 1].value));
-    path.lineTo(x, f.y(points_[i].value));
-  }
-  painter.setBrush(Qt::NoBrush);
-  painter.setPen(QPen(QColor("#2f6db5"), 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-  painter.drawPath(path);
+QRectF RetroChart::area() const { return chart()->plotArea(); }
+
+double RetroChart::x(double time) const {
+  const QRectF plot = area();
+  return plot.left() + (time - times_->min()) / (times_->max() - times_->min()) * plot.width();
 }
 
-void RetroChart::drawMarks(QPainter& painter, const Frame& f) const {
-  painter.setPen(Qt::NoPen);
-  const bool dense = points_.size() > kMostMarks;
-  for (const Point& point : points_) {
-    if (dense && point.quality == server::Quality::kGood) continue;
-    painter.setBrush(markColour(point.quality));
-    painter.drawEllipse(QPointF(f.x(point.time), f.y(point.value)), 2.6, 2.6);
-  }
+double RetroChart::y(double value) const {
+  const QRectF plot = area();
+  return plot.bottom() - (value - values_->min()) / (values_->max() - values_->min()) * plot.height();
 }
 
-void RetroChart::paintEvent(QPaintEvent*) {
-  QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.fillRect(rect(), palette().color(QPalette::Base));
+double RetroChart::timeAt(double position) const {
+  const QRectF plot = area();
+  return times_->min() + (position - plot.left()) / plot.width() * (times_->max() - times_->min());
+}
+
+// ---- drawing ----
+
+const std::vector<ChartPoint>& RetroChart::drawn() {
+  if (std::exchange(stale_, false))
+    drawn_ = reducePoints(points_, times_->min(), times_->max(), std::max(1, static_cast<int>(area().width())));
+  return drawn_;
+}
+
+void RetroChart::drawForeground(QPainter* painter, const QRectF&) {
   if (points_.empty()) {
-    painter.setPen(palette().color(QPalette::Disabled, QPalette::Text));
-    painter.drawText(rect(), Qt::AlignCenter, QString("Нет числовых значений"));
+    painter->setPen(palette().color(QPalette::Disabled, QPalette::Text));
+    painter->drawText(viewport()->rect(), Qt::AlignCenter, QString("Нет числовых значений"));
     return;
   }
-  const Frame f = frame();
-  drawGrid(painter, f);
-  painter.save();
-  painter.setClipRect(f.area.adjusted(-3, -3, 3, 3));
-  drawLine(painter, f);
-  drawMarks(painter, f);
-  painter.restore();
-  drawCursor(painter, f);
+  drawn();
+  drawTimes(*painter);
+  painter->save();
+  painter->setClipRect(area().adjusted(-kMark, -kMark, kMark, kMark));
+  drawLine(*painter);
+  drawMarks(*painter);
+  painter->restore();
+  drawLegend(*painter);
+  drawCursor(*painter);
+}
+
+void RetroChart::drawTimes(QPainter& painter) const {
+  constexpr int kWidth = 100;
+  const double step = times_->tickInterval();
+  const QString form = step < 60 * kSecond ? QString("hh:mm:ss") : QString("hh:mm");
+  const QRectF plot = area();
+  painter.setPen(kText);
+  for (auto i = std::ceil((times_->min() - times_->tickAnchor()) / step);; ++i) {
+    const double time = times_->tickAnchor() + i * step;
+    if (time > times_->max()) break;
+    painter.drawText(QRectF(x(time) - kWidth / 2, plot.bottom() + 6, kWidth, 24), Qt::AlignHCenter,
+                     localTime(time).toString(form));
+  }
+}
+
+// Segment by segment: one long path that covers itself again and again takes ten times as long.
+void RetroChart::drawLine(QPainter& painter) const {
+  const QPen good(kLine, 1.6, Qt::SolidLine, Qt::RoundCap);
+  const QPen bad(kUntrusted, 1.2, Qt::SolidLine, Qt::RoundCap);
+  bool last = false;
+  QPointF from(x(drawn_.front().time), y(drawn_.front().value));
+  for (size_t i = 1; i < drawn_.size(); ++i) {
+    const QPointF to(x(drawn_[i].time), y(drawn_[i].value));
+    const bool sure = trusted(drawn_[i - 1]) && (steps_ || trusted(drawn_[i]));
+    if (i == 1 || sure != last) painter.setPen(sure ? good : bad);
+    last = sure;
+    const QPointF corner(to.x(), steps_ ? from.y() : to.y());
+    if (steps_) painter.drawLine(from, corner);
+    painter.drawLine(steps_ ? corner : from, to);
+    from = to;
+  }
+}
+
+void RetroChart::drawMarks(QPainter& painter) const {
+  painter.setPen(Qt::NoPen);
+  const bool dense = drawn_.size() > kMostMarks;
+  for (const ChartPoint& point : drawn_) {
+    if (dense && point.quality == Quality::kGood) continue;
+    painter.setBrush(markColour(point.quality));
+    painter.drawEllipse(QPointF(x(point.time), y(point.value)), kMark, kMark);
+  }
+}
+
+// The unit of measure, and what the colours of the marks say that are there.
+void RetroChart::drawLegend(QPainter& painter) const {
+  const QFontMetrics metrics(font());
+  const double line = area().top() - 10;
+  painter.setPen(kText);
+  painter.drawText(QPointF(area().left(), line), measure_);
+  double right = area().right();
+  for (auto mark = kMarks.rbegin(); mark != kMarks.rend() - 1; ++mark) {
+    const bool there = std::any_of(drawn_.begin(), drawn_.end(),
+                                   [&](const ChartPoint& point) { return point.quality == mark->quality; });
+    if (!there) continue;
+    const QString text = qualityText(mark->quality);
+    right -= metrics.horizontalAdvance(text);
+    painter.setPen(kText);
+    painter.drawText(QPointF(right, line), text);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(mark->colour);
+    painter.drawEllipse(QPointF(right - 9, line - metrics.ascent() / 2.0 + 1), kMark + 0.6, kMark + 0.6);
+    right -= 30;
+  }
+}
+
+void RetroChart::drawCursor(QPainter& painter) const {
+  if (cursor_ < area().left() || cursor_ > area().right()) return;
+  const ChartPoint* const point = nearest(timeAt(cursor_));
+  const QPointF at(x(point->time), y(point->value));
+  painter.setPen(QPen(kCursor, 1, Qt::DashLine));
+  painter.drawLine(QPointF(at.x(), area().top()), QPointF(at.x(), area().bottom()));
+  painter.setBrush(kCursor);
+  painter.drawEllipse(at, 3.5, 3.5);
+  const QString text = underCursor();
+  const QFontMetrics metrics(font());
+  QRectF label(at.x() + 10, area().top() + 6, metrics.horizontalAdvance(text) + 18, metrics.height() + 10);
+  if (label.right() > area().right()) label.moveRight(at.x() - 10);
+  painter.setPen(QColor("#b9c2cd"));
+  painter.setBrush(palette().color(QPalette::ToolTipBase));
+  painter.drawRoundedRect(label, 3, 3);
+  painter.setPen(kText);
+  painter.drawText(label, Qt::AlignCenter, text);
 }
 
 // ---- looking closer ----
@@ -170,7 +299,6 @@ void RetroChart::paintEvent(QPaintEvent*) {
 double RetroChart::shownFrom() const { return from_ != 0 || points_.empty() ? from_ : points_.front().time; }
 double RetroChart::shownTo() const { return to_ != 0 || points_.empty() ? to_ : points_.back().time; }
 
-// Not beyond what there is.
 void RetroChart::showTimes(double from, double to) {
   if (points_.empty()) return;
   const double first = points_.front().time;
@@ -178,47 +306,57 @@ void RetroChart::showTimes(double from, double to) {
   const double span = std::clamp(to - from, kShortest, last - first);
   from_ = std::clamp(from, first, last - span);
   to_ = from_ + span;
-  update();
+  fitTimes();
+}
+
+void RetroChart::showAll() {
+  from_ = to_ = 0;
+  fitTimes();
+}
+
+void RetroChart::resizeEvent(QResizeEvent* event) {
+  QChartView::resizeEvent(event);
+  stale_ = true;
 }
 
 void RetroChart::wheelEvent(QWheelEvent* event) {
+  event->accept();
   if (points_.empty()) return;
   constexpr double kStep = 0.8;
-  const Frame f = frame();
-  const double part = std::clamp((event->position().x() - f.area.left()) / f.area.width(), 0.0, 1.0);
-  const double span = f.times.high - f.times.low;
-  const double next = event->angleDelta().y() > 0 ? span * kStep : span / kStep;
-  const double fixed = f.times.low + part * span;
-  showTimes(fixed - part * next, fixed + (1 - part) * next);
-  event->accept();
+  const double fixed = timeAt(std::clamp(event->position().x(), area().left(), area().right()));
+  const double times = event->angleDelta().y() > 0 ? kStep : 1 / kStep;
+  showTimes(fixed - (fixed - times_->min()) * times, fixed + (times_->max() - fixed) * times);
 }
 
-void RetroChart::mousePressEvent(QMouseEvent* event) { grabbed_ = event->x(); }
+void RetroChart::mousePressEvent(QMouseEvent* event) {
+  grabbed_ = event->x();
+  if (event->button() == Qt::LeftButton) viewport()->setCursor(Qt::ClosedHandCursor);
+}
 
 void RetroChart::mouseMoveEvent(QMouseEvent* event) {
   cursor_ = event->x();
   if ((event->buttons() & Qt::LeftButton) && !points_.empty()) {
-    const Frame f = frame();
-    const double by = (grabbed_ - event->x()) / f.area.width() * (f.times.high - f.times.low);
-    showTimes(f.times.low + by, f.times.high + by);
+    const double by = timeAt(grabbed_) - timeAt(event->x());
+    showTimes(times_->min() + by, times_->max() + by);
     grabbed_ = event->x();
   }
-  update();
+  viewport()->update();
 }
 
-void RetroChart::mouseDoubleClickEvent(QMouseEvent*) {
-  from_ = to_ = 0;
-  update();
+void RetroChart::mouseReleaseEvent(QMouseEvent*) { viewport()->unsetCursor(); }
+void RetroChart::mouseDoubleClickEvent(QMouseEvent*) { showAll(); }
+
+bool RetroChart::viewportEvent(QEvent* event) {
+  if (event->type() == QEvent::Leave) {
+    cursor_ = -1;
+    viewport()->update();
+  }
+  return QChartView::viewportEvent(event);
 }
 
-void RetroChart::leaveEvent(QEvent*) {
-  cursor_ = -1;
-  update();
-}
-
-const RetroChart::Point* RetroChart::nearest(double time) const {
+const ChartPoint* RetroChart::nearest(double time) const {
   const auto after = std::lower_bound(points_.begin(), points_.end(), time,
-                                      [](const Point& point, double wanted) { return point.time < wanted; });
+                                      [](const ChartPoint& point, double wanted) { return point.time < wanted; });
   if (after == points_.begin()) return &*after;
   const auto before = after - 1;
   return after == points_.end() || time - before->time <= after->time - time ? &*before : &*after;
@@ -226,32 +364,13 @@ const RetroChart::Point* RetroChart::nearest(double time) const {
 
 QString RetroChart::underCursor() const {
   if (points_.empty() || cursor_ < 0) return {};
-  const Frame f = frame();
-  const double time = f.times.low + (cursor_ - f.area.left()) / f.area.width() * (f.times.high - f.times.low);
-  const Point* const point = nearest(time);
-  return QString("%1   %2 %3")
-      .arg(localTime(point->time).toString("dd.MM.yyyy hh:mm:ss"), QString::number(point->value, 'g', 8), measure_)
-      .trimmed();
-}
-
-void RetroChart::drawCursor(QPainter& painter, const Frame& f) const {
-  if (cursor_ < f.area.left() || cursor_ > f.area.right()) return;
-  const double time = f.times.low + (cursor_ - f.area.left()) / f.area.width() * (f.times.high - f.times.low);
-  const Point* const point = nearest(time);
-  const QPointF at(f.x(point->time), f.y(point->value));
-  painter.setPen(QPen(QColor("#a85a00"), 1, Qt::DashLine));
-  painter.drawLine(QPointF(at.x(), f.area.top()), QPointF(at.x(), f.area.bottom()));
-  painter.setBrush(QColor("#a85a00"));
-  painter.drawEllipse(at, 3.5, 3.5);
-  const QString text = underCursor();
-  const QFontMetrics metrics(font());
-  QRectF label(at.x() + 8, f.area.top() + 4, metrics.horizontalAdvance(text) + 12, metrics.height() + 6);
-  if (label.right() > f.area.right()) label.moveRight(at.x() - 8);
-  painter.setPen(QColor("#b9c2cd"));
-  painter.setBrush(palette().color(QPalette::ToolTipBase));
-  painter.drawRect(label);
-  painter.setPen(palette().color(QPalette::Text));
-  painter.drawText(label, Qt::AlignCenter, text);
+  const ChartPoint* const point = nearest(timeAt(cursor_));
+  QString text =
+      QString("%1   %2 %3")
+          .arg(localTime(point->time).toString("dd.MM.yyyy hh:mm:ss"), QString::number(point->value, 'g', 8), measure_)
+          .trimmed();
+  if (point->quality != Quality::kGood) text += QString(" (%1)").arg(qualityText(point->quality));
+  return text;
 }
 
 }  // namespace tlm

@@ -347,21 +347,22 @@ TEST_F(Station, LooksCloserAtTheRetrospectiveAndSavesIt) {
   RetroWindow* const retrospective = app->lastRetro();
   auto* const chart = retrospective->findChild<RetroChart*>();
   const double all = chart->shownTo() - chart->shownFrom();
-  const QPoint middle = chart->rect().center();
+  QWidget* const view = chart->viewport();
+  const QPoint middle = view->rect().center();
   EXPECT_EQ(chart->underCursor(), "");
   QMouseEvent over(QEvent::MouseMove, QPointF(chart->width() - 30, 50), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(chart, &over);
+  QCoreApplication::sendEvent(view, &over);
   EXPECT_TRUE(chart->underCursor().contains("   9 ")) << chart->underCursor().toStdString();
-  QWheelEvent closer(middle, chart->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+  QWheelEvent closer(middle, view->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
                      false);
-  QCoreApplication::sendEvent(chart, &closer);
+  QCoreApplication::sendEvent(view, &closer);
   EXPECT_NEAR(chart->shownTo() - chart->shownFrom(), all * 0.8, all / 1000);
   const double from = chart->shownFrom();
-  QTest::mousePress(chart, Qt::LeftButton, Qt::NoModifier, middle);
+  QTest::mousePress(view, Qt::LeftButton, Qt::NoModifier, middle);
   QMouseEvent drag(QEvent::MouseMove, middle + QPoint(20, 0), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(chart, &drag);
+  QCoreApplication::sendEvent(view, &drag);
   EXPECT_LT(chart->shownFrom(), from);
-  QTest::mouseDClick(chart, Qt::LeftButton);
+  QTest::mouseDClick(view, Qt::LeftButton);
   EXPECT_NEAR(chart->shownTo() - chart->shownFrom(), all, all / 1000);
   const QTemporaryDir saved;
   ASSERT_TRUE(retrospective->saveCsv(saved.filePath("a.csv")));
