@@ -1,5 +1,6 @@
 #include "changeSet.h"
 
+#include <TlmMdx/bulk.h>
 #include <TlmServer/CodePage.h>
 
 #include "records.h"
@@ -8,6 +9,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <map>
+#include <set>
+#include <unordered_set>
 
 namespace tlm::server {
 namespace {
@@ -66,41 +70,57 @@ uint32_t longestText(const FieldDef& def) {
   return length;
 }
 
-// Writes one value of a change into the new row; an empty text, or what is wrong.
-std::string setField(const FieldDef& def, const MDRField* to, MDRData* row, MDRVar value) {
-  if (!isFinite(value)) return "не число";
-  const bool isText = value.type == MDX_TEXT || value.type == MDX_MEMO;
-  if (const uint32_t limit = isText && !isNull(value) ? longestText(def) : 0; limit > 0 && value.text.length > limit)
-    return "текст длиннее " + std::to_string(limit) + " символов";
-  if (isFolderLink(def) && !isNull(value) && value.text.length == 0) value.isNull = 1;
-  const int code = MDRSetVal(to, row, &value);
-  return code < 0 ? fieldError(code) : std::string();
-}
+// What a field takes.
+class FieldRule {
+ public:
+  explicit FieldRule(const FieldDef& def) : longest_(longestText(def)), isFolderLink_(isFolderLink(def)) {}
+
+  // Writes one value of a change into the new row; an empty text, or what is wrong.
+  std::string put(const MDRField* to, MDRData* row, MDRVar value) const {
+    if (!isFinite(value)) return "не число";
+    const bool isText = value.type == MDX_TEXT || value.type == MDX_MEMO;
+    if (isText && !isNull(value) && longest_ > 0 && value.text.length > longest_)
+      return "текст длиннее " + std::to_string(longest_) + " символов";
+    if (isFolderLink_ && !isNull(value) && value.text.length == 0) value.isNull = 1;
+    const int code = MDRSetVal(to, row, &value);
+    return code < 0 ? fieldError(code) : std::string();
+  }
+
+ private:
+  uint32_t longest_;
+  bool isFolderLink_;
+};
 
 }  // namespace
 
-// An unpacked update with the number, in the table, of each of its fields.
+// An unpacked update: the columns that it has, with their places in the table.
 struct ChangeSet::Source {
-  CMDArray rows;
-  std::vector<int> numbers;
+  struct Column {
+    const MDRField* from;
+    const MDRField* to;
+    const FieldDef* def;
+    FieldRule rule;
+    bool isKey;
+  };
 
-  Reply read(const TableDef& def, const std::string& body) {
+  Reply read(const TableDef& def, const std::string& body, const MDArray* target) {
     if (MDXArrayUnPackN(rows.array, body.data(), body.size(), 0) != 0)
       return Reply::failure(wire::kMalformed, "update of " + def.name + ": not a packed table");
+    key = MDRFldByName(rows.array, "KeyLink");
     for (int i = 0; i < MDAFldCount(rows.array); ++i) {
       const MDRField* field = MDRFldByNum(rows.array, i);
       const int number = def.field(field->name);
       if (number < 0) return Reply::failure(wire::kUnknownField, def.name + " has no field " + field->name);
-      if (!sameFamily(field->type, def.fields[static_cast<size_t>(number)].type))
-        return refused(def.name + "." + field->name + ": тип поля не подходит");
-      numbers.push_back(number);
+      const FieldDef& own = def.fields[static_cast<size_t>(number)];
+      if (!sameFamily(field->type, own.type)) return refused(def.name + "." + field->name + ": тип поля не подходит");
+      columns.push_back({field, MDRFldByNum(target, number), &own, FieldRule(own), number == 0});
     }
     return {};
   }
 
-  std::string key(const MDRData* record) const {
-    return std::string(textOf(valueOf(MDRFldByName(rows.array, "KeyLink"), record)));
-  }
+  CMDArray rows;
+  const MDRField* key = nullptr;
+  std::vector<Column> columns;
 };
 
 Reply ChangeSet::add(const std::string& table, const std::string& body) {
@@ -108,7 +128,7 @@ Reply ChangeSet::add(const std::string& table, const std::string& body) {
   if (!def) return Reply::failure(wire::kUnknownTable, "no table " + table);
   if (Catalogue::describesItself(table)) return refused("таблица " + table + " только для чтения");
   Source source;
-  Reply reply = source.read(*def, body);
+  Reply reply = source.read(*def, body, touch(*def).rows->array);
   const int count = MDARecCount(source.rows.array);
   for (int i = 0; i < count && reply.status == wire::kOk; ++i)
     reply = addRecord(*def, source, MDARec(source.rows.array, 0, i));
@@ -116,7 +136,7 @@ Reply ChangeSet::add(const std::string& table, const std::string& body) {
 }
 
 Reply ChangeSet::addRecord(const TableDef& def, const Source& source, const MDRData* record) {
-  std::string key = source.key(record);
+  std::string key(textOf(valueOf(source.key, record)));
   if (!isKey(key)) return refused(def.name, key, "ключ должен состоять из 32 символов");
   switch (MDRGetFlags(record)) {
     case MDX_REC_INSERT:
@@ -132,13 +152,11 @@ Reply ChangeSet::addRecord(const TableDef& def, const Source& source, const MDRD
 
 Reply ChangeSet::insert(const TableDef& def, const Source& source, const MDRData* record, std::string key) {
   if (rowAfter(def, key)) return refused(def.name, key, "такая запись уже есть");
-  MDArray* array = scratch(def);
+  MDArray* array = touch(def).rows->array;
   MDRData* row = MDARecNew(array);
-  for (size_t i = 0; i < source.numbers.size(); ++i) {
-    const auto number = static_cast<size_t>(source.numbers[i]);
-    const MDRVar value = valueOf(MDRFldByNum(source.rows.array, static_cast<int>(i)), record);
-    const std::string wrong = setField(def.fields[number], MDRFldByNum(array, source.numbers[i]), row, value);
-    if (!wrong.empty()) return refused(def.name, key, def.fields[number].name + ": " + wrong);
+  for (const Source::Column& column : source.columns) {
+    const std::string wrong = column.rule.put(column.to, row, valueOf(column.from, record));
+    if (!wrong.empty()) return refused(def.name, key, column.def->name + ": " + wrong);
   }
   for (int i = 0; i < MDAFldCount(array); ++i) MDRSetUser(MDRFldByNum(array, i), row, 1);
   plan(def, MDX_REC_INSERT, std::move(key), row);
@@ -148,18 +166,14 @@ Reply ChangeSet::insert(const TableDef& def, const Source& source, const MDRData
 Reply ChangeSet::update(const TableDef& def, const Source& source, const MDRData* record, std::string key) {
   const MDRData* before = rowAfter(def, key);
   if (!before && def.name == "Calculations") return insert(def, source, record, std::move(key));
-  MDArray* array = scratch(def);
   MDRData* row = nullptr;
-  for (size_t i = 0; i < source.numbers.size(); ++i) {
-    const MDRField* from = MDRFldByNum(source.rows.array, static_cast<int>(i));
-    const int number = source.numbers[i];
-    if (number == 0 || MDRIsUser(from, record, nullptr) != 1) continue;
+  for (const Source::Column& column : source.columns) {
+    if (column.isKey || MDRIsUser(column.from, record, nullptr) != 1) continue;
     if (!before) return refused(def.name, key, "такой записи нет");
-    if (!row) copyRow(before, row = MDARecNew(array));
-    const FieldDef& field = def.fields[static_cast<size_t>(number)];
-    const std::string wrong = setField(field, MDRFldByNum(array, number), row, valueOf(from, record));
-    if (!wrong.empty()) return refused(def.name, key, field.name + ": " + wrong);
-    MDRSetUser(MDRFldByNum(array, number), row, 1);
+    if (!row) copyRow(before, row = MDARecNew(touch(def).rows->array));
+    const std::string wrong = column.rule.put(column.to, row, valueOf(column.from, record));
+    if (!wrong.empty()) return refused(def.name, key, column.def->name + ": " + wrong);
+    MDRSetUser(column.to, row, 1);
   }
   if (row) plan(def, MDX_REC_UPDATE, std::move(key), row);
   return {};
@@ -170,25 +184,59 @@ void ChangeSet::remove(const TableDef& def, std::string key) {
 }
 
 void ChangeSet::plan(const TableDef& def, int kind, std::string key, MDRData* row) {
-  latest_[&def][key] = row;
+  if (row) MDARecPost(row, nullptr);
+  touch(def).latest[key] = row;
   changes_.push_back({&def, kind, std::move(key), row});
 }
 
-MDArray* ChangeSet::scratch(const TableDef& def) {
-  auto& array = scratch_[&def];
-  if (!array) {
-    array = std::make_unique<CMDArray>();
-    Catalogue::makeFields(def, array->array);
+ChangeSet::Touched& ChangeSet::touch(const TableDef& def) {
+  Touched& table = touched_[&def];
+  if (!table.rows) {
+    table.before = tables_.table(def.name);
+    table.rows = std::make_unique<CMDArray>();
+    Catalogue::makeFields(def, table.rows->array);
   }
-  return array->array;
+  return table;
+}
+
+const ChangeSet::Touched* ChangeSet::touched(std::string_view table) const {
+  const auto found = touched_.find(tables_.catalogue().table(table));
+  return found == touched_.end() ? nullptr : &found->second;
+}
+
+const MDRData* ChangeSet::Touched::rowAfter(std::string_view key) const {
+  const auto row = latest.find(key);
+  return row == latest.end() ? seekKey(before, key) : row->second;
 }
 
 const MDRData* ChangeSet::rowAfter(const TableDef& def, std::string_view key) const {
-  if (const auto table = latest_.find(&def); table != latest_.end()) {
-    const auto row = table->second.find(std::string(key));
-    if (row != table->second.end()) return row->second;
+  const auto table = touched_.find(&def);
+  return table == touched_.end() ? seekKey(tables_.table(def.name), key) : table->second.rowAfter(key);
+}
+
+void ChangeSet::apply(const PlannedChange& change, MDArray* table) {
+  MDRData* record = seekKey(table, change.key);
+  if (!change.row) {
+    MDARecDel(record);
+    return;
   }
-  return seekKey(tables_.table(def.name), key);
+  record = record ? MDARecEdit(record) : MDARecNew(table);
+  copyRow(change.row, record);
+  MDARecPost(record, nullptr);
+}
+
+// New rows of one table that stand together go in together.
+void ChangeSet::apply() const {
+  std::vector<MDRData*> fresh;
+  for (auto at = changes_.begin(); at != changes_.end();) {
+    const auto first = at;
+    MDArray* table = tables_.table(first->table->name);
+    for (; at != changes_.end() && at->kind == MDX_REC_INSERT && at->table == first->table; ++at)
+      fresh.push_back(at->row);
+    if (at == first) apply(*at++, table);
+    MDXRecsAdd(table, fresh.data(), static_cast<int>(fresh.size()), MDX_REC_NONE);
+    fresh.clear();
+  }
 }
 
 std::string ChangeSet::image(const PlannedChange& change) {
@@ -206,25 +254,25 @@ Reply ChangeSet::check() const {
 }
 
 Reply ChangeSet::checkNumbers() const {
-  const auto touched = latest_.find(tables_.catalogue().table("Measurement"));
-  if (touched == latest_.end()) return {};
-  std::unordered_map<int64_t, std::string> taken;
-  for (const auto& [key, row] : touched->second) {
+  const Touched* measurements = touched("Measurement");
+  if (!measurements) return {};
+  const MDRField* field = MDRFldByName(measurements->rows->array, "locId");
+  std::unordered_set<int64_t> taken;
+  for (const auto& [key, row] : measurements->latest) {
     if (!row) continue;
-    Reply reply = checkNumber(key, row, &taken);
+    const int64_t locId = intOf(valueOf(field, row)).value_or(0);
+    Reply reply = checkNumber(key, locId, !taken.insert(locId).second);
     if (reply.status != wire::kOk) return reply;
   }
   return {};
 }
 
-Reply ChangeSet::checkNumber(const std::string& key, const MDRData* row,
-                             std::unordered_map<int64_t, std::string>* taken) const {
-  const int64_t locId = intOf(MDROwner(row), row, "locId").value_or(0);
+// `twice`: the block gives the number to another one too.
+Reply ChangeSet::checkNumber(const std::string& key, int64_t locId, bool twice) const {
   if (locId == 0) return refused("Measurement", key, "номер измерения не может быть равен 0");
   const std::string text = std::to_string(locId);
   if (locId < INT32_MIN || locId > INT32_MAX) return refused("Measurement", key, "номер " + text + " слишком велик");
-  if (!taken->emplace(locId, key).second || numberTakenBefore(locId, key))
-    return refused("Measurement", key, "номер " + text + " уже занят");
+  if (twice || numberTakenBefore(locId, key)) return refused("Measurement", key, "номер " + text + " уже занят");
   return {};
 }
 
@@ -243,52 +291,97 @@ bool ChangeSet::numberTakenBefore(int64_t locId, const std::string& key) const {
 
 std::vector<int32_t> ChangeSet::freedNumbers() const {
   std::vector<int32_t> freed;
-  const TableDef* def = tables_.catalogue().table("Measurement");
-  const auto touched = latest_.find(def);
-  if (touched == latest_.end()) return freed;
-  std::set<int64_t> used;
-  for (const auto& [key, row] : touched->second) {
+  const Touched* measurements = touched("Measurement");
+  if (!measurements) return freed;
+  const MDRField* before = MDRFldByName(measurements->before, "locId");
+  for (const auto& [key, row] : measurements->latest) {
+    const auto locId = intOf(valueOf(before, seekKey(measurements->before, key)));
+    if (locId) freed.push_back(static_cast<int32_t>(*locId));
+  }
+  if (freed.empty()) return freed;
+  std::unordered_set<int64_t> used;
+  for (const auto& [key, row] : measurements->latest) {
     if (row) used.insert(intOf(MDROwner(row), row, "locId").value_or(0));
   }
-  const MDArray* before = tables_.table("Measurement");
-  for (const auto& [key, row] : touched->second) {
-    const auto locId = intOf(before, seekKey(before, key), "locId");
-    if (locId && !used.count(*locId)) freed.push_back(static_cast<int32_t>(*locId));
-  }
+  std::erase_if(freed, [&used](int32_t locId) { return used.count(locId) > 0; });
   return freed;
 }
 
-Reply ChangeSet::checkChains() const {
-  std::vector<const TableDef*> family;
-  std::set<std::string_view> touched;
-  for (const TableDef& def : tables_.catalogue().tables()) {
-    if (tables_.catalogue().chain(def.name).front()->name != "IdentifiedObject") continue;
-    family.push_back(&def);
-    const auto latest = latest_.find(&def);
-    if (latest == latest_.end()) continue;
-    for (const auto& [key, row] : latest->second) touched.insert(key);
+// The tables that objects are put together from: one of IdentifiedObject, and those that build on it.
+class ChangeSet::Family {
+ public:
+  explicit Family(const ChangeSet& changes) : catalogue_(changes.tables_.catalogue()) {
+    for (const TableDef& def : catalogue_.tables()) {
+      if (catalogue_.chain(def.name).front()->name != "IdentifiedObject") continue;
+      const auto touched = changes.touched_.find(&def);
+      const Touched* after = touched == changes.touched_.end() ? nullptr : &touched->second;
+      members_.push_back({&def, changes.tables_.table(def.name), after});
+    }
   }
-  for (const std::string_view key : touched) {
-    Reply reply = checkChain(key, family);
-    if (reply.status != wire::kOk) return reply;
-  }
-  return {};
-}
 
-Reply ChangeSet::checkChain(std::string_view key, const std::vector<const TableDef*>& family) const {
-  std::vector<const TableDef*> chain;
-  if (const MDRData* root = rowAfter(*family.front(), key)) {
-    const std::string_view name = textOf(MDROwner(root), root, "ClassName");
-    const bool inner = std::any_of(family.begin(), family.end(), [&](const auto* def) { return def->parent == name; });
-    if (!inner) chain = tables_.catalogue().chain(name);
-    if (chain.empty() || chain.front() != family.front())
-      return refused("IdentifiedObject", key, "нет класса \"" + fromCodePage(name) + "\"");
+  // In their order.
+  std::vector<std::string_view> touchedKeys() const {
+    std::vector<std::string_view> keys;
+    for (const Member& member : members_) {
+      if (!member.touched) continue;
+      for (const auto& [key, row] : member.touched->latest) keys.push_back(key);
+    }
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    return keys;
   }
-  for (const TableDef* def : family) {
-    const bool wanted = std::find(chain.begin(), chain.end(), def) != chain.end();
-    const bool there = rowAfter(*def, key) != nullptr;
-    if (wanted && !there) return refused(def->name, key, "у объекта нет записи в этой таблице");
-    if (!wanted && there) return refused(def->name, key, "запись не принадлежит объекту");
+
+  // An object has a row in each table of its class's chain, and in no other.
+  Reply check(std::string_view key) {
+    const std::vector<const TableDef*>* chain = &kNone;
+    if (const MDRData* root = members_.front().rowAfter(key)) {
+      const std::string_view name = textOf(MDROwner(root), root, "ClassName");
+      chain = &chainOf(name);
+      if (chain->empty()) return refused("IdentifiedObject", key, "нет класса \"" + fromCodePage(name) + "\"");
+    }
+    for (const Member& member : members_) {
+      const bool wanted = std::find(chain->begin(), chain->end(), member.def) != chain->end();
+      const bool there = member.rowAfter(key) != nullptr;
+      if (wanted && !there) return refused(member.def->name, key, "у объекта нет записи в этой таблице");
+      if (!wanted && there) return refused(member.def->name, key, "запись не принадлежит объекту");
+    }
+    return {};
+  }
+
+ private:
+  using Chain = std::vector<const TableDef*>;
+  struct Member {
+    const TableDef* def;
+    const MDArray* before;
+    const Touched* touched;
+
+    const MDRData* rowAfter(std::string_view key) const {
+      return touched ? touched->rowAfter(key) : seekKey(before, key);
+    }
+  };
+
+  // Empty for what is no class of an object.
+  const Chain& chainOf(std::string_view name) {
+    const auto known = chains_.find(name);
+    if (known != chains_.end()) return known->second;
+    const bool inner =
+        std::any_of(members_.begin(), members_.end(), [&](const Member& member) { return member.def->parent == name; });
+    Chain chain = inner ? Chain() : catalogue_.chain(name);
+    if (!chain.empty() && chain.front() != members_.front().def) chain.clear();
+    return chains_.emplace(name, std::move(chain)).first->second;
+  }
+
+  static inline const Chain kNone;
+  const Catalogue& catalogue_;
+  std::vector<Member> members_;
+  std::map<std::string, Chain, std::less<>> chains_;  // by class
+};
+
+Reply ChangeSet::checkChains() const {
+  Family family(*this);
+  for (const std::string_view key : family.touchedKeys()) {
+    Reply reply = family.check(key);
+    if (reply.status != wire::kOk) return reply;
   }
   return {};
 }
@@ -296,31 +389,30 @@ Reply ChangeSet::checkChain(std::string_view key, const std::vector<const TableD
 // What is put under a folder or unit that somebody has just deleted would be seen nowhere.
 Reply ChangeSet::checkParents() const {
   for (const TreeLink& link : kTreeLinks) {
-    const TableDef* def = tables_.catalogue().table(link.table);
+    const Touched* children = touched(link.table);
+    if (!children) continue;
     const TableDef* parents = tables_.catalogue().table(link.parents);
-    const auto touched = latest_.find(def);
-    if (touched == latest_.end()) continue;
-    const MDArray* before = tables_.table(def->name);
-    for (const auto& [key, row] : touched->second) {
-      const std::string_view parent = row ? textOf(MDROwner(row), row, link.field) : std::string_view();
-      const MDRData* old = seekKey(before, key);
-      const bool isNew = !parent.empty() && (!old || textOf(before, old, link.field) != parent);
-      if (isNew && !rowAfter(*parents, parent)) return refused(def->name, key, link.refusal);
+    const MDRField* field = MDRFldByName(children->rows->array, link.field);
+    for (const auto& [key, row] : children->latest) {
+      const std::string_view parent = row ? textOf(valueOf(field, row)) : std::string_view();
+      if (parent.empty()) continue;
+      const MDRData* old = seekKey(children->before, key);
+      const bool isNew = !old || textOf(children->before, old, link.field) != parent;
+      if (isNew && !rowAfter(*parents, parent)) return refused(link.table, key, link.refusal);
     }
   }
   return {};
 }
 
 Reply ChangeSet::checkFolders() const {
-  const TableDef* def = tables_.catalogue().table("RemoteUnitFolder");
-  const auto touched = latest_.find(def);
-  if (touched == latest_.end()) return {};
-  for (const auto& [key, row] : touched->second) {
+  const Touched* folders = touched("RemoteUnitFolder");
+  if (!folders) return {};
+  for (const auto& [key, row] : folders->latest) {
     std::set<std::string> above;
     const MDRData* folder = row;
-    for (std::string at = key; folder && above.insert(at).second; folder = rowAfter(*def, at)) {
+    for (std::string at = key; folder && above.insert(at).second; folder = folders->rowAfter(at)) {
       at = textOf(MDROwner(folder), folder, "ParentKey");
-      if (at == key) return refused(def->name, key, "папка не может лежать в самой себе");
+      if (at == key) return refused("RemoteUnitFolder", key, "папка не может лежать в самой себе");
       if (at.empty()) break;
     }
   }

@@ -8,8 +8,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,7 +15,7 @@
 
 namespace tlm::server {
 
-// One change of one row. The row is the whole new one, with marks on the fields that the write carried;
+// One change of one row. The row is the whole new one, posted, with marks on the fields that the write carried;
 // it belongs to the change set and is null for a delete.
 struct PlannedChange {
   const TableDef* table;
@@ -40,6 +38,9 @@ class ChangeSet {
   // In the order of the tables and records of the block.
   const std::vector<PlannedChange>& changes() const { return changes_; }
 
+  // Carries the changes out in the tables. The caller holds them for writing.
+  void apply() const;
+
   // Packed record of a change, positionally the whole table, with its marks.
   static std::string image(const PlannedChange& change);
 
@@ -47,7 +48,20 @@ class ChangeSet {
   std::vector<int32_t> freedNumbers() const;
 
  private:
-  using Latest = std::unordered_map<std::string, MDRData*>;  // null: deleted
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+  };
+  using Latest = std::unordered_map<std::string, MDRData*, Hash, std::equal_to<>>;  // null: deleted
+
+  // A table as the block finds it, and what the block makes of it.
+  struct Touched {
+    const MDArray* before = nullptr;
+    Latest latest;
+    std::unique_ptr<CMDArray> rows;  // those that the block writes
+
+    const MDRData* rowAfter(std::string_view key) const;
+  };
 
   struct Source;
   wire::Reply addRecord(const TableDef& def, const Source& source, const MDRData* record);
@@ -55,24 +69,24 @@ class ChangeSet {
   wire::Reply update(const TableDef& def, const Source& source, const MDRData* record, std::string key);
   void remove(const TableDef& def, std::string key);
   void plan(const TableDef& def, int kind, std::string key, MDRData* row);
-  MDArray* scratch(const TableDef& def);
+  Touched& touch(const TableDef& def);
+  static void apply(const PlannedChange& change, MDArray* table);
+  const Touched* touched(std::string_view table) const;  // null when the block leaves it alone
 
   // The row as it would be after the block, or null.
   const MDRData* rowAfter(const TableDef& def, std::string_view key) const;
 
   wire::Reply checkNumbers() const;
-  wire::Reply checkNumber(const std::string& key, const MDRData* row,
-                          std::unordered_map<int64_t, std::string>* taken) const;
+  wire::Reply checkNumber(const std::string& key, int64_t locId, bool twice) const;
   bool numberTakenBefore(int64_t locId, const std::string& key) const;
   wire::Reply checkChains() const;
-  wire::Reply checkChain(std::string_view key, const std::vector<const TableDef*>& family) const;
+  class Family;
   wire::Reply checkFolders() const;
   wire::Reply checkParents() const;
 
   const ModelTables& tables_;
   std::vector<PlannedChange> changes_;
-  std::unordered_map<const TableDef*, Latest> latest_;
-  std::unordered_map<const TableDef*, std::unique_ptr<CMDArray>> scratch_;
+  std::unordered_map<const TableDef*, Touched> touched_;
 };
 
 }  // namespace tlm::server

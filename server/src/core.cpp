@@ -15,7 +15,6 @@
 #include "operators.h"
 #include "ownTable.h"
 #include "publisher.h"
-#include "records.h"
 #include "requests.h"
 #include "values.h"
 
@@ -107,7 +106,6 @@ struct Core::State {
   Reply write(const ChangeSet& changes, const std::string& identity, const Caller& caller);
   std::vector<wire::Event> eventsOf(const ChangeSet& changes, const Caller& caller) const;
   void apply(const ChangeSet& changes);
-  void apply(const PlannedChange& change);
   void forgetOldEvents();
   void rememberRefusal(const std::string& block, const Reply& reply);
   std::vector<Reply> answerAll(wire::Requests requests);
@@ -215,6 +213,7 @@ std::vector<wire::Event> Core::State::eventsOf(const ChangeSet& changes, const C
   std::vector<wire::Event> events;
   const double now = options.clock();
   int64_t sequence = last;
+  events.reserve(changes.changes().size());
   for (const PlannedChange& change : changes.changes()) {
     wire::Event event;
     event.sequence = ++sequence;
@@ -231,20 +230,8 @@ std::vector<wire::Event> Core::State::eventsOf(const ChangeSet& changes, const C
 
 void Core::State::apply(const ChangeSet& changes) {
   const std::unique_lock lock(tablesMutex);
-  for (const PlannedChange& change : changes.changes()) apply(change);
+  changes.apply();
   tables.touch();
-}
-
-void Core::State::apply(const PlannedChange& change) {
-  MDArray* array = tables.table(change.table->name);
-  MDRData* record = seekKey(array, change.key);
-  if (!change.row) {
-    MDARecDel(record);
-    return;
-  }
-  record = record ? MDARecEdit(record) : MDARecNew(array);
-  copyRow(change.row, record);
-  MDARecPost(record, nullptr);
 }
 
 void Core::State::forgetOldEvents() {

@@ -75,7 +75,7 @@ class Levels {
     std::vector<const MDRData*> rows;  // of a batch: for each row those of all levels
     for (int from = 0; from < count; from += kBatch) {
       const int until = std::min(count, from + kBatch);
-      gather(from, until, deepest + 1, &rows);
+      gather(columns, from, until, deepest + 1, &rows);
       if (deepest > 0) callTexts(columns, rows, deepest + 1);
       for (size_t at = 0; at < rows.size(); at += deepest + 1) copy(columns, &rows[at], out);
     }
@@ -86,25 +86,28 @@ class Levels {
   // together, so that copying does not wait for one after the other.
   static constexpr int kBatch = 32;
 
-  // A record and what stands behind it: as a rule its values, else nothing is lost but the hint.
-  static void callIntoCache(const MDRData* row) {
-    constexpr int kLine = 64, kLines = 4;
-    for (int line = 0; row && line < kLines; ++line)
-      __builtin_prefetch(reinterpret_cast<const char*>(row) + line * kLine);
+  static void callIntoCache(const std::vector<Column>& columns, size_t level, const MDRData* row) {
+    for (const Column& column : columns)
+      if (column.level == level) MDXRecFetch(column.field, row);
   }
 
-  void gather(int from, int until, size_t levels, std::vector<const MDRData*>* rows) const {
+  void gather(const std::vector<Column>& columns, int from, int until, size_t levels,
+              std::vector<const MDRData*>* rows) const {
     const MDRField* keyField = MDRFldByNum(arrays_[0], 0);
     const int many = until - from;
     rows->assign(static_cast<size_t>(many) * levels, nullptr);
-    for (int i = 0; i < many; ++i) callIntoCache((*rows)[i * levels] = MDARec(arrays_[0], 0, from + i));
+    for (int i = 0; i < many; ++i) {
+      const MDRData* row = (*rows)[i * levels] = MDARec(arrays_[0], 0, from + i);
+      MDXRecFetch(keyField, row);
+      callIntoCache(columns, 0, row);
+    }
     if (levels == 1) return;
     std::array<MDRVar, kBatch> keys;
     std::array<MDRData*, kBatch> found;
     for (int i = 0; i < many; ++i) keys[i] = valueOf(keyField, (*rows)[i * levels]);
     for (size_t level = 1; level < levels; ++level) {
       MDXRecsSeek(arrays_[level], 0, keys.data(), many, found.data());
-      for (int i = 0; i < many; ++i) callIntoCache((*rows)[i * levels + level] = found[i]);
+      for (int i = 0; i < many; ++i) callIntoCache(columns, level, (*rows)[i * levels + level] = found[i]);
     }
   }
 
