@@ -22,6 +22,7 @@ void addWireBenches(Registry& registry);
 void addPassportBenches(Registry& registry);
 void addLiveBenches(Registry& registry);
 void addValuesBenches(Registry& registry);
+void addRetroBenches(Registry& registry);
 
 namespace {
 
@@ -50,6 +51,9 @@ Registry everything() {
 #endif
 #ifdef TLM_BENCH_VALUES
   addValuesBenches(registry);
+#endif
+#ifdef TLM_BENCH_RETRO
+  addRetroBenches(registry);
 #endif
 #ifdef TLM_BENCH_MODULE
   addModuleBenches(registry);
