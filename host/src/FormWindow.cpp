@@ -2,7 +2,9 @@
 
 #include <QFormLayout>
 #include <QFrame>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #include "schemeView.h"
@@ -16,6 +18,13 @@ QLabel* selectable(const QString& text) {
   auto* const label = new QLabel(text);
   label->setTextInteractionFlags(Qt::TextSelectableByMouse);
   return label;
+}
+
+QFormLayout* makeRows() {
+  auto* const rows = new QFormLayout;
+  rows->setLabelAlignment(Qt::AlignLeft);
+  rows->setHorizontalSpacing(24);
+  return rows;
 }
 
 }  // namespace
@@ -35,17 +44,19 @@ FormWindow::FormWindow(StationServer& server, const QString& file, const ObjectI
   large.setPointSizeF(large.pointSizeF() * 1.3);
   heading->setFont(large);
   value_->setFont(large);
-  auto* const rows = new QFormLayout;
-  rows->setLabelAlignment(Qt::AlignLeft);
-  rows->setHorizontalSpacing(24);
-  rows->addRow("Объект", selectable(object.name));
-  rows->addRow("Класс", selectable(classTitle(object.className)));
-  if (!object.unitName.isEmpty()) rows->addRow("Устройство", selectable(object.unitName));
-  if (object.locId != 0) rows->addRow("Номер", selectable(QString::number(object.locId)));
-  rows->addRow("Значение", value_);
-  rows->addRow("Качество", quality_);
-  rows->addRow("Время", time_);
-  rows->addRow("Файл формы", selectable(file));
+  QFormLayout* const what = makeRows();
+  what->addRow("Объект", selectable(object.name));
+  what->addRow("Класс", selectable(classTitle(object.className)));
+  if (!object.unitName.isEmpty()) what->addRow("Устройство", selectable(object.unitName));
+  if (object.locId != 0) what->addRow("Номер", selectable(QString::number(object.locId)));
+  QFormLayout* const now = makeRows();
+  now->addRow("Значение", value_);
+  now->addRow("Качество", quality_);
+  now->addRow("Время", time_);
+  now->addRow("Файл формы", selectable(file));
+  auto* const rows = new QHBoxLayout;
+  rows->addLayout(what, 1);
+  rows->addLayout(now, 1);
   auto* const line = new QFrame(this);
   line->setFrameShape(QFrame::HLine);
   line->setFrameShadow(QFrame::Sunken);
@@ -58,7 +69,7 @@ FormWindow::FormWindow(StationServer& server, const QString& file, const ObjectI
   if (scheme_->load(file)) {
     scheme_->mark(object.locId);
     layout->addWidget(scheme_, 1);
-    resize(1100, 860);
+    resize(QSize(1320, 980).boundedTo(screen()->availableSize()).expandedTo(QSize(1100, 860)));
   } else {
     delete scheme_;
     scheme_ = nullptr;

@@ -18,6 +18,7 @@ namespace {
 constexpr int kRefreshMs = 1000;
 constexpr double kShownDays = 1.0;
 constexpr int kTableRows = 200;
+constexpr int kButtonRoom = 24;  // beside the text of a button
 
 enum Column { kTime, kValue, kQuality, kColumns };
 
@@ -54,6 +55,7 @@ RetroWindow::RetroWindow(StationServer& server, QWidget* parent)
   auto* const png = new QPushButton("Сохранить график…", this);
   connect(csv, &QPushButton::clicked, this, [this] { askAndSave("Таблица (*.csv)", &RetroWindow::saveCsv); });
   connect(png, &QPushButton::clicked, this, [this] { askAndSave("Картинка (*.png)", &RetroWindow::savePng); });
+  for (QPushButton* const button : {csv, png}) button->setMinimumWidth(button->sizeHint().width() + kButtonRoom);
   auto* const line = new QHBoxLayout;
   line->addWidget(current_, 1);
   line->addWidget(png);

@@ -2,18 +2,24 @@
 
 #include <TlmClient/CPopMessageBox.h>
 #include <TlmClient/CTlmCliMod.h>
+#include <TlmServer/LiveValues.h>
 #include <host/src/RetroWindow.h>
+#include <host/src/retroChart.h>
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTableWidget>
 #include <QToolButton>
+#include <QWheelEvent>
 #include <QtTest/QTest>
+
+#include <cmath>
 
 namespace tlm::tour {
 namespace {
@@ -219,8 +225,33 @@ void OperatorRoad::formsAndRetrospective() {
   RetroWindow* const retro = stage_->station().lastRetro();
   report_.step("retrospective", "Ретроспектива: U 1 СШ 110 кВ", retro ? retro->windowTitle() : QString("no window"),
                retro ? static_cast<QWidget*>(retro) : stage_->window());
+  if (retro) lookCloser(retro);
   if (retro) retro->close();
   QApplication::processEvents();
+}
+
+// A quarter of an hour of values, of which the wheel shows a part; the cursor stands on one of them.
+void OperatorRoad::lookCloser(RetroWindow* retro) {
+  constexpr double kSecond = 1.0 / 86'400;
+  constexpr int kValues = 100;
+  const double now = server::systemTime();
+  stage_->core().live().liftManual(1001, now);
+  for (int i = kValues; i > 0; --i) {
+    const bool doubtful = i > 40 && i < 50;
+    stage_->core().live().set(1001,
+                              {now - i * 9 * kSecond, doubtful ? server::Quality::kInvalid : server::Quality::kGood,
+                               115 + 4 * std::sin(i / 9.0) + 0.3 * (i % 3)});
+  }
+  retro->refresh();
+  auto* const chart = retro->findChild<RetroChart*>();
+  const QPoint middle = chart->viewport()->rect().center();
+  QWheelEvent closer(middle, chart->viewport()->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton, Qt::NoModifier,
+                     Qt::NoScrollPhase, false);
+  QApplication::sendEvent(chart->viewport(), &closer);
+  QMouseEvent over(QEvent::MouseMove, middle + QPoint(60, 0), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+  QApplication::sendEvent(chart->viewport(), &over);
+  QApplication::processEvents();
+  report_.step("retrospective-closer", "(недостоверно)", chart->underCursor().section(' ', -1), retro);
 }
 
 }  // namespace tlm::tour

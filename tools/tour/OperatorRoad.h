@@ -12,6 +12,10 @@
 
 class QMenu;
 
+namespace tlm {
+class RetroWindow;
+}
+
 namespace tlm::tour {
 
 class OperatorRoad {
@@ -33,6 +37,7 @@ class OperatorRoad {
   void command(int number, const QString& step, const QString& receipt, const QString& outcome);
   void wrongPassword();
   void formsAndRetrospective();
+  void lookCloser(RetroWindow* retro);
 
   ModuleLibrary& library_;
   const QString storeFile_;
