@@ -148,6 +148,9 @@ class MeasConfTreeModel : public QAbstractItemModel {
   QStringList cutKeys;  // of rows that were cut and await a paste
   myConfNode* rootNode = nullptr;
 
+  // Puts the persistent indexes where their nodes stand. A sort leaves that to whoever shows the tree.
+  void settleIndexes() { settleIndexes(nullptr, 0, 0); }
+
  private:
   const RecordReader& reader() const;  // with the present codec
   QVariant displayText(const myConfNode& node, int column) const;
@@ -165,8 +168,8 @@ class MeasConfTreeModel : public QAbstractItemModel {
   myConfNode* groupOfUnit(myConfNode* unit, const QString& caption);       // made when missing
   // _removing
   bool removeChildren(myConfNode* owner, int row, int count, QStringList* removed);
-  // Puts the persistent indexes right; those within `count` children of the owner, which will go, in column 0.
-  void settleIndexes(const myConfNode* owner = nullptr, int row = 0, int count = 0);
+  // The same; those within `count` children of the owner, which will go, in column 0.
+  void settleIndexes(const myConfNode* owner, int row, int count);
   // _moving
   bool moveToEnd(myConfNode* node, myConfNode* owner);
 

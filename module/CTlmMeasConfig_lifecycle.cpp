@@ -1,5 +1,6 @@
 #include "CTlmMeasConfig.h"
 #include "IndexFacts.h"
+#include "SortKeeper.h"
 #include "WorkWithData.h"
 #include "popAddAgregData.h"
 #include "popCopyByTemlate.h"
@@ -107,6 +108,7 @@ void CTlmMeasConfig::makePathBar() {
 void CTlmMeasConfig::makeTree() {
   treeModel = new MeasConfTreeModel(this);
   treeModel->codec = moduleCodec;
+  new SortKeeper(treeModel, ui->tV_MeasConfig);
   passport.SetEditable(true);
   passport.BindModelsTabWidg(ui->tabWidget_prop, nullptr);
   passport.SetStretchLastSection(ui->tV_Prop, false);
