@@ -7,6 +7,7 @@
 
 #include <TlmWireGrpc/convert.h>
 
+#include <malloc.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -41,6 +42,16 @@ void setLimits(grpc::ServerBuilder& builder, const NetOptions& options) {
   builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS, kLeastPingMs);
   builder.SetResourceQuota(grpc::ResourceQuota("tlmserver").Resize(options.memoryBytes));
   builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, options.maxCalls + options.maxSessions);
+}
+
+// The threads of calls give back what a large answer took and take it again for the next one, a page fault for each 4
+// KiB. What a message needs stays with the process instead.
+void keepFreedMemory() {
+#ifdef __GLIBC__
+  constexpr int kKept = 16 << 20;  // at most, for each of the allocator's arenas
+  mallopt(M_MMAP_THRESHOLD, static_cast<int>(wire::kMessageBytes));
+  mallopt(M_TRIM_THRESHOLD, kKept);
+#endif
 }
 
 // A socket's file is taken from whoever made it, be he alive or not: one that somebody answers at is left to him.
@@ -81,6 +92,7 @@ std::unique_ptr<NetServer> NetServer::start(Core& core, const NetOptions& option
   for (const std::string& address : options.addresses) {
     if (isServed(address)) return *error = "cannot listen at " + address + ": another server does", nullptr;
   }
+  keepFreedMemory();
   grpc::EnableDefaultHealthCheckService(true);
   auto d = std::make_unique<Private>(core, options, log);
   grpc::ServerBuilder builder;

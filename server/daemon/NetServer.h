@@ -30,7 +30,7 @@ struct NetOptions {
 class NetServer {
  public:
   // Starts to serve. Null with a message in *error when an address cannot be used. The core and the log must outlive
-  // the server.
+  // the server. The allocator of the process keeps more of what is freed from then on.
   static std::unique_ptr<NetServer> start(Core& core, const NetOptions& options, Log& log, std::string* error);
   ~NetServer();  // stops
   NetServer(const NetServer&) = delete;
