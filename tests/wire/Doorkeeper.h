@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <map>
 #include <memory>
@@ -35,6 +36,7 @@ class Doorkeeper final : public v1::Model::Service {
   ~Doorkeeper() override {
     answer(1000);
     server_->Shutdown(std::chrono::system_clock::now());
+    server_.reset();  // when no call is under way any more
   }
   const std::string& address() const { return address_; }
 
@@ -43,8 +45,8 @@ class Doorkeeper final : public v1::Model::Service {
     std::unique_lock lock(mutex_);
     ++calls_[name];
     while (silent && !context->IsCancelled()) changed_.wait_for(lock, std::chrono::milliseconds(10));
-    if (refuse[name] < 0) return {grpc::StatusCode::UNAVAILABLE, "come again"};
-    if (refuse[name] != 0) return --refuse[name], grpc::Status(grpc::StatusCode::UNAVAILABLE, "come again");
+    if (refuse_[name] < 0) return {grpc::StatusCode::UNAVAILABLE, "come again"};
+    if (refuse_[name] != 0) return --refuse_[name], grpc::Status(grpc::StatusCode::UNAVAILABLE, "come again");
     done_.push_back(name);
     response->mutable_whole();
     response->add_each();
@@ -112,9 +114,14 @@ class Doorkeeper final : public v1::Model::Service {
     return subscriptions_;
   }
 
+  // Blocks of that name, so many times; -1: always.
+  void turnAway(const std::string& name, int times) {
+    const std::lock_guard lock(mutex_);
+    refuse_[name] = times;
+  }
+
+  std::atomic<bool> silent{false};  // answers no block
   // Set before anything is sent:
-  std::map<std::string, int> refuse;  // how often; -1: always
-  bool silent = false;                // answers no block
   static constexpr int kPayload = 10;
   int pieces = -1;       // that many bytes of a payload of kPayload come by themselves; -1: there is no payload
   bool endless = false;  // and no end behind them
@@ -139,6 +146,7 @@ class Doorkeeper final : public v1::Model::Service {
   grpc::ServerContext* context_ = nullptr;
   grpc::ServerReaderWriter<v1::Delivery, v1::Subscription>* stream_ = nullptr;
   std::map<std::string, int> calls_;
+  std::map<std::string, int> refuse_;
   std::vector<std::string> done_;
   std::vector<v1::Subscription> subscriptions_;
 };
@@ -158,7 +166,7 @@ class AtTheDoor : public testing::Test, public TransportListener {
     if (!transport) ADD_FAILURE() << problem;
     if (transport) transport->setListener(this);
   }
-  ~AtTheDoor() override {
+  void TearDown() override {  // the listener is whole until the transport is gone
     door.answer(1000);
     transport.reset();
   }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <mutex>
 
 #include "support/EmbeddedServer.h"
@@ -46,7 +47,7 @@ class CountingDevice : public server::Device {
     }
     answer(server::DeviceAnswer::kDone);
   }
-  bool silent = false;
+  std::atomic<bool> silent{false};
 
  private:
   mutable std::mutex mutex_;

@@ -21,7 +21,7 @@ class Retry : public AtTheDoor {
 };
 
 TEST_F(Retry, AWaitDoesNotOvertakeAWriteThatIsTriedAgain) {
-  door.refuse["first"] = 4;
+  door.turnAway("first", 4);
   ASSERT_TRUE(transport->send(1, write("first")));
   transport->nudge();
   ASSERT_TRUE(eventually([&] { return door.calls("first") > 0; }));
@@ -33,7 +33,7 @@ TEST_F(Retry, AWaitDoesNotOvertakeAWriteThatIsTriedAgain) {
 }
 
 TEST_F(Retry, TheEndWaitsForAWriteThatIsTriedAgain) {
-  door.refuse["first"] = 4;
+  door.turnAway("first", 4);
   ASSERT_TRUE(transport->send(1, write("first")));
   transport->nudge();
   ASSERT_TRUE(eventually([&] { return door.calls("first") > 0; }));
@@ -45,7 +45,7 @@ TEST_F(Retry, TheEndTellsOfAWriteWhoseTimeIsOver) {
   NetLine line;
   line.writeMs = 300;
   connect(line);
-  door.refuse["first"] = -1;
+  door.turnAway("first", -1);
   ASSERT_TRUE(transport->send(1, write("first")));
   transport.reset();
   EXPECT_TRUE(wasTold("lost 1"));
@@ -56,6 +56,7 @@ TEST_F(Retry, TheEndTellsOfAWriteThatWaitsForADeadLine) {
   NetLine line;
   line.writeMs = 300;
   connect(line);
+  door.turnAway("first", -1);
   door.answer(0);
   ASSERT_TRUE(transport->send(1, write("first")));
   door.cut();
@@ -65,7 +66,7 @@ TEST_F(Retry, TheEndTellsOfAWriteThatWaitsForADeadLine) {
 }
 
 TEST_F(Retry, TheEndDropsWhatOnlyReads) {
-  door.refuse["first"] = 2;
+  door.turnAway("first", 2);
   ASSERT_TRUE(transport->send(1, write("first")));
   ASSERT_TRUE(transport->send(2, read()));
   ASSERT_TRUE(transport->send(3, write("last")));
@@ -118,7 +119,7 @@ TEST_F(Retry, AWriteIsLostWhenItsTimeIsOverThoughACallMayTakeLonger) {
 }
 
 TEST_F(Retry, ACommandThatIsTurnedAwayIsNeverSentAgain) {
-  door.refuse[wire::kCommandRequest] = 1;
+  door.turnAway(wire::kCommandRequest, 1);
   wire::Block block;
   block.requests.push_back({wire::RequestKind::kPacket, wire::kCommandRequest, "id=1"});
   ASSERT_TRUE(transport->send(1, block));
@@ -164,7 +165,7 @@ TEST_F(Pieces, WithoutAnEndAreWaitedForNoLongerThanACall) {
 }
 
 TEST_F(Retry, ARequestThatReadsIsSentAgain) {
-  door.refuse["Read"] = 2;
+  door.turnAway("Read", 2);
   ASSERT_TRUE(transport->send(1, read()));
   transport->nudge();
   EXPECT_TRUE(eventually([&] { return wasTold("reply 1"); }));
