@@ -220,7 +220,7 @@ void RetroChart::drawTimes(QPainter& painter) const {
   for (auto i = std::ceil((times_->min() - times_->tickAnchor()) / step);; ++i) {
     const double time = times_->tickAnchor() + i * step;
     if (time > times_->max()) break;
-    painter.drawText(QRectF(x(time) - kWidth / 2, plot.bottom() + 6, kWidth, 24), Qt::AlignHCenter,
+    painter.drawText(QRectF(x(time) - kWidth / 2.0, plot.bottom() + 6, kWidth, 24), Qt::AlignHCenter,
                      localTime(time).toString(form));
   }
 }

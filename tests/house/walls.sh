@@ -18,8 +18,11 @@ forbid 'Tlm(Wire|Server)/|sqlite3|host/|TlmClient/(ITransport|TlmSession)' modul
 forbid 'Q(Widget|Application|MainWindow|Painter|Pixmap|Image)|TlmClient/|host/' server
 # Only the ends of the network line know how it is made.
 forbid 'grpc|google/protobuf|tlm/v1/|TlmWireGrpc/' mdx wire/src wire/include client/include client/src/passport module model data \
-  dialogs server/src server/include server/script host tools
+  dialogs server/src server/include server/script host tools/tour
 found=$(grep -lE '#include *[<"](grpc|google/protobuf|tlm/v1/|TlmWireGrpc/)' client/src/*.h client/src/*.cpp |
   grep -v '^client/src/\(grpc\|net\)')
 [ -z "$found" ] || { echo "these know the network beside the transport: $found"; broken=1; }
+found=$(grep -lE '#include *[<"](grpc|google/protobuf|tlm/v1/|TlmWireGrpc/)' tools/*.h tools/*.cpp |
+  grep -v '^tools/value')
+[ -z "$found" ] || { echo "these know the network beside what hands in values: $found"; broken=1; }
 exit $broken
