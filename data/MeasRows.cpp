@@ -4,8 +4,6 @@
 
 #include <TlmMdx/bulk.h>
 
-#include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace {
@@ -40,16 +38,12 @@ bool holds(const MDRVar& value, const QByteArray& bytes) {
 void mergeMeasurements(CMDArray& held, MDArray* rows, const MergeRules& rules) {
   if (MDARecCount(held.array) == 0) return takeFirstRows(held, rows);
   std::vector<MDRData*> fresh;
-  std::unordered_set<std::string_view> known;  // keys of the rows that come
-  known.reserve(rules.leaveOutHeld ? static_cast<size_t>(MDARecCount(rows)) : 0);
+  fresh.reserve(static_cast<size_t>(MDARecCount(rows)));
   forKeyedRows(rows, [&](MDRData* row, const MDRVar& key) {
-    if (!rules.except.isEmpty() && holds(key, rules.except)) return;
-    if (rules.leaveOutHeld &&
-        (!known.insert({key.text.data, key.text.length}).second || MDARecSeekV(held.array, 0, &key, nullptr)))
-      return;
-    fresh.push_back(row);
+    if (rules.except.isEmpty() || !holds(key, rules.except)) fresh.push_back(row);
   });
-  held.code = MDXRecsAdd(held.array, fresh.data(), static_cast<int>(fresh.size()), MDX_REC_INSERT);
+  const auto add = rules.leaveOutHeld ? MDXRecsAddNew : MDXRecsAdd;
+  held.code = add(held.array, fresh.data(), static_cast<int>(fresh.size()), MDX_REC_INSERT);
 }
 
 void listMeasurements(MDArray* rows, QTextCodec* codec, QStringList* keys) {

@@ -76,7 +76,7 @@ bool callScript(CTlmCliSes* session, QTextCodec* codec, const char* script, cons
                 int timeoutMs, const std::function<void(const CVar&)>& read) {
   if (!session || !codec) return false;
   const QString unique = QString::fromLatin1(GenGuid32());
-  const QByteArray text = codec->fromUnicode(QString::fromUtf8(script).arg(unique));
+  const QByteArray text = encodeText(QString::fromUtf8(script).arg(unique), codec);
   CVar args;
   CVarInit(&args, 1);
   const ScopeGuard argsGuard([&] { CVarClear(&args, 1); });

@@ -7,6 +7,10 @@
 #include <QSet>
 
 #include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -35,9 +39,14 @@ QString captionOf(const QString& className) {
   return found ? QString::fromUtf8(found->caption) : QString();
 }
 
+std::string_view bytesOf(const MDRVar& value) {
+  return isText(value) ? std::string_view(value.text.data, value.text.length) : std::string_view();
+}
+
 // The bytes of a text, not copied.
 QByteArray rawText(const MDRVar& value) {
-  return isText(value) ? QByteArray::fromRawData(value.text.data, static_cast<int>(value.text.length)) : QByteArray();
+  const std::string_view bytes = bytesOf(value);
+  return QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size()));
 }
 
 // Makes the group nodes of one unit as classes turn up.
@@ -46,13 +55,12 @@ class Groups {
   Groups(myConfNode* unit, QStringList* classes, QList<myConfNode*>* nodes, QTextCodec* codec)
       : unit_(unit), classes_(classes), nodes_(nodes), codec_(codec) {}
 
-  // Rows of one class come in runs, so the class of the row before is remembered undecoded.
+  // The few classes of a unit are known undecoded, as its rows hold them.
   myConfNode* of(const MDRVar& className) {
-    const QByteArray bytes = rawText(className);
-    if (last_ && bytes == lastClass_) return last_;
-    lastClass_ = bytes;
-    lastClass_.detach();
-    return last_ = find(decodeVar(className, codec_));
+    const std::string_view bytes = bytesOf(className);
+    for (const auto& [known, node] : known_)
+      if (known == bytes) return node;
+    return known_.emplace_back(bytes, find(decodeVar(className, codec_))).second;
   }
 
  private:
@@ -68,8 +76,7 @@ class Groups {
   QStringList* classes_;
   QList<myConfNode*>* nodes_;
   QTextCodec* codec_;
-  QByteArray lastClass_;
-  myConfNode* last_ = nullptr;
+  std::vector<std::pair<std::string, myConfNode*>> known_;
 };
 
 using NodeMade = std::function<void(myConfNode*, const MDRVar& key)>;
@@ -102,9 +109,9 @@ template <typename Key>
 using Places = QHash<Key, myConfNode*>;
 
 // Keys stand as they stand in the rows, so that a row's key is looked up undecoded.
-Places<QByteArray> placesOf(const QStringList& keys, const QTextCodec* codec) {
+Places<QByteArray> placesOf(const QStringList& keys, QTextCodec* codec) {
   Places<QByteArray> places;
-  for (const QString& key : keys) places.insert(codec->fromUnicode(key), nullptr);
+  for (const QString& key : keys) places.insert(encodeText(key, codec), nullptr);
   return places;
 }
 
@@ -123,11 +130,11 @@ void hangUnderPrimary(myConfNode* child, myConfNode* primary) {
 
 // Goes through the pairs of an aggregated measurement's key and its primary's number.
 void hangAggregated(const QStringList& pairs, const QStringList& classes, const QStringList& groupClasses,
-                    const Places<QByteArray>& aggregated, const Places<int>& primaries, const QTextCodec* codec) {
+                    const Places<QByteArray>& aggregated, const Places<int>& primaries, QTextCodec* codec) {
   for (int i = 0; i < pairs.size(); ++i) {
     const QStringList parts = pairs[i].split(',');
     if (parts.size() < 2) continue;
-    myConfNode* child = aggregated.value(codec->fromUnicode(parts[0]));
+    myConfNode* child = aggregated.value(encodeText(parts[0], codec));
     myConfNode* primary = primaries.value(parts[1].toInt());
     if (!child || !primary || child->isAggregated || !groupClasses.contains(classes[i])) continue;
     hangUnderPrimary(child, primary);
@@ -150,6 +157,7 @@ int GetMeasurements(MDRVar& rtuKey, myConfNode* unit, CTlmMeasConfig* module, QS
   const CMDArray& rows = module->measRecords;
   const MDRField* primaryField = MDRFldByName(rows.array, "primaryLocId");
   const MDRField* groupField = MDRFldByName(rows.array, "MeasurementArchGroupKey");
+  const MDRField* classField = MDRFldByName(rows.array, "ClassName");
   QStringList aggKeys;
   QList<int> primaryLocIds;
   QStringList aggPairs;
@@ -163,7 +171,9 @@ int GetMeasurements(MDRVar& rtuKey, myConfNode* unit, CTlmMeasConfig* module, QS
     if (!knownKeys.contains(key)) aggKeys.append(*knownKeys.insert(key));
     if (!knownPrimaries.contains(primary)) primaryLocIds.append(*knownPrimaries.insert(primary));
     aggPairs.append(key + ',' + QString::number(primary));
-    aggClasses.append(fieldText(rows, record, "ClassName", module->moduleCodec));
+    MDRVar className{};
+    MDRGetVal(classField, record, &className);
+    aggClasses.append(decodeVar(className, module->moduleCodec));
   });
   if (aggKeys.isEmpty())
     return GetMeasurementsWithoutAgreg(rtuKey, unit, module, groupClasses, groupNodes, skipOne, skipKey);

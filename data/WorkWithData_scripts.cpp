@@ -39,8 +39,8 @@ void CTlmMeasConfig::LocIdIsBusy(int locId, bool& busy) {
 }
 
 void CTlmMeasConfig::IsValueAtMeasurementsOfRTU(QString rtu, QString value, bool& found) {
-  const QByteArray unit = moduleCodec->fromUnicode(rtu);
-  const QByteArray part = moduleCodec->fromUnicode(value);
+  const QByteArray unit = encodeText(rtu, moduleCodec);
+  const QByteArray part = encodeText(value, moduleCodec);
   callScript(
       session(), moduleCodec, kScriptNameInUnit,
       [&](CVar* args) {

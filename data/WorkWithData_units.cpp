@@ -68,7 +68,7 @@ bool CTlmMeasConfig::AddMeasForRTU(QModelIndex unit, QString rtuKey, bool skipOn
   if (rtuKey.isEmpty()) rtuKey = unit.data(kKeyRole).toString();
   if (rtuKey.isEmpty()) return false;
 
-  const QByteArray keyBytes = moduleCodec->fromUnicode(rtuKey);
+  const QByteArray keyBytes = encodeText(rtuKey, moduleCodec);
   MDRVar key = textVar(keyBytes);
   const bool someHeld = MDARecSeekV(measRecords.array, 1, &key, nullptr) != nullptr;
   // One key has one row: what is held already is not taken again.

@@ -3,8 +3,18 @@
 #include "RecordAccess.h"
 #include "myConfNode.h"
 
+#include <TlmMdx/bulk.h>
+
 #include <algorithm>
 #include <utility>
+
+namespace {
+
+void fetchKey(const myConfNode* node) {
+  if (node && node->table && node->record) MDXRecFetch(MDRFldByNum(node->table->array, 0), node->record);
+}
+
+}  // namespace
 
 void KeyIndex::add(myConfNode* node) {
   if (!node) return;
@@ -17,7 +27,12 @@ void KeyIndex::add(myConfNode* node) {
       ++size_;
     }
   }
-  for (myConfNode* child : node->children) add(child);
+  const auto& children = node->children;
+  for (size_t i = 0; i < children.size(); ++i) {
+    constexpr size_t kAhead = 8;  // rows lie where they were read, not in the order of the tree
+    if (i + kAhead < children.size()) fetchKey(children[i + kAhead]);
+    add(children[i]);
+  }
 }
 
 void KeyIndex::remove(myConfNode* node) {

@@ -7,6 +7,7 @@
 #include <QTextCodec>
 
 #include <algorithm>
+#include <type_traits>
 #include <utility>
 
 namespace {
@@ -48,11 +49,15 @@ struct ByNumber {
 
 // Sorts those nodes for which `comparable` holds among the places that they take.
 template <typename Key, typename Comparable, typename MakeKey, typename Before>
-void sortByKey(std::vector<myConfNode*>& nodes, Comparable comparable, MakeKey makeKey, Before before) {
+void sortByKey(std::vector<myConfNode*>& nodes, const RecordReader& reader, Comparable comparable, MakeKey makeKey,
+               Before before) {
+  constexpr size_t kTogether = 32;
   std::vector<Key> keys;
   keys.reserve(nodes.size());
-  for (myConfNode* node : nodes) {
-    if (comparable(node)) keys.push_back(makeKey(node));
+  for (size_t i = 0; i < nodes.size(); ++i) {
+    if (std::is_same_v<Key, ByName> && i % kTogether == 0)
+      reader.fetchNames(nodes.data() + i, std::min(kTogether, nodes.size() - i));
+    if (comparable(nodes[i])) keys.push_back(makeKey(nodes[i]));
   }
   std::sort(keys.begin(), keys.end(), before);
   auto next = keys.begin();
@@ -89,7 +94,7 @@ void sortNodes(std::vector<myConfNode*>& nodes, int column, Qt::SortOrder order,
   const bool ascending = order == Qt::AscendingOrder;
   if (column == 0) {
     sortByKey<ByName>(
-        nodes, [](const myConfNode* node) { return node != nullptr; },
+        nodes, reader, [](const myConfNode* node) { return node != nullptr; },
         [&](myConfNode* node) {
           return ByName{rankOf(*node), reader.name(*node), node};
         },
@@ -99,7 +104,7 @@ void sortNodes(std::vector<myConfNode*>& nodes, int column, Qt::SortOrder order,
         });
   } else if (column == 1) {
     sortByKey<ByNumber>(
-        nodes, hasNumberOrder,
+        nodes, reader, hasNumberOrder,
         [&](myConfNode* node) {
           return ByNumber{reader.locId(*node), node};
         },

@@ -3,6 +3,8 @@
 #include "RecordAccess.h"
 #include "myConfNode.h"
 
+#include <TlmMdx/bulk.h>
+
 #include <cstring>
 
 namespace {
@@ -63,6 +65,20 @@ MDRVar RecordReader::value(const myConfNode& node, NodeField field) const {
 QString RecordReader::name(const myConfNode& node) const {
   if (!node.text.isEmpty()) return node.text;
   return text(node, node.isFolder ? NodeField::Caption : NodeField::Name);
+}
+
+void RecordReader::fetchNames(myConfNode* const* nodes, size_t count) const {
+  const auto fieldOf = [](const myConfNode& node) { return node.isFolder ? NodeField::Caption : NodeField::Name; };
+  const auto hasRow = [](const myConfNode* node) { return node && node->table && node->record; };
+  for (size_t i = 0; i < count; ++i) {
+    if (hasRow(nodes[i]))
+      MDXRecFetch(handles(nodes[i]->table->array)[static_cast<size_t>(fieldOf(*nodes[i]))], nodes[i]->record);
+  }
+  for (size_t i = 0; i < count; ++i) {
+    if (!hasRow(nodes[i])) continue;
+    const MDRVar name = value(*nodes[i], fieldOf(*nodes[i]));
+    if (isText(name)) __builtin_prefetch(name.text.data);  // a long text stands apart from its row
+  }
 }
 
 int RecordReader::locId(const myConfNode& node) const {

@@ -11,6 +11,7 @@ namespace {
 
 // Texts are hashed and compared four units at a time: a look-up by key does both for 32 characters.
 constexpr uint32_t kUnitsInWord = 4;
+constexpr uchar kCyrillicRow = 0x04;
 constexpr uint64_t eachUnit(uint64_t bits) { return bits * 0x0001000100010001u; }
 
 constexpr uint64_t mix(uint64_t hash, uint64_t word) {
@@ -59,6 +60,21 @@ void TextTable::use(QTextCodec* codec) {
     chars_[byte] = text.isEmpty() ? QChar(QChar::ReplacementCharacter) : text.at(0);
     folded_[byte] = fold(chars_[byte]);
   }
+  cyrillic_ = {};
+  for (int byte = 0x80; byte < 256; ++byte)
+    if (chars_[byte].row() == kCyrillicRow) cyrillic_[chars_[byte].cell()] = static_cast<char>(byte);
+}
+
+QByteArray TextTable::encode(const QString& text) const {
+  if (!codec_) return QByteArray();
+  QByteArray bytes(text.size(), Qt::Uninitialized);
+  char* out = bytes.data();
+  for (const QChar c : text) {
+    const char byte = c.row() == kCyrillicRow ? cyrillic_[c.cell()] : c.unicode() < 0x80 ? c.toLatin1() : '\0';
+    if (byte == 0 && !c.isNull()) return codec_->fromUnicode(text);
+    *out++ = byte;
+  }
+  return bytes;
 }
 
 QString TextTable::decode(const char* bytes, uint32_t length) const {
@@ -106,3 +122,19 @@ unsigned TextTable::foldedHash(const QString& text) {
     hash = mix(hash, foldedUnits(text.constData() + at, length - at));
   return hashOf(hash);
 }
+
+namespace {
+
+const TextTable& tableOf(QTextCodec* codec) {
+  thread_local TextTable table;
+  table.use(codec);
+  return table;
+}
+
+}  // namespace
+
+QString decodeText(const char* bytes, uint32_t length, QTextCodec* codec) {
+  return tableOf(codec).decode(bytes, length);
+}
+
+QByteArray encodeText(const QString& text, QTextCodec* codec) { return tableOf(codec).encode(text); }

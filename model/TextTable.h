@@ -4,6 +4,7 @@
 
 #include <TlmMdx/mdx.h>
 
+#include <QByteArray>
 #include <QString>
 
 #include <array>
@@ -19,6 +20,7 @@ class TextTable {
   void use(QTextCodec* codec);
 
   QString decode(const char* bytes, uint32_t length) const;
+  QByteArray encode(const QString& text) const;
   // A text value decoded; empty for any other value.
   QString decode(const MDRVar& value) const;
 
@@ -35,6 +37,12 @@ class TextTable {
   QTextCodec* codec_ = nullptr;
   std::array<QChar, 256> chars_{};
   std::array<ushort, 256> folded_{};
+  std::array<char, 256> cyrillic_{};  // bytes of U+0400 to U+04FF; 0: none
 };
+
+// What the one-byte codec gives for bytes and for a text, without its cost for each call. A codec that holds ASCII,
+// as all of them here do.
+QString decodeText(const char* bytes, uint32_t length, QTextCodec* codec);
+QByteArray encodeText(const QString& text, QTextCodec* codec);
 
 #endif

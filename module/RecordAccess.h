@@ -12,6 +12,8 @@
 #include <functional>
 #include <utility>
 
+#include "TextTable.h"
+
 // Calls a function at the end of its scope, whichever way the scope is left.
 class ScopeGuard {
  public:
@@ -39,7 +41,7 @@ inline bool isText(const MDRVar& value) { return hasValue(value) && mdx::hasText
 
 // The text of a text value, decoded; empty for anything else.
 inline QString decodeVar(const MDRVar& value, QTextCodec* codec) {
-  return isText(value) ? codec->toUnicode(value.text.data, static_cast<int>(value.text.length)) : QString();
+  return isText(value) ? decodeText(value.text.data, value.text.length, codec) : QString();
 }
 
 // The text of a field, by name or number; empty without a record, field or value.
@@ -56,7 +58,7 @@ inline QString fieldText(const CMDArray& table, const MDRData* record, int numbe
 
 // The first record with that text in key `keyNumber`, or null.
 inline MDRData* seekText(const CMDArray& table, int keyNumber, const QString& text, QTextCodec* codec) {
-  const QByteArray bytes = codec->fromUnicode(text);
+  const QByteArray bytes = encodeText(text, codec);
   const MDRVar value = textVar(bytes);
   return MDARecSeekV(table.array, keyNumber, &value, nullptr);
 }
