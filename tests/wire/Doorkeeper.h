@@ -154,7 +154,7 @@ class Doorkeeper final : public v1::Model::Service {
 // A transport to it, and what the transport has told.
 class AtTheDoor : public testing::Test, public TransportListener {
  protected:
-  AtTheDoor() { connect({}); }
+  void SetUp() override { connect({}); }
   void connect(NetLine line) {
     std::string problem;
     const NetLine quick = quickLine(door.address());
