@@ -50,7 +50,7 @@ class RandomClipboard : public RandomWindows {
     static constexpr Act kActsOfAWindow[] = {&Self::expand, &Self::expand, &Self::collapse, &Self::rename,
                                              &Self::finish, &Self::cut,    &Self::copy,     &Self::copy,
                                              &Self::paste,  &Self::paste,  &Self::paste,    &Self::paste,
-                                             &Self::drag,   &Self::drag,   &Self::drag};
+                                             &Self::drag,   &Self::drag,   &Self::drag,     &Self::sort};
     const Act chosen = kActsOfAWindow[upTo(std::size(kActsOfAWindow))];
     told += (windows[0].get() == &window ? "first: " : "second: ") + (this->*chosen)(window);
   }

@@ -25,15 +25,19 @@ class RandomTree : public RandomWindows {
   // ---- acts of a window ----
   void act(Window& window) {
     using Act = QString (RandomTree::*)(Window&);
-    static constexpr Act kActsOfAWindow[] = {&RandomTree::expand,  &RandomTree::expand,       &RandomTree::collapse,
-                                             &RandomTree::select,  &RandomTree::select,       &RandomTree::add,
-                                             &RandomTree::add,     &RandomTree::add,          &RandomTree::add,
-                                             &RandomTree::remove,  &RandomTree::rename,       &RandomTree::finish,
-                                             &RandomTree::finish,  &RandomTree::finish,       &RandomTree::ownMove,
-                                             &RandomTree::ownMove, &RandomTree::ownFolderMove};
+    static constexpr Act kActsOfAWindow[] = {&RandomTree::expand,  &RandomTree::expand,        &RandomTree::collapse,
+                                             &RandomTree::select,  &RandomTree::select,        &RandomTree::add,
+                                             &RandomTree::add,     &RandomTree::add,           &RandomTree::add,
+                                             &RandomTree::remove,  &RandomTree::rename,        &RandomTree::finish,
+                                             &RandomTree::finish,  &RandomTree::finish,        &RandomTree::ownMove,
+                                             &RandomTree::ownMove, &RandomTree::ownFolderMove, &RandomTree::sort};
     const Act chosen = kActsOfAWindow[upTo(std::size(kActsOfAWindow))];
+    const QModelIndexList before = window.tree()->selectionModel()->selectedIndexes();
     told += (windows[0].get() == &window ? "first: " : "second: ") + (this->*chosen)(window);
+    const bool chose = told.last().contains(": select ") || told.last().contains(": add ");
+    if (chose && window.tree()->selectionModel()->selectedIndexes() != before) sheetFaults = window.sheetFaults();
   }
+  QStringList moreFaults() override { return std::exchange(sheetFaults, {}); }
   QString add(Window& window) {
     if (window.isPending()) return finish(window);
     if (objects() > kMost) return remove(window);
@@ -108,6 +112,8 @@ class RandomTree : public RandomWindows {
     QList<CMDArray*> arrays{&array};
     if (!window.module.Save(tables, arrays, false)) window.module.ownMoves.removeAll(key);
   }
+
+  QStringList sheetFaults;
 };
 
 TEST_F(RandomTree, TreesArraysAndTablesAgreeAfterEveryAct) { play(); }
