@@ -24,6 +24,8 @@ constexpr int kRefreshMs = 1000;
 constexpr int kAnswerMs = 5000;
 constexpr int kRefreshAnswerMs = 1000;
 constexpr double kMsOfDay = 86'400'000;
+constexpr int kButtonAir = 32;
+constexpr char kSendCaption[] = "Подать команду";
 
 constexpr char kGood[] = "0";  // quality of a value that tells the state now
 
@@ -126,6 +128,8 @@ void CPopRemoteControl::build() {
   layout->addSpacing(6);
   layout->addLayout(buttons);
   for (QPushButton* button : {p.accept, p.reject}) button->setMinimumWidth(tlm::kButtonWidth);
+  // One width for all steps, with air around the longest text.
+  p.accept->setMinimumWidth(p.accept->fontMetrics().horizontalAdvance(QString::fromUtf8(kSendCaption)) + kButtonAir);
   connect(p.accept, &QPushButton::clicked, this, &CPopRemoteControl::proceed);
   connect(p.reject, &QPushButton::clicked, this, &CPopRemoteControl::On_Reject);
 }
@@ -184,7 +188,7 @@ void CPopRemoteControl::showButtons() {
   Parts& p = *parts_;
   const bool asks = p.step == kChoosing || p.step == kConfirming;
   p.accept->setVisible(asks);
-  p.accept->setText(p.step == kConfirming ? QStringLiteral("Подать команду") : QStringLiteral("Далее"));
+  p.accept->setText(p.step == kConfirming ? QString::fromUtf8(kSendCaption) : QStringLiteral("Далее"));
   p.reject->setText(p.step == kConfirming ? QStringLiteral("Назад")
                     : asks                ? QStringLiteral("Отмена")
                                           : QStringLiteral("Закрыть"));
