@@ -94,6 +94,19 @@ class ModuleWindow : public testing::Test {
   }
   void click(const char* name) { click(find(name)); }
 
+  // The rows that are open and in sight, in the order of their names.
+  QStringList openRows(const QModelIndex& parent = QModelIndex()) {
+    QStringList open;
+    for (int row = 0; row < module->treeModel->rowCount(parent); ++row) {
+      const QModelIndex index = module->treeModel->index(row, 0, parent);
+      if (!tree()->isExpanded(index)) continue;
+      open += index.data().toString();
+      open += openRows(index);
+    }
+    open.sort();
+    return open;
+  }
+
   // The cell of a field of the sheet, by its title.
   QModelIndex field(const char* title) {
     QAbstractItemModel* model = module->ui->tV_Prop->model();

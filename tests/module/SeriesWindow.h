@@ -142,6 +142,13 @@ class SeriesWindow : public ModuleWindow {
     EXPECT_TRUE(processUntil([&] { return second.lastEvent >= server.core()->lastSequence(); }));
     return treeText(*second.treeModel, second.treeModel->findByKey(key(name)));
   }
+  // Calls the keys of a change set's objects "new1", "new2" in those texts.
+  void nameNewKeys(const ChangeSet& changes) {
+    for (int i = 0; i < changes.tables.size(); ++i)
+      for (int j = 0; changes.tables[i] == "IdentifiedObject" && j < MDARecCount(changes.arrays[i]->array); ++j)
+        names[fieldText(*changes.arrays[i], MDARec(changes.arrays[i]->array, 0, j), 0, module->moduleCodec)] =
+            QString("new%1").arg(j + 1);
+  }
   // Gives a key a readable name in those texts.
   void nameKeys(std::initializer_list<const char*> objects) {
     for (const char* each : objects) names[key(each)] = each;

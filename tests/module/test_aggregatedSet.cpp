@@ -12,10 +12,7 @@ class AggregatedSet : public Aggregated {
                int locId = 1005, const QString& name = "Имя") {
     const bool ready = module->PrepareSaveGroupAgreg(changes.tables, changes.arrays, primary, className, name, locId,
                                                      groups, numbers, unticked);
-    for (int i = 0; i < changes.tables.size(); ++i)
-      for (int j = 0; changes.tables[i] == "IdentifiedObject" && j < MDARecCount(changes.arrays[i]->array); ++j)
-        names[fieldText(*changes.arrays[i], MDARec(changes.arrays[i]->array, 0, j), 0, module->moduleCodec)] =
-            QString("new%1").arg(j + 1);
+    nameNewKeys(changes);
     return ready;
   }
   ChangeSet changes;

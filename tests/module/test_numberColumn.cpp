@@ -32,7 +32,7 @@ class Acting : public PasteWindow {
     QStringList lines{treeText(*module->treeModel),
                       ServerPicture(*server.core()).text().remove(QRegExp("[0-9A-F]{32}"))};
     lines += "current: " + tree()->currentIndex().siblingAtColumn(0).data().toString();
-    lines += "open: " + openRows(QModelIndex()).join(", ");
+    lines += "open: " + openRows().join(", ");
     lines += "selected: ";
     for (const QModelIndex& each : tree()->selectionModel()->selectedIndexes())
       lines.last() += each.siblingAtColumn(0).data().toString() + ';';
@@ -42,16 +42,6 @@ class Acting : public PasteWindow {
     for (const CPopTemplate* panel : module->findChildren<CPopTemplate*>())
       if (panel->isVisible()) lines += QString("panel: ") + panel->metaObject()->className();
     return lines.join('\n');
-  }
-  QStringList openRows(const QModelIndex& parent) {
-    QStringList open;
-    for (int row = 0; row < module->treeModel->rowCount(parent); ++row) {
-      const QModelIndex index = module->treeModel->index(row, 0, parent);
-      if (!tree()->isExpanded(index)) continue;
-      open += index.data().toString();
-      open += openRows(index);
-    }
-    return open;
   }
   // Triggers the action with that text, and accepts the box or panel that it opens.
   void act(const QString& text) {

@@ -35,17 +35,6 @@ class Sorted : public ModuleWindow {
     QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, at);
     settle();
   }
-  QStringList openRows(const QModelIndex& parent = QModelIndex()) {
-    QStringList open;
-    for (int row = 0; row < module->treeModel->rowCount(parent); ++row) {
-      const QModelIndex index = module->treeModel->index(row, 0, parent);
-      if (!tree()->isExpanded(index)) continue;
-      open += index.data().toString();
-      open += openRows(index);
-    }
-    open.sort();
-    return open;
-  }
   QStringList selected() {
     QStringList names;
     for (const QModelIndex& each : tree()->selectionModel()->selectedIndexes()) names += each.data().toString();

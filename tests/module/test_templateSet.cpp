@@ -14,10 +14,7 @@ class TemplateSet : public Template {
     const bool ready = module->PrepareSaveGroupTemplate(changes.tables, changes.arrays, source, className,
                                                         unit.isEmpty() ? unit : key(unit.toUtf8()), numbers, "Ряд",
                                                         true, withChildren, children);
-    for (int i = 0; i < changes.tables.size(); ++i)
-      for (int j = 0; changes.tables[i] == "IdentifiedObject" && j < MDARecCount(changes.arrays[i]->array); ++j)
-        names[fieldText(*changes.arrays[i], MDARec(changes.arrays[i]->array, 0, j), 0, module->moduleCodec)] =
-            QString("new%1").arg(j + 1);
+    nameNewKeys(changes);
     return ready;
   }
   ChangeSet changes;
