@@ -1,5 +1,6 @@
 #include "NetServer.h"
 
+#include <grpc/grpc.h>
 #include <grpcpp/ext/health_check_service_server_builder_option.h>
 #include <grpcpp/grpcpp.h>
 #include <grpcpp/health_check_service_interface.h>
@@ -77,6 +78,12 @@ std::string withPort(const std::string& address, int port) {
   return address.substr(0, colon + 1) + std::to_string(port);
 }
 
+// The last one who gives the library back waits for its threads, and one of those at times sleeps for ten seconds.
+void keepLibrary() {
+  static const bool kept = (grpc_init(), true);
+  static_cast<void>(kept);
+}
+
 }  // namespace
 
 struct NetServer::Private {
@@ -93,6 +100,7 @@ std::unique_ptr<NetServer> NetServer::start(Core& core, const NetOptions& option
     if (isServed(address)) return *error = "cannot listen at " + address + ": another server does", nullptr;
   }
   keepFreedMemory();
+  keepLibrary();
   grpc::EnableDefaultHealthCheckService(true);
   auto d = std::make_unique<Private>(core, options, log);
   grpc::ServerBuilder builder;
