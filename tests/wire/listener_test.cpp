@@ -297,7 +297,9 @@ class LargeAnswer : public Listening {
     EXPECT_TRUE(call("TableRecords", "Archives", &reply).ok());
     v1::PiecesRequest request;
     request.set_rest(reply.rest());
-    return stub->TakePieces(&context, request);
+    auto reader = stub->TakePieces(&context, request);
+    reader->WaitForInitialMetadata();  // it has begun over there before anything else takes its place
+    return reader;
   }
 };
 
@@ -305,7 +307,7 @@ TEST_F(LargeAnswer, IsWithdrawnFromAClientThatDoesNotTakeIt) {
   grpc::ClientContext context;
   const auto reader = take(context);
   v1::BlockReply reply;
-  ASSERT_TRUE(eventually([&] {  // it has begun over there, and is the one call that there may be
+  ASSERT_TRUE(eventually([&] {  // it is the one call that there may be
     return call("SRV_GROUPS_INFO", "", &reply).error_code() == grpc::StatusCode::UNAVAILABLE;
   }));
   EXPECT_TRUE(eventually([&] { return call("SRV_GROUPS_INFO", "", &reply).ok(); }));
