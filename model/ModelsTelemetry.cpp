@@ -129,6 +129,7 @@ void MeasConfTreeModel::BeginInsertRows(const QModelIndex& parent, int first, in
   insertParent_ = nodeFromIndex(parent);
   insertFirst_ = first;
   insertLast_ = last;
+  insertShifts_ = insertParent_ && first < static_cast<int>(insertParent_->children.size());
   settleIndexes();
   beginInsertRows(parent, first, last);
 }
@@ -143,7 +144,7 @@ void MeasConfTreeModel::EndInsertRows() {
   }
   insertParent_ = nullptr;
   endInsertRows();
-  settleIndexes();
+  if (insertShifts_) settleIndexes(nullptr, 0, 0);
 }
 
 // One at most, and always at the top, so that no search by text is needed.
@@ -177,7 +178,9 @@ void MeasConfTreeModel::SortChildren(myConfNode* node, int column, Qt::SortOrder
 
 void MeasConfTreeModel::sortBelow(myConfNode* node, int column, Qt::SortOrder order, bool thisLevelOnly) {
   if (!node || node->children.empty()) return;
+  const std::vector<myConfNode*> before = node->children;
   sortNodes(node->children, column, order, reader());
+  unsettled_ = unsettled_ || before != node->children;
   if (thisLevelOnly) return;
   for (myConfNode* child : node->children) SortChildren(child, column, order, false);
 }

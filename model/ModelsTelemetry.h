@@ -148,8 +148,11 @@ class MeasConfTreeModel : public QAbstractItemModel {
   QStringList cutKeys;  // of rows that were cut and await a paste
   myConfNode* rootNode = nullptr;
 
-  // Puts the persistent indexes where their nodes stand. A sort leaves that to whoever shows the tree.
-  void settleIndexes() { settleIndexes(nullptr, 0, 0); }
+  // Puts the persistent indexes where their nodes stand, if a sort has moved rows since the last time. A sort leaves
+  // that to whoever shows the tree.
+  void settleIndexes() {
+    if (unsettled_) settleIndexes(nullptr, 0, 0);
+  }
 
  private:
   const RecordReader& reader() const;  // with the present codec
@@ -168,7 +171,7 @@ class MeasConfTreeModel : public QAbstractItemModel {
   myConfNode* groupOfUnit(myConfNode* unit, const QString& caption);       // made when missing
   // _removing
   bool removeChildren(myConfNode* owner, int row, int count, QStringList* removed);
-  // The same; those within `count` children of the owner, which will go, in column 0.
+  // The same, whatever has moved; those within `count` children of the owner, which will go, in column 0.
   void settleIndexes(const myConfNode* owner, int row, int count);
   // _moving
   bool moveToEnd(myConfNode* node, myConfNode* owner);
@@ -180,6 +183,8 @@ class MeasConfTreeModel : public QAbstractItemModel {
   myConfNode* defaultUnit_ = nullptr;
   myConfNode* insertParent_ = nullptr;  // between BeginInsertRows and EndInsertRows
   bool rowsGoing_ = false;
+  bool unsettled_ = false;     // a sort has moved rows
+  bool insertShifts_ = false;  // rows stand behind those that come
   int insertFirst_ = 0;
   int insertLast_ = -1;
 };

@@ -41,6 +41,6 @@ bool MeasConfTreeModel::moveToEnd(myConfNode* node, myConfNode* owner) {
   left->children.erase(left->children.begin() + row);
   moveRows(indexOf(left), row, 1, indexOf(owner), end);
   endMoveRows();
-  settleIndexes();
+  settleIndexes(nullptr, 0, 0);
   return true;
 }

@@ -24,7 +24,7 @@ bool MeasConfTreeModel::removeChildren(myConfNode* owner, int row, int count, QS
   const bool done = removeRows(row, count, parent);
   endRemoveRows();
   rowsGoing_ = false;
-  settleIndexes();
+  settleIndexes(nullptr, 0, 0);
   return done;
 }
 
@@ -57,6 +57,7 @@ bool liesWithin(const myConfNode* node, const myConfNode* owner, int row, int co
 // persistent indexes behind, and the parent of an index in column 1 has column 1; each of these would keep an index
 // of a node that is gone.
 void MeasConfTreeModel::settleIndexes(const myConfNode* owner, int row, int count) {
+  unsettled_ = false;
   for (const QModelIndex& index : persistentIndexList()) {
     auto* node = static_cast<myConfNode*>(index.internalPointer());
     const bool goes = index.column() > 0 && count > 0 && liesWithin(node, owner, row, count);
