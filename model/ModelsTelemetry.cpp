@@ -91,6 +91,7 @@ QModelIndex MeasConfTreeModel::findByKey(const QString& key) const {
 // ---- changes of the shape -------------------------------------------------------------------------------
 
 void MeasConfTreeModel::setRootNode(myConfNode* root) {
+  forgetMoves();
   if (rootNode == root) keys_.remove(root);  // the same tree again, perhaps with more in it
   keys_.clear();
   if (rootNode != root) {  // no reset tells whoever keeps an index of the old tree
@@ -119,6 +120,7 @@ bool MeasConfTreeModel::insertNodes(const QModelIndex& parent, int row, const st
 
 std::unique_ptr<myConfNode> MeasConfTreeModel::takeNode(myConfNode* parent, int row) {
   std::unique_ptr<myConfNode> node(parent->children[row]);
+  forgetMoves();
   keys_.remove(node.get());
   if (node.get() == defaultUnit_) defaultUnit_ = nullptr;
   parent->children.erase(parent->children.begin() + row);
@@ -180,7 +182,7 @@ void MeasConfTreeModel::sortBelow(myConfNode* node, int column, Qt::SortOrder or
   if (!node || node->children.empty()) return;
   const std::vector<myConfNode*> before = node->children;
   sortNodes(node->children, column, order, reader());
-  unsettled_ = unsettled_ || before != node->children;
+  noteMoves(before, node->children);
   if (thisLevelOnly) return;
   for (myConfNode* child : node->children) SortChildren(child, column, order, false);
 }

@@ -150,9 +150,7 @@ class MeasConfTreeModel : public QAbstractItemModel {
 
   // Puts the persistent indexes where their nodes stand, if a sort has moved rows since the last time. A sort leaves
   // that to whoever shows the tree.
-  void settleIndexes() {
-    if (unsettled_) settleIndexes(nullptr, 0, 0);
-  }
+  void settleIndexes();
 
  private:
   const RecordReader& reader() const;  // with the present codec
@@ -171,6 +169,8 @@ class MeasConfTreeModel : public QAbstractItemModel {
   myConfNode* groupOfUnit(myConfNode* unit, const QString& caption);       // made when missing
   // _removing
   bool removeChildren(myConfNode* owner, int row, int count, QStringList* removed);
+  void forgetMoves();
+  void noteMoves(const std::vector<myConfNode*>& before, const std::vector<myConfNode*>& after);
   // The same, whatever has moved; those within `count` children of the owner, which will go, in column 0.
   void settleIndexes(const myConfNode* owner, int row, int count);
   // _moving
@@ -183,8 +183,9 @@ class MeasConfTreeModel : public QAbstractItemModel {
   myConfNode* defaultUnit_ = nullptr;
   myConfNode* insertParent_ = nullptr;  // between BeginInsertRows and EndInsertRows
   bool rowsGoing_ = false;
-  bool unsettled_ = false;     // a sort has moved rows
-  bool insertShifts_ = false;  // rows stand behind those that come
+  std::vector<std::pair<myConfNode*, int>> moves_;  // by a sort, with the rows before; the indexes are still there
+  bool movesTold_ = true;                           // false: rows have moved that do not stand in `moves_`
+  bool insertShifts_ = false;                       // rows stand behind those that come
   int insertFirst_ = 0;
   int insertLast_ = -1;
 };

@@ -53,11 +53,34 @@ bool liesWithin(const myConfNode* node, const myConfNode* owner, int row, int co
 
 }  // namespace
 
+// One sort's moves are kept one by one, so that they cost what they are; those of several at once are not.
+void MeasConfTreeModel::noteMoves(const std::vector<myConfNode*>& before, const std::vector<myConfNode*>& after) {
+  if (before == after) return;
+  movesTold_ = movesTold_ && moves_.empty();
+  for (size_t row = 0; movesTold_ && row < before.size(); ++row)
+    if (before[row] != after[row]) moves_.emplace_back(before[row], static_cast<int>(row));
+}
+
+// Nodes go that may stand among the moves.
+void MeasConfTreeModel::forgetMoves() {
+  movesTold_ = movesTold_ && moves_.empty();
+  moves_.clear();
+}
+
+void MeasConfTreeModel::settleIndexes() {
+  if (!movesTold_) return settleIndexes(nullptr, 0, 0);
+  for (const auto& [node, row] : moves_)
+    for (int column = 0; column < columnCount(); ++column)
+      changePersistentIndex(createIndex(row, column, node), createIndex(node->row(), column, node));
+  moves_.clear();
+}
+
 // Qt looks for the indexes that a change concerns by row, and by a parent in column 0. A sort leaves the rows of
 // persistent indexes behind, and the parent of an index in column 1 has column 1; each of these would keep an index
 // of a node that is gone.
 void MeasConfTreeModel::settleIndexes(const myConfNode* owner, int row, int count) {
-  unsettled_ = false;
+  moves_.clear();
+  movesTold_ = true;
   for (const QModelIndex& index : persistentIndexList()) {
     auto* node = static_cast<myConfNode*>(index.internalPointer());
     const bool goes = index.column() > 0 && count > 0 && liesWithin(node, owner, row, count);
