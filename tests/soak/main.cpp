@@ -220,8 +220,10 @@ bool storm(const Settings& settings) {
   }
   for (const auto& worker : workers) {
     if (!worker->waitFor("ready")) return false;
-    worker->say(QString("storm %1").arg(settings.changes));
   }
+  // Not before all units are open everywhere: a measurement that another client moves from a unit that is not open
+  // into one that is comes with the next opening only.
+  for (const auto& worker : workers) worker->say(QString("storm %1").arg(settings.changes));
   Faults faults(proxy, server, settings.seed);
   const auto over = [&] {
     witness.look();
