@@ -28,7 +28,7 @@ int Writer::numberOf(const std::string& name) const {
 Writer::Writer(const std::string& address, std::vector<std::string> keys, Pace pace)
     : keys_(std::move(keys)),
       pace_(pace),
-      prefix_(GenGuid32().left(6).toStdString() + ' '),
+      prefix_(GenGuid32().right(6).toStdString() + ' '),
       at_(static_cast<size_t>(pace.changes) + 1) {
   server::Catalogue::makeStructure(*server::Catalogue::builtIn().table("IdentifiedObject"), structure_.array);
   NetLine line;
