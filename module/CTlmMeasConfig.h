@@ -480,6 +480,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   void addMeasurementNode(MDRData* record, const QString& key);
   void followMeasurement(MDRData* record, const QString& key, const QString& newUnit, bool ownMove);
   void makeDefaultUnit();
+  void forgetLoaded(const QString& unitKey);  // takes it off the list of open units
   // The key of the nearest row above that has one, and the landing there: when the view has no current row any
   // more, the row of that key becomes it. What is current then is the selection.
   QString keyAbove(const QModelIndex& index) const;

@@ -75,7 +75,7 @@ void CTlmMeasConfig::takeBackAdded() {
   if (index.isValid()) treeModel->DelNode(index, &removed);
   for (CMDArray* array : {&measRecords, &tblRemoteUnit, &tblRemoteUnitFolder})
     if (MDRData* record = seekText(*array, 0, key, moduleCodec)) delOwn(*array, record);
-  loadedRemoteUnits.removeAll(key);
+  forgetLoaded(key);
   for (const QString& entry : qAsConst(removed))
     if (!entry.startsWith(QLatin1Char(','))) AddNodeByEvent(entry.section(',', 0, 0), QStringLiteral("Measurement"));
   if (!removed.isEmpty()) landSelection(fallback);

@@ -27,10 +27,15 @@ void CTlmMeasConfig::AddNodeByEvent(QString key, QString className) {
     if (!unit) return;
     const QString folderKey = fieldText(tblRemoteUnit, unit, "RemoteUnitFolderKey", moduleCodec);
     treeModel->AddExistNode(rowOf(folderKey), className, key, false);
-    loadedRemoteUnits.removeAll(key);  // its measurements are not in the tree, even if they were before the row went
+    forgetLoaded(key);  // its measurements are not in the tree, even if they were before the row went
   } else if (className == QLatin1String("Measurement")) {
     if (MDRData* record = seekText(measRecords, 0, key, moduleCodec)) addMeasurementNode(record, key);
   }
+}
+
+// A unit that is new is not in the list, whose thousands of keys are then left alone.
+void CTlmMeasConfig::forgetLoaded(const QString& unitKey) {
+  if (loadedUnits.contains(unitKey)) loadedRemoteUnits.removeAll(unitKey);
 }
 
 // Under its unit, once that is open; an aggregated one under its primary, wherever that stands.
