@@ -11,6 +11,7 @@
 #include <TlmClient/TlmPassport.h>
 #include <TlmMdx/CMDArray.h>
 
+#include <QElapsedTimer>
 #include <QItemSelection>
 #include <QList>
 #include <QModelIndex>
@@ -461,6 +462,8 @@ class CTlmMeasConfig : public CTlmCliMod {
   void eventDeleted(TEventNciParse& ev);
   void reloadSelectList(const QString& table);
   void changeMeasurement(TEventNciParse& ev);
+  void showChange(const QString& key, bool isMerged);  // its row, then its sheet
+  void paintChange();
   void changeParented(TEventNciParse& ev, CMDArray& array, CMDArray& structure, const char* parentField);
   void changeInPlace(TEventNciParse& ev, CMDArray& array);
   void changeCalculation(TEventNciParse& ev, bool changed);
@@ -488,6 +491,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   void selectCurrent(const QModelIndex& index);  // alone, with its path; clears the selection without a row
 
   QObjectList widthWatches;        // what tells of new widths; gone before the widgets
+  QElapsedTimer painted;           // since a change was last painted at once
   bool columnsAwaitModel = false;  // resizeColumns was called while the tree had no columns
   LoadedUnits loadedUnits{loadedRemoteUnits};
   QString addedKey;       // of the new object, while there is one

@@ -119,7 +119,7 @@ bool CTlmMeasConfig::isUnitLoaded(const QString& unitKey) { return loadedUnits.c
 void CTlmMeasConfig::eventChanged(TEventNciParse& ev) {
   if (isTable(ev.table, "IdentifiedObject")) {
     changeComplexRecord(ev);
-    UpdateData(moduleCodec->toUnicode(ev.key));
+    showChange(moduleCodec->toUnicode(ev.key), true);
   } else if (isTable(ev.table, "Measurement")) {
     changeMeasurement(ev);
   } else if (isAnyOf(ev.table, {"Analog", "Accumulator", "StringMeasurement"})) {
@@ -173,7 +173,7 @@ void CTlmMeasConfig::changeParented(TEventNciParse& ev, CMDArray& array, CMDArra
   if (!record) return;
   const QString oldParent = fieldText(array, record, parentField, moduleCodec);
   MDRData* posted = changeRecord(&array, MDARecEdit(record), ev, &structure, true);
-  UpdateData(key);
+  showChange(key, true);
   QString newParent;
   const bool moved = ChangeParent(posted, array, parentField, oldParent, newParent);
   const bool own = takeOwnMove(key);

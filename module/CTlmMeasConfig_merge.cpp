@@ -3,9 +3,13 @@
 #include "IndexFacts.h"
 #include "RecordAccess.h"
 
+#include <QCoreApplication>
+
 #include <functional>
 
 namespace {
+
+constexpr qint64 kPaintEachMs = 4;
 
 // Walks the fields of an event's record with their values. A record type without marks carries all its fields.
 void eachField(TEventNciParse& ev, const std::function<void(int number, bool carried, const MDRVar& value)>& visit) {
@@ -108,11 +112,22 @@ void CTlmMeasConfig::UpdatePassportMeas(TEventNciParse& ev) {
 }
 
 // Repaints the row and moves the passport to it, whatever is selected.
-void CTlmMeasConfig::UpdateData(QString key) {
+void CTlmMeasConfig::UpdateData(QString key) { showChange(key, false); }
+
+void CTlmMeasConfig::showChange(const QString& key, bool isMerged) {
   const QModelIndex index = key.isEmpty() ? QModelIndex() : treeModel->findByKey(key);
   if (!index.isValid()) return;
   treeModel->UpdateData(index, index);
+  if (isMerged) paintChange();
   UpdateTlmPassport(index);
+}
+
+// A changed row is seen before the sheet is filled, which takes two answers of the server. Of many changes that come
+// close together most are painted with the next one.
+void CTlmMeasConfig::paintChange() {
+  if (painted.isValid() && !painted.hasExpired(kPaintEachMs)) return;
+  painted.start();
+  QCoreApplication::sendPostedEvents(window(), QEvent::UpdateRequest);
 }
 
 MDRData* CTlmMeasConfig::AddRecAndNodeByNci(TEventNciParse& ev, CMDArray* array, CMDArray* structure) {

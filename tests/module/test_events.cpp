@@ -216,6 +216,53 @@ TEST_F(Events, ChangedRowIsToldToTheViews) {
   EXPECT_EQ(changed[0][0].toModelIndex(), row);
 }
 
+// Notes the paintings of the tree among the requests.
+class PaintedChanges : public Events {
+ protected:
+  void SetUp() override {
+    start();
+    click("P Т-1");
+    notes_ = std::make_unique<Notes>(app.log);
+    tree()->viewport()->installEventFilter(notes_.get());
+    app.log.clear();
+  }
+
+ private:
+  class Notes : public QObject {
+   public:
+    explicit Notes(QStringList& list) : list_(list) {}
+    bool eventFilter(QObject*, QEvent* event) override {
+      if (event->type() == QEvent::Paint) list_ << "paint";
+      return false;
+    }
+
+   private:
+    QStringList& list_;
+  };
+  std::unique_ptr<Notes> notes_;
+};
+
+TEST_F(PaintedChanges, AreSeenBeforeTheSheetAsksTheServer) {
+  send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=P новая"});
+  ASSERT_FALSE(app.log.isEmpty());
+  EXPECT_EQ(app.log.first(), "paint");
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 1);
+}
+
+TEST_F(PaintedChanges, OfAUnitAreSeenBeforeTheSheetAsksTheServer) {
+  send(602, "КП-1", "RemoteUnit", module->strRemoteUnit, {"StateRtu=0"});
+  ASSERT_FALSE(app.log.isEmpty());
+  EXPECT_EQ(app.log.first(), "paint");
+}
+
+// A measurement's sheet is filled before its row is merged: painted earlier it would keep its old look.
+TEST_F(PaintedChanges, OfAMeasurementAreSeenWhenTheyAreMerged) {
+  send(602, "P Т-1", "Measurement", module->strMeasurement, {"locId=1777"});
+  EXPECT_EQ(app.log.count("paint"), 0);
+  settle();
+  EXPECT_GT(app.log.count("paint"), 0);
+}
+
 TEST_F(Events, ChangeOfTheMeasurementShownEndsWithoutItsValue) {
   start();
   click("P Т-1");
