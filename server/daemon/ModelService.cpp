@@ -55,7 +55,8 @@ ModelService::ModelService(Core& core, const NetOptions& options, Log& log)
       feeds_(core, log),
       beats_([this] { beat(); }) {}
 
-ModelService::~ModelService() {
+void ModelService::settle() {
+  feeds_.settle();
   {
     std::unique_lock lock(mutex_);
     wake_.wait(lock, [this] { return listeners_.empty() && work_.empty() && atWork_ == 0; });
@@ -63,7 +64,8 @@ ModelService::~ModelService() {
   }
   wake_.notify_all();
   for (std::thread& worker : workers_) worker.join();
-  beats_.join();
+  workers_.clear();
+  if (beats_.joinable()) beats_.join();
 }
 
 // ---- calls ----

@@ -27,9 +27,12 @@ class ModelService final
     : public v1::Model::WithCallbackMethod_Listen<v1::Model::WithCallbackMethod_PutValues<v1::Model::Service>> {
  public:
   ModelService(Core& core, const NetOptions& options, Log& log);
-  ~ModelService() override;  // no call and no stream is left
+  ~ModelService() override { settle(); }  // no call and no stream is left
 
   void endStreams(const grpc::Status& why);  // and opens none any more
+  // Waits until no thread works for a stream, so that none is inside the network's server when that goes. No call and
+  // no stream comes afterwards.
+  void settle();
 
   grpc::Status Call(grpc::ServerContext* context, const v1::Block* request, v1::BlockReply* response) override;
   grpc::Status Upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,

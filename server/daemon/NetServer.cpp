@@ -132,6 +132,7 @@ void NetServer::stop(std::chrono::milliseconds time) {
   d_->service.endStreams({grpc::StatusCode::UNAVAILABLE, "the server is stopping"});
   d_->server->Shutdown(std::chrono::system_clock::now() + time);
   d_->server->Wait();
+  d_->service.settle();
 }
 
 }  // namespace tlm::server

@@ -56,9 +56,12 @@ FieldValue valueOf(const v1::FieldValue& message) {
 
 // ---- all of them ----
 
-ValueFeeds::~ValueFeeds() {
-  std::unique_lock lock(mutex_);
-  empty_.wait(lock, [this] { return feeds_.empty(); });
+void ValueFeeds::settle() {
+  {
+    std::unique_lock lock(mutex_);
+    empty_.wait(lock, [this] { return feeds_.empty(); });
+  }
+  worker_.end();
 }
 
 ValueFeeds::Reactor* ValueFeeds::open(grpc::CallbackServerContext* context) {

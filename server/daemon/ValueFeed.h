@@ -30,10 +30,11 @@ class ValueFeeds {
   using Reactor = grpc::ServerBidiReactor<v1::ValueBatch, v1::ValueAnswer>;
 
   ValueFeeds(Core& core, Log& log) : core_(core), log_(log) {}
-  ~ValueFeeds();  // waits until none is open
+  ~ValueFeeds() { settle(); }
 
   Reactor* open(grpc::CallbackServerContext* context);
   void endAll(const grpc::Status& why);  // and opens none any more
+  void settle();                         // waits until none is open and no thread works for one
   // Those whose first batch has not come since then, or who have not taken an answer.
   void endStuckSince(Clock::time_point time);
 

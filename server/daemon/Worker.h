@@ -14,17 +14,18 @@ namespace tlm::server {
 class Worker {
  public:
   Worker() : thread_([this] { work(); }) {}
-  ~Worker() {  // when all is done
+  ~Worker() { end(); }
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+
+  void end() {  // when all is done; nothing is given to it afterwards
     {
       const std::lock_guard lock(mutex_);
       closed_ = true;
     }
     wake_.notify_all();
-    thread_.join();
+    if (thread_.joinable()) thread_.join();
   }
-  Worker(const Worker&) = delete;
-  Worker& operator=(const Worker&) = delete;
-
   void later(std::function<void()> job) {
     const std::lock_guard lock(mutex_);
     jobs_.push_back(std::move(job));
