@@ -78,13 +78,16 @@ class Listening : public testing::Test {
     core = server::Core::open(std::make_unique<HeldLog>(server::openMemoryStore(data), gate), {}, &error);
     EXPECT_NE(core, nullptr) << error;
     network = std::make_unique<NetworkServer>(*core, options);
+    connect();
+  }
+  ~Listening() override { gate.close(false); }
+
+  void connect() {
     grpc::ChannelArguments arguments;
     arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
     arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
     stub = v1::Model::NewStub(grpc::CreateCustomChannel(network->tcp(), grpc::InsecureChannelCredentials(), arguments));
   }
-  ~Listening() override { gate.close(false); }
-
   // One event.
   int32_t write(const std::string& archive, size_t bytes) {
     CMDArray set;
@@ -256,15 +259,26 @@ TEST_F(NarrowQueue, WhatWasMissedComesAsFastAsTheClientTakesIt) {
   end(context, *stream);
 }
 
-TEST_F(NarrowQueue, OneWhoTakesNothingOfItKeepsNobodyWaiting) {
+class PatientQueue : public NarrowQueue {
+ protected:
+  PatientQueue() {
+    server::NetOptions options = NarrowQueue::options();
+    options.patienceMs = 600'000;  // longer than any test: nobody is sent away
+    network = std::make_unique<NetworkServer>(*core, options);
+    connect();
+  }
+};
+
+TEST_F(PatientQueue, OneWhoTakesNothingOfItKeepsNobodyWaiting) {
   grpc::ClientContext context;
   const auto stuck = stub->Listen(&context);
   stuck->Write(after(0));
   ASSERT_TRUE(eventually([&] { return gate.isRead(); }));
   for (int i = 0; i < 3; ++i) {
     grpc::ClientContext another;
+    another.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(20));
     const auto quick = stub->Listen(&another);
-    quick->Write(after(kWrites));
+    quick->Write(after(kWrites - 1));
     EXPECT_TRUE(readUntilSubscribed(*quick, 1));
     end(another, *quick);
   }
