@@ -462,6 +462,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   void eventDeleted(TEventNciParse& ev);
   void reloadSelectList(const QString& table);
   void changeMeasurement(TEventNciParse& ev);
+  void bringSheetBack(const QModelIndex& clicked);
   void showChange(const QString& key, bool isMerged);  // its row, then its sheet
   void paintChange();
   void changeParented(TEventNciParse& ev, CMDArray& array, CMDArray& structure, const char* parentField);

@@ -160,6 +160,7 @@ void CTlmMeasConfig::connectWindow() {
   connect(&passport, SIGNAL(SelectValuesClosed()), SLOT(onSelectValuesClosed()));
   connect(ui->splitter, SIGNAL(splitterMoved(int, int)), SLOT(onSplitterMoved(int, int)));
   connect(tree, SIGNAL(pressed(QModelIndex)), SLOT(OnTV_Clicked(QModelIndex)));
+  connect(tree, &QTreeView::clicked, this, &CTlmMeasConfig::bringSheetBack);
   connect(actSave, SIGNAL(triggered()), SLOT(onActSave_Triggered()));
   connect(actCancel, SIGNAL(triggered()), SLOT(onActCancel_Triggered()));
   connect(clipboard, SIGNAL(dataChanged()), SLOT(onDataChanged_clipboard()));

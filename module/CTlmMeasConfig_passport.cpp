@@ -128,6 +128,14 @@ void CTlmMeasConfig::rememberSheet(const QStringList& keys, const QString& numbe
   currentRowName = number;
 }
 
+// A change by another client moves the sheet to its object. A click on the row that is selected already, which changes
+// no selection, shows that one again.
+void CTlmMeasConfig::bringSheetBack(const QModelIndex& clicked) {
+  if (newObjectInPassport || passportEdited || passport.currentKey == keyOf(clicked)) return;
+  const QModelIndexList rows = selectedRows();
+  if (rows.size() == 1 && nodeOf(rows.first()) == nodeOf(clicked)) UpdateTlmPassport(rows.first());
+}
+
 void CTlmMeasConfig::UpdateTlmPassport(const QModelIndex& index) {
   if (index.isValid()) showObject(index, false);
 }

@@ -153,6 +153,47 @@ TEST_F(Events, SheetMovesToTheChangedObjectAndTheSelectionStays) {
   EXPECT_EQ(tree()->currentIndex(), find("Q-110"));
 }
 
+class SheetMoved : public Events {
+ protected:
+  void SetUp() override {
+    start();
+    find("P Т-1");
+    click("Q-110");
+    send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=P новое"});
+    app.log.clear();
+  }
+};
+
+TEST_F(SheetMoved, ComesBackWithAClickOnTheSelectedRow) {
+  click("Q-110");
+  EXPECT_EQ(module->passport.currentKey, key("Q-110"));
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 1);
+  click("Q-110");
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 1) << "it stands already";
+}
+
+TEST_F(SheetMoved, ComesBackToARowWithoutAnObject) {
+  click(find("Q-110").parent());
+  send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=P другое"});
+  EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
+  click(find("Q-110").parent());
+  EXPECT_EQ(module->passport.currentKey, QString());
+}
+
+TEST_F(SheetMoved, StaysWhileItIsBeingEdited) {
+  module->onPasspChanged();
+  click("Q-110");
+  EXPECT_EQ(module->passport.currentKey, key("P Т-1"));
+}
+
+TEST_F(SheetMoved, StaysWhileSeveralRowsAreSelected) {
+  click(find("Р-110"), Qt::ControlModifier);
+  send(602, "P Т-1", "IdentifiedObject", module->strIdentifiedObject, {"name_=P другое"});
+  app.log.clear();
+  click(find("Р-110"), Qt::ShiftModifier);
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 0);
+}
+
 TEST_F(Events, WithoutAnImageStillShowTheObjectAgain) {
   start();
   click("P Т-1");
