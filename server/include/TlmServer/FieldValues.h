@@ -54,7 +54,7 @@ struct RefusedValue {
 
 struct FieldAnswer {
   size_t taken = 0;
-  size_t beneath = 0;  // of those: kept beneath a value by hand
+  size_t beneath = 0;                 // of those: kept beneath a value by hand
   std::vector<RefusedValue> refused;  // in their order
 };
 
