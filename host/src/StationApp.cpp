@@ -60,15 +60,18 @@ void StationApp::tellLostAtEnd(const StationWindow* closing, int status, const Q
 StationWindow* StationApp::openWindow(QString* problem) {
   auto* const window = new StationWindow(*this, freeNumber());
   windows_.push_back(window);
-  if (startModule(window, loadState(window->number()), problem)) return window;
+  if (openLine(problem) && startModule(window, loadState(window->number()), problem)) return window;
   delete window;
   return nullptr;
 }
 
+bool StationApp::openLine(QString* problem) {
+  nextLine_ = server_.line(setup_.user, problem);
+  return nextLine_ != nullptr;
+}
+
 bool StationApp::startModule(StationWindow* window, const QString& state, QString* problem) {
   const QByteArray name = QTextCodec::codecForName("Windows-1251")->fromUnicode(setup_.moduleName);
-  nextLine_ = server_.line(setup_.user, problem);
-  if (!nextLine_) return false;
   opening_ = window;
   CTlmCliMod* const module = setup_.factory(this, name);
   opening_ = nullptr;

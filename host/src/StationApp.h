@@ -74,7 +74,9 @@ class StationApp : public QObject, public CTlmCliApp {
   };
 
   int freeNumber() const;
-  // Gives a window a new module, started with that state. False with a message for the user.
+  // A line to the server, for the module that is started next. False with a message for the user.
+  bool openLine(QString* problem);
+  // Gives a window a new module, started with that state, on that line. False with a message for the user.
   bool startModule(StationWindow* window, const QString& state, QString* problem);
   StationWindow* windowOf(CTlmCliMod* module) const;
   bool runModule(StationWindow* window, const QString& command, bool newWindow);

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDebug>
 #include <QLabel>
 #include <QMenuBar>
 #include <QStatusBar>
@@ -22,6 +23,7 @@ namespace {
 
 constexpr int kMessageMs = 15'000;
 constexpr QSize kFirstSize(1280, 800);
+const char* const kEditsGo = " Несохраненные изменения пропадут.";
 
 struct StatusText {
   int32_t status;
@@ -36,7 +38,6 @@ constexpr StatusText kRefusals[] = {
     {wire::kNotFound, "объекта уже нет на сервере"},
     {wire::kRefused, "изменения нарушают правила модели"},
     {wire::kStorage, "сервер не смог записать изменения на диск"},
-    {wire::kUnavailable, "связь с сервером потеряна, ответ не получен"},
     {wire::kTooLarge, "слишком много изменений за один раз"},
 };
 
@@ -64,6 +65,8 @@ StationWindow::~StationWindow() {
   if (module_) {
     app_.saveState(number_, module_->GetParamState());
     stopModule();
+  } else if (!state_.isNull()) {
+    app_.saveState(number_, state_);
   }
   app_.windowClosed(this);
 }
@@ -89,7 +92,7 @@ void StationWindow::makeStatusBar() {
   anew_->setText("Загрузить заново");
   anew_->setToolTip("Закрыть модуль и загрузить модель с сервера еще раз");
   anew_->setAutoRaise(true);
-  connect(anew_, &QToolButton::clicked, this, &StationWindow::loadAnew);
+  connect(anew_, &QToolButton::clicked, this, &StationWindow::askAnew);
   statusBar()->addPermanentWidget(anew_);
   edits_ = label();
   label()->setText(QString("Пользователь: %1").arg(app_.user()));
@@ -144,7 +147,7 @@ void StationWindow::showLine(bool alive, const QString& why) {
   const QString name = app_.server().name();
   const QString place = app_.server().remote() ? QString("Сервер: %1") : QString("Встроенный сервер: %1");
   connection_->setText(alive ? place.arg(name) : QString("Нет связи с сервером %1, идет подключение").arg(name));
-  connection_->setToolTip(why);
+  if (!why.isEmpty()) qDebug().noquote() << "line:" << why;
   QPalette palette = workstationPalette();
   if (!alive) palette.setColor(QPalette::WindowText, QColor("#c62828"));
   connection_->setPalette(palette);
@@ -155,9 +158,9 @@ void StationWindow::showEventsLost(const QString& why) {
   QString text =
       "Пока не было связи, модель изменилась, и сервер уже не хранит всех этих изменений.\n"
       "Окно может показывать не то, что есть на сервере.\nЗагрузить модель заново?";
-  if (module_ && module_->IsEdit()) text += " Несохраненные изменения пропадут.";
+  if (!why.isEmpty()) qDebug().noquote() << "events lost:" << why;
+  if (module_ && module_->IsEdit()) text += kEditsGo;
   box()->setMessage("Изменения пропущены", text, kBoxWarning, kBoxYesNo, SLOT(answerRefused(QAbstractButton*)));
-  box()->setToolTip(why);
   box()->show();
 }
 
@@ -169,20 +172,24 @@ void StationWindow::showRefused(int status, const QString& why) {
   QPalette palette = workstationPalette();
   palette.setColor(QPalette::WindowText, QColor("#c62828"));
   refused_->setPalette(palette);
-  refused_->setToolTip(why);
+  refused_->setToolTip(refusedDetails(status, why));
   refused_->show();
   anew_->show();
   QString text = refusedDetails(status, why);
   text += "\n\nВ окне могут стоять изменения, которых на сервере нет.\nЗагрузить модель заново?";
-  if (module_ && module_->IsEdit()) text += " Несохраненные изменения пропадут.";
-  box()->setMessage("Изменения не записаны", text, kBoxError, kBoxYesNo, SLOT(answerRefused(QAbstractButton*)));
+  if (module_ && module_->IsEdit()) text += kEditsGo;
+  const QString title = status == wire::kUnavailable ? "Ответ на запись не получен" : "Изменения не записаны";
+  box()->setMessage(title, text, kBoxError, kBoxYesNo, SLOT(answerRefused(QAbstractButton*)));
   box()->show();
 }
 
 QString StationWindow::refusedDetails(int status, const QString& why) {
+  // What the line and its library say is for the debug stream.
+  const bool fromTheLine = status == wire::kUnavailable || status == wire::kTooLarge;
+  if (fromTheLine && !why.isEmpty()) qDebug().noquote() << "write:" << why;
+  if (status == wire::kUnavailable) return "Связь с сервером потеряна. Записаны ли изменения, неизвестно.";
   QString text = QString("Сервер не принял изменения: %1.").arg(refusalText(status));
-  // What the line says is for the debug stream.
-  if (!why.isEmpty() && status != wire::kUnavailable) text += QString("\n\nПодробности: %1").arg(why);
+  if (!why.isEmpty() && !fromTheLine) text += QString("\n\nПодробности: %1").arg(why);
   return text;
 }
 
@@ -192,13 +199,28 @@ void StationWindow::answerRefused(QAbstractButton* button) {
   if (anew) loadAnew();
 }
 
+// The warning that came with the offer may be long ago.
+void StationWindow::askAnew() {
+  if (!module_ || !module_->IsEdit()) {
+    loadAnew();
+    return;
+  }
+  box()->setMessage("Загрузка модели", QString("Загрузить модель заново?") + kEditsGo, kBoxWarning, kBoxYesNo,
+                    SLOT(answerRefused(QAbstractButton*)));
+  box()->show();
+}
+
+// What stands goes only when there is a line for what comes.
 bool StationWindow::loadAnew() {
-  const QString state = module_ ? module_->GetParamState() : QString();
-  forgetRefusals();
-  if (module_) stopModule();
-  showEdited(false);
   QString problem;
-  if (app_.startModule(this, state, &problem)) return true;
+  if (app_.openLine(&problem)) {
+    if (module_) state_ = module_->GetParamState();
+    forgetRefusals();
+    if (module_) stopModule();
+    showEdited(false);
+    if (app_.startModule(this, state_, &problem)) return true;
+    anew_->show();  // the only way on
+  }
   box()->setMessage("Загрузка модели", problem, kBoxError, kBoxClose, nullptr);
   box()->show();
   return false;

@@ -43,7 +43,7 @@ class StationWindow : public QMainWindow {
   static QString refusedDetails(int status, const QString& why);
 
   // Deletes the module, asks for a new one and gives it the state text back. False, with a message for the user, when
-  // there is none; the window is empty then.
+  // there is none: without a line to the server all stays as it is, without a new module the window is empty.
   bool loadAnew();
 
   // The question at closing, or the one after a refused write; null before the first.
@@ -68,6 +68,7 @@ class StationWindow : public QMainWindow {
   void makeStatusBar();
   void showLine(bool alive, const QString& why);
   void showEventsLost(const QString& why);
+  void askAnew();
   void forgetRefusals();
   CPopMessageBox* box();
   void stopModule();
@@ -81,6 +82,7 @@ class StationWindow : public QMainWindow {
   QLabel* refused_ = nullptr;
   QToolButton* anew_ = nullptr;  // beside the count of refusals
   int refusals_ = 0;
+  QString state_;  // of the module, when it was last taken away
   bool closeConfirmed_ = false;
   bool ending_ = false;
 };

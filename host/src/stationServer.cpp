@@ -5,6 +5,7 @@
 #include <TlmServer/Paths.h>
 #include <TlmServer/SampleModel.h>
 
+#include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 
@@ -58,7 +59,8 @@ std::unique_ptr<ITransport> connectTo(const QString& address, const QString& use
   std::string why;
   auto transport = connectToServer(line, &why);
   if (!transport) {
-    *problem = QString("Сервер «%1» не отвечает.\n\nПодробности: %2").arg(address, QString::fromStdString(why));
+    qDebug().noquote() << "line:" << QString::fromStdString(why);
+    *problem = QString("Сервер «%1» не отвечает.").arg(address);
   }
   return transport;
 }

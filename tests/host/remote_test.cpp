@@ -115,6 +115,23 @@ TEST_F(RemoteStation, OffersToLoadAnewWhenEventsAreLost) {
   EXPECT_TRUE(log.contains("start, shown")) << log.join(", ").toStdString();
 }
 
+TEST_F(RemoteStation, KeepsItsModuleWhenThereIsNoLineToLoadItAnew) {
+  StationWindow* const window = open();
+  CTlmCliMod* const module = window->module();
+  window->showRefused(wire::kUnavailable, {});
+  answerBox(window->question(), 1);
+  breakLine();
+  network.stop();
+  log.clear();
+  EXPECT_FALSE(window->loadAnew());
+  EXPECT_EQ(window->module(), module);
+  EXPECT_EQ(log, QStringList());
+  EXPECT_EQ(window->refusedText(), "Отказов записи: 1");
+  EXPECT_EQ(window->question()->messageText(),
+            QString("Сервер «%1» не отвечает.").arg(QString::fromStdString(proxy.address())));
+  answerBox(window->question(), 0);
+}
+
 class LastWords : public RemoteStation {
  protected:
   // What the server refuses, and nobody waits for its answer.

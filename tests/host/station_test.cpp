@@ -294,12 +294,51 @@ TEST_F(Station, WarnsThatLoadingAnewDropsWhatIsNotSaved) {
   EXPECT_EQ(window->editText(), "Изменений нет");
 }
 
+TEST_F(Station, AsksBeforeTheStatusBarDropsWhatIsNotSaved) {
+  StationWindow* const window = open();
+  sendWhatIsRefused(window);
+  answerBox(window->question(), 1);
+  CTlmCliMod* const module = window->module();
+  module->SetIsEdit(true);
+  QTest::mouseClick(anewButton(window), Qt::LeftButton);
+  ASSERT_TRUE(window->question()->isVisible());
+  EXPECT_EQ(window->question()->messageText(), "Загрузить модель заново? Несохраненные изменения пропадут.");
+  answerBox(window->question(), 1);
+  EXPECT_EQ(window->module(), module);
+  QTest::mouseClick(anewButton(window), Qt::LeftButton);
+  log.clear();
+  answerBox(window->question(), 0);
+  EXPECT_TRUE(log.contains("start, shown"));
+}
+
+TEST_F(Station, TellsThatAWriteWithoutAnAnswerMayBeWritten) {
+  StationWindow* const window = open();
+  window->showRefused(wire::kUnavailable, "the server is not heard any more");
+  EXPECT_EQ(window->question()->titleText(), "Ответ на запись не получен");
+  EXPECT_TRUE(window->question()->messageText().startsWith(
+      "Связь с сервером потеряна. Записаны ли изменения, неизвестно.\n\n"));
+  EXPECT_FALSE(window->question()->messageText().contains("heard"));
+  answerBox(window->question(), 1);
+}
+
 TEST_F(Station, TellsWhenTheModuleDoesNotComeBack) {
   StationWindow* const window = open();
   startResult = 0;
   EXPECT_FALSE(window->loadAnew());
   EXPECT_EQ(window->question()->messageText(), "Модуль «config» не запустился.");
   answerBox(window->question(), 0);
+}
+
+TEST_F(Station, CanLoadAnewOnceMoreWhenTheModuleDidNotComeBack) {
+  StationWindow* const window = open();
+  startResult = 0;
+  EXPECT_FALSE(window->loadAnew());
+  answerBox(window->question(), 0);
+  startResult = 1;
+  ASSERT_TRUE(anewButton(window)->isVisible());
+  QTest::mouseClick(anewButton(window), Qt::LeftButton);
+  ASSERT_NE(window->module(), nullptr);
+  EXPECT_FALSE(anewButton(window)->isVisible());
 }
 
 TEST_F(Station, TellsAboutItself) {
