@@ -133,7 +133,7 @@ void CTlmMeasConfig::rememberSheet(const QStringList& keys, const QString& numbe
 void CTlmMeasConfig::bringSheetBack(const QModelIndex& clicked) {
   if (newObjectInPassport || passportEdited || passport.currentKey == keyOf(clicked)) return;
   const QModelIndexList rows = selectedRows();
-  if (rows.size() == 1 && nodeOf(rows.first()) == nodeOf(clicked)) UpdateTlmPassport(rows.first());
+  if (rows.size() == 1 && nodeOf(rows.first()) == nodeOf(clicked)) showObject(rows.first(), true);
 }
 
 void CTlmMeasConfig::UpdateTlmPassport(const QModelIndex& index) {

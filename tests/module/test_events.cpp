@@ -180,6 +180,14 @@ TEST_F(SheetMoved, ComesBackToARowWithoutAnObject) {
   EXPECT_EQ(module->passport.currentKey, QString());
 }
 
+TEST_F(SheetMoved, ComesBackWithoutAnEditWhenTheServerDoesNotAnswer) {
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("Q-110");
+  EXPECT_EQ(module->passport.currentKey, key("Q-110"));
+  EXPECT_FALSE(module->actSave->isEnabled());
+  EXPECT_FALSE(app.edited);
+}
+
 TEST_F(SheetMoved, StaysWhileItIsBeingEdited) {
   module->onPasspChanged();
   click("Q-110");
