@@ -94,6 +94,12 @@ TEST_F(TreeTest, AFolderOfAnUnknownParentIsNotShown) {
   EXPECT_EQ(tree(), "Видна\n");
 }
 
+TEST_F(TreeTest, AParentIsFoundInItsOwnSpellingAlone) {
+  const QByteArray lower = key("Папка").toLower().toLatin1();
+  load("folder Папка\nfolder Ниже {ParentKey=" + lower + "}\nunit КП {RemoteUnitFolderKey=" + lower + "}\nunit Верх");
+  EXPECT_EQ(tree(), "Папка\nВерх\n");
+}
+
 TEST_F(TreeTest, WithoutMeasurementsWithoutUnitThereIsNoDefaultUnit) {
   load("unit КП\n  analog 1 P");
   EXPECT_EQ(tree(), "КП\n");

@@ -177,6 +177,19 @@ TEST_F(Actions, ToolBarShowsIconsInOrder) {
                    "Копировать по шаблону", "Найти...  (CTRL+F)", "*", "<О программе>"}));
 }
 
+TEST_F(Actions, LastPartsOfTheBarsStandAtTheirEnd) {
+  for (QToolBar* bar : {static_cast<QToolBar*>(module->ui->TlBar), module->toolBarFind}) {
+    int spacers = 0;
+    for (QAction* action : bar->actions()) {
+      const QWidget* part = bar->widgetForAction(action);
+      if (!part || qstrcmp(part->metaObject()->className(), "QWidget") != 0) continue;
+      EXPECT_EQ(part->sizePolicy().horizontalPolicy(), QSizePolicy::Expanding) << bar->objectName().toStdString();
+      ++spacers;
+    }
+    EXPECT_EQ(spacers, 1) << bar->objectName().toStdString();
+  }
+}
+
 TEST_F(Actions, ButtonsHaveTheirIconsAndMenus) {
   EXPECT_EQ(module->btnAdd->menu(), module->addMenu);
   EXPECT_EQ(module->btnAdd->popupMode(), QToolButton::MenuButtonPopup);

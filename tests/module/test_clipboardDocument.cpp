@@ -408,6 +408,19 @@ TEST_F(CutCopy, WhileControlOrAltIsHeldNothingIsDecided) {
   EXPECT_FALSE(module->actCut->isEnabled());
 }
 
+TEST_F(CutCopy, AMixedRangeIsDecidedWhileShiftIsHeld) {
+  start();
+  for (const char* unit : {"КП-1", "КП-2", "КП-3"}) find(unit);
+  click("КП-3");
+  ASSERT_TRUE(module->actCut->isEnabled());
+  click(find("Q"), Qt::ShiftModifier);
+  EXPECT_FALSE(module->actCut->isEnabled());
+  EXPECT_FALSE(module->actCopy->isEnabled());
+  module->actCut->setEnabled(true);
+  module->OnTV_keysModif(Qt::NoModifier);
+  EXPECT_TRUE(module->actCut->isEnabled());
+}
+
 TEST_F(CutCopy, OneRowAfterAMixedSelectionIsOfferedAgain) {
   start();
   select({"КП-3", "Q"});

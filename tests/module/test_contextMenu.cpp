@@ -121,6 +121,15 @@ TEST_F(Keys, ReleaseOfAnotherKeyDoesNot) {
   EXPECT_EQ(modelRequests(), 0);
 }
 
+TEST_F(Keys, ReleaseGoesOnToWhoeverIsAboveTheModule) {
+  focusTree();
+  for (int key : {Qt::Key_A, Qt::Key_Down, Qt::Key_Control}) {
+    QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
+    QApplication::sendEvent(module.get(), &release);
+    EXPECT_FALSE(release.isAccepted()) << key;
+  }
+}
+
 TEST_F(Keys, ReleaseOutsideTheTreeDoesNot) {
   focusTree();
   module->ui->tV_Prop->setFocus();

@@ -155,6 +155,21 @@ TEST_F(Columns, FollowTheSplitter) {
   EXPECT_EQ(treeSection(1), tree()->width() / 6 - 4);
 }
 
+TEST_F(Columns, StayWhereTheTreeHasNoWidth) {
+  startUnseen();
+  module->show();
+  settle();
+  const int tree0 = module->treeWidth, prop0 = module->propWidth, section0 = treeSection(0);
+  ASSERT_NE(tree0, 0);
+  tree()->resize(0, tree()->height());
+  module->onSplitterMoved(0, 0);
+  QResizeEvent resized(module->size(), module->size());
+  QApplication::sendEvent(module.get(), &resized);
+  EXPECT_EQ(module->treeWidth, tree0);
+  EXPECT_EQ(module->propWidth, prop0);
+  EXPECT_EQ(treeSection(0), section0);
+}
+
 TEST_F(Columns, FollowTheWindow) {
   startUnseen();
   module->show();

@@ -61,6 +61,21 @@ TEST_F(Passport, SubscribesToTheLiveValueOfSomeClasses) {
   }
 }
 
+TEST_F(Passport, TiesTheLiveValueByTheNameOfTheClass) {
+  start();
+  click("P");
+  const auto asked = [&](const char* className) {
+    app.log.clear();
+    module->FieldIsChanged(QString(className));
+    return app.log.filter("SubParam");
+  };
+  for (const char* live : {"Analog", "ANALOG", "discrete", "Acumulator", "acumulator", "stringMEASUREMENT"})
+    EXPECT_EQ(asked(live), QStringList{"SubParam 1001"}) << live;
+  for (const char* other : {"Accumulator", "RemoteUnit", ""}) EXPECT_EQ(asked(other), QStringList{"SubParam"}) << other;
+  module->passport.SetDeclare("heading", 1, QString());
+  EXPECT_EQ(asked("Analog"), QStringList()) << "the sheet has no number";
+}
+
 TEST_F(Passport, DeclaresAGroupWithTheNumberOfItsRows) {
   start();
   const QModelIndex group = find("Q").parent();

@@ -99,6 +99,12 @@ TEST_F(Window, StandsPathAboveTreeAboveSearch) {
   EXPECT_EQ(module->toolBarFind->toolButtonStyle(), Qt::ToolButtonIconOnly);
 }
 
+TEST_F(Window, GivesItsBarsAPlaceBeforeTheyAreLaidOut) {
+  const QRect path = module->toolBarCfg->geometry();
+  EXPECT_EQ(path, QRect(0, 1, tree()->width(), 16));
+  EXPECT_EQ(module->toolBarFind->geometry(), QRect(tree()->height() + 16 - 24, 1, tree()->width(), 24));
+}
+
 TEST_F(Window, StylesThePathBar) {
   EXPECT_EQ(module->toolBarCfg->styleSheet(),
             "QToolBar::separator {image: url(:/BranchClose)}\r\n"
