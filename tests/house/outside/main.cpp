@@ -3,6 +3,7 @@
 #include <TlmClient/CStringParams.h>
 #include <TlmClient/CTlmCliMod.h>
 #include <TlmClient/GenGuid32.h>
+#include <TlmClient/TlmSession.h>
 #include <TlmMdx/CMDArray.h>
 
 #include <cstring>
