@@ -5,7 +5,9 @@ install(TARGETS TlmMdx TlmClient EXPORT TlmTargets LIBRARY DESTINATION ${CMAKE_I
 install(TARGETS TlmMeas LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS tlmstation tlmctl tlmserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY wire/proto/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tlm/proto)
-install(FILES packaging/tlmserver.service DESTINATION lib/systemd/system)
+configure_file(packaging/tlmserver.service.in ${CMAKE_BINARY_DIR}/tlmserver.service @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/tlmserver.service DESTINATION lib/systemd/system)
+install(FILES packaging/tlm.sysusers DESTINATION lib/sysusers.d RENAME tlm.conf)
 install(FILES packaging/tlmserver.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/tlm)
 install(DIRECTORY mdx/include/ client/include/ wire/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
