@@ -36,4 +36,4 @@ grep -q "made=no identity=$identity" "$folder/log" || fail "it does not keep its
 if "$tlm" serve "$build" "$folder/new" --nonsense 2> "$folder/log"; then fail "an option that is none is taken"; fi
 grep -q "there is no option --nonsense" "$folder/log" || fail "it does not say which option is none"
 # The command takes this way, with the release build.
-grep -q '^  cmd_serve build/release build/server "\$@"$' "$tlm" || fail "./tlm server goes another way"
+grep -q '^  cmd_serve "$root/build/release" "$root/build/server" "\$@"$' "$tlm" || fail "./tlm server goes another way"
