@@ -24,20 +24,21 @@ int tell(const ModelTables& tables, const std::string& file) {
   return kDone;
 }
 
-int makeStore(const ModelTables& tables, const std::string& file) {
+int makeStore(const ModelTables& tables, const std::string& file, const FinishStore& finish = {}) {
   std::string error;
-  if (!createSqliteStore(file, Catalogue::builtIn(), tablesToStore(tables), &error)) return failed(error);
+  if (!createSqliteStore(file, Catalogue::builtIn(), tablesToStore(tables), &error, nullptr, finish))
+    return failed(error);
   return tell(tables, file);
 }
+
+bool addOperator(Store& store, std::string* error) { return addSampleUser(store, Catalogue::builtIn(), error); }
 
 int create(const Arguments& arguments) {
   ModelTables tables(Catalogue::builtIn(), ModelTables::Keys::kLater);
   std::string error;
-  if (!arguments.has("--empty") && !loadBuiltInSample(&tables, &error)) return failed(error);
-  const int made = makeStore(tables, arguments.file);
-  if (made != kDone || arguments.has("--empty")) return made;
-  const auto store = openSqliteStore(arguments.file, Catalogue::builtIn(), &error);
-  return store && addSampleUser(*store, Catalogue::builtIn(), &error) ? kDone : failed(error);
+  if (arguments.has("--empty")) return makeStore(tables, arguments.file);
+  if (!loadBuiltInSample(&tables, &error)) return failed(error);
+  return makeStore(tables, arguments.file, addOperator);
 }
 
 int generate(const Arguments& arguments) {

@@ -6,7 +6,6 @@
 #include <TlmServer/SampleModel.h>
 
 #include <QDebug>
-#include <QFile>
 #include <QFileInfo>
 
 #include "host/embedded/EmbeddedTransport.h"
@@ -36,12 +35,6 @@ constexpr ProblemText kProblems[] = {
     {server::StoreError::kDiskFull, "На диске нет места."},
     {server::StoreError::kOther, "Файл модели не удалось открыть."},
 };
-
-std::unique_ptr<server::Store> openStore(const std::string& path, std::string* error, server::StoreError* why) {
-  const server::Catalogue& catalogue = server::Catalogue::builtIn();
-  if (QFile::exists(QString::fromStdString(path))) return server::openSqliteStore(path, catalogue, error, why);
-  return server::createSampleStore(path, catalogue, error, why);
-}
 
 // The user's own store, its folder made; empty with a message when there is no place for it.
 QString ownStore(QString* problem) {
@@ -100,7 +93,8 @@ std::unique_ptr<StationServer> StationServer::open(const QString& file, QString*
   if (path.isEmpty()) return nullptr;
   std::string error;
   server::StoreError why = server::StoreError::kNone;
-  auto store = openStore(path.toStdString(), &error, &why);
+  bool made = false;
+  auto store = server::openOrCreateSampleStore(path.toStdString(), server::Catalogue::builtIn(), &made, &error, &why);
   auto core = store ? server::Core::open(std::move(store), {}, &error) : nullptr;
   if (core) return std::make_unique<StationServer>(std::move(core), QFileInfo(path).fileName());
   // A core that does not open has met damage inside the file.

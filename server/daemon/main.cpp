@@ -7,7 +7,6 @@
 
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -61,11 +60,6 @@ void notify(const char* state) {
   close(handle);
 }
 
-bool isThere(const std::string& path) {
-  struct stat found {};
-  return stat(path.c_str(), &found) == 0;
-}
-
 std::unique_ptr<Core> openCore(const DaemonOptions& options, Log& log) {
   std::string error;
   std::string path = options.store;
@@ -74,16 +68,16 @@ std::unique_ptr<Core> openCore(const DaemonOptions& options, Log& log) {
     log.error("no-store", {{"why", path.empty() ? "no home" : error}});
     return nullptr;
   }
-  const bool make = options.sample && !isThere(path);
-  auto store = make ? createSampleStore(path, Catalogue::builtIn(), &error)
-                    : openSqliteStore(path, Catalogue::builtIn(), &error);
+  bool made = false;
+  auto store = options.sample ? openOrCreateSampleStore(path, Catalogue::builtIn(), &made, &error)
+                              : openSqliteStore(path, Catalogue::builtIn(), &error);
   auto core = store ? Core::open(std::move(store), options.core, &error) : nullptr;
   if (!core) {
     log.error("no-store", {{"store", path}, {"why", error}});
     return nullptr;
   }
   log.info("store-opened", {{"store", path},
-                            {"made", make ? "yes" : "no"},
+                            {"made", made ? "yes" : "no"},
                             {"identity", core->identity()},
                             {"sequence", std::to_string(core->lastSequence())}});
   return core;

@@ -367,10 +367,22 @@ std::unique_ptr<Store> createSampleStore(const std::string& path, const Catalogu
     if (why) *why = StoreError::kOther;
     return nullptr;
   }
-  auto store = createSqliteStore(path, catalogue, tablesToStore(tables), error, why);
-  if (!store || addSampleUser(*store, catalogue, error)) return store;
-  if (why) *why = StoreError::kOther;
-  return nullptr;
+  return createSqliteStore(path, catalogue, tablesToStore(tables), error, why,
+                           [&](Store& store, std::string* what) { return addSampleUser(store, catalogue, what); });
+}
+
+std::unique_ptr<Store> openOrCreateSampleStore(const std::string& path, const Catalogue& catalogue, bool* made,
+                                               std::string* error, StoreError* why) {
+  StoreError reason = StoreError::kNone;
+  *made = false;
+  auto store = openSqliteStore(path, catalogue, error, &reason);
+  if (reason == StoreError::kNotThere) {
+    store = createSampleStore(path, catalogue, error, &reason);
+    *made = store != nullptr;
+  }
+  if (reason == StoreError::kExists) store = openSqliteStore(path, catalogue, error, &reason);
+  if (why) *why = reason;
+  return store;
 }
 
 bool addSampleUser(Store& store, const Catalogue& catalogue, std::string* error) {

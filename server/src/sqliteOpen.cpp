@@ -65,10 +65,18 @@ bool prepare(SqliteStore& store, const Catalogue& catalogue, Failure* failure) {
 
 // ---- a new file ----
 
-// The file that is being made; goes unless it was given its name.
+bool systemFailed(const std::string& path, Failure* failure) {
+  if (errno == EEXIST)
+    *failure = {StoreError::kExists, path + " exists already"};
+  else
+    *failure = {reasonOf(SQLITE_IOERR, errno), path + ": " + std::strerror(errno)};
+  return false;
+}
+
+// The file that is being made, of a name that nobody else has; goes unless it was given its own.
 class Unfinished {
  public:
-  explicit Unfinished(std::string path) : path_(std::move(path)) { std::remove(path_.c_str()); }
+  Unfinished() = default;
   ~Unfinished() {
     if (!path_.empty()) std::remove(path_.c_str());
   }
@@ -77,18 +85,28 @@ class Unfinished {
 
   const std::string& path() const { return path_; }
 
+  // An empty file beside the one that it will be.
+  bool make(const std::string& target, Failure* failure) {
+    std::string path;
+    int fd = -1;
+    do {
+      path = target + "." + newIdentity().substr(0, kRandomDigits) + ".new";
+      fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    } while (fd < 0 && errno == EEXIST);
+    if (fd < 0) return systemFailed(path, failure);
+    ::close(fd);
+    path_ = std::move(path);
+    return true;
+  }
+
   // Never takes the place of a file that is there.
   bool publish(const std::string& path, Failure* failure) {
-    if (link(path_.c_str(), path.c_str()) == 0) return syncFolder(path) || failed(path, failure);
-    return failed(path, failure);
+    if (link(path_.c_str(), path.c_str()) == 0) return syncFolder(path) || systemFailed(path, failure);
+    return systemFailed(path, failure);
   }
 
  private:
-  static bool failed(const std::string& path, Failure* failure) {
-    const bool exists = errno == EEXIST;
-    *failure = {exists ? StoreError::kExists : reasonOf(SQLITE_IOERR, errno), path + ": " + std::strerror(errno)};
-    return false;
-  }
+  static constexpr size_t kRandomDigits = 8;
 
   std::string path_;
 };
@@ -114,7 +132,7 @@ bool insertAll(Db& db, const Catalogue& catalogue, const NamedTables& tables, Fa
 bool build(const std::string& path, const Catalogue& catalogue, const NamedTables& tables, Failure* failure) {
   Db db;
   std::string mode;
-  if (!db.open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, failure) ||
+  if (!db.open(path, SQLITE_OPEN_READWRITE, failure) ||
       !db.exec("PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;"
                "PRAGMA cache_size = -262144; PRAGMA temp_store = FILE;",
                failure) ||
@@ -126,8 +144,7 @@ bool build(const std::string& path, const Catalogue& catalogue, const NamedTable
 
 bool syncFile(const std::string& path, Failure* failure) {
   const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-  const bool done = fd >= 0 && fsync(fd) == 0;
-  if (!done) *failure = {reasonOf(SQLITE_IOERR, errno), path + ": " + std::strerror(errno)};
+  const bool done = (fd >= 0 && fsync(fd) == 0) || systemFailed(path, failure);
   if (fd >= 0) ::close(fd);
   return done;
 }
@@ -135,8 +152,17 @@ bool syncFile(const std::string& path, Failure* failure) {
 bool nameIsFree(const std::string& path, Failure* failure) {
   struct stat info {};
   if (lstat(path.c_str(), &info) != 0) return checkFolderWritable(path, failure);
-  *failure = {StoreError::kExists, path + " exists already"};
-  return false;
+  errno = EEXIST;
+  return systemFailed(path, failure);
+}
+
+// The last of the making is done on the store itself, before anybody else can see it.
+bool finishBy(const FinishStore& finish, const std::string& path, const Catalogue& catalogue, Failure* failure) {
+  if (!finish) return true;
+  const auto store = openSqliteStore(path, catalogue, &failure->text, &failure->why);
+  if (!store) return false;
+  failure->why = StoreError::kOther;
+  return finish(*store, &failure->text);
 }
 
 }  // namespace
@@ -164,12 +190,13 @@ std::unique_ptr<Store> openSqliteStore(const std::string& path, const Catalogue&
 }
 
 std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue, const NamedTables& tables,
-                                         std::string* error, StoreError* why) {
+                                         std::string* error, StoreError* why, const FinishStore& finish) {
   Failure failure;
   if (!nameIsFree(path, &failure)) return refused(failure, error, why);
   {
-    Unfinished file(path + ".new");
-    if (!build(file.path(), catalogue, tables, &failure) || !syncFile(file.path(), &failure) ||
+    Unfinished file;
+    if (!file.make(path, &failure) || !build(file.path(), catalogue, tables, &failure) ||
+        !finishBy(finish, file.path(), catalogue, &failure) || !syncFile(file.path(), &failure) ||
         !file.publish(path, &failure))
       return refused(failure, error, why);
   }

@@ -45,6 +45,11 @@ bool addSampleUser(Store& store, const Catalogue& catalogue, std::string* error)
 std::unique_ptr<Store> createSampleStore(const std::string& path, const Catalogue& catalogue, std::string* error,
                                          StoreError* why = nullptr);
 
+// Opens the store of that name, or makes it with the sample (*made) when there is none. Of two that start together
+// one makes it, and the other meets it as any store that is there.
+std::unique_ptr<Store> openOrCreateSampleStore(const std::string& path, const Catalogue& catalogue, bool* made,
+                                               std::string* error, StoreError* why = nullptr);
+
 }  // namespace tlm::server
 
 #endif

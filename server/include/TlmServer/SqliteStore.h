@@ -9,6 +9,7 @@
 
 #include <TlmServer/Store.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -35,12 +36,16 @@ enum class StoreError {
 
 using NamedTables = std::vector<std::pair<std::string, const MDArray*>>;
 
-// Makes a new store file with the schema of the catalogue and the rows of `tables`, and opens it. The file
-// stands under its name only when it is whole and on disk. Null with a message in *error (and the reason in
-// *why, which may be null) when the file exists, its folder cannot be written, or the rows cannot be stored
-// (no file is left then). `path` and, while it is made, `path` + ".new" are used.
+// What is left to do on a store that has its rows. False with a message in *error: it is not made then.
+using FinishStore = std::function<bool(Store& store, std::string* error)>;
+
+// Makes a new store file with the schema of the catalogue and the rows of `tables`, runs `finish` on it where there
+// is one, and opens it. The file stands under its name only when it is whole and on disk. Null with a message in
+// *error (and the reason in *why, which may be null) when the file exists, also when somebody else was quicker to
+// make it, its folder cannot be written, or the rows cannot be stored (no file is left then). While it is made, it
+// stands beside `path` under a name of its own that ends with ".new".
 std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue, const NamedTables& tables,
-                                         std::string* error, StoreError* why = nullptr);
+                                         std::string* error, StoreError* why = nullptr, const FinishStore& finish = {});
 std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogue& catalogue, std::string* error);
 
 // Opens a store file. Null with a message in *error (and the reason in *why), the file left as it was, when

@@ -1,4 +1,5 @@
 // What is no whole store of ours is refused with its reason, and every file is left byte for byte as it was.
+#include <TlmServer/SampleModel.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -301,10 +302,59 @@ TEST_F(BadPlaceTest, RowsThatCannotBeStoredLeaveNoFile) {
   EXPECT_TRUE(folder_.contents().empty());
 }
 
-TEST_F(BadPlaceTest, WhatAnInterruptedMakingLeftIsReplaced) {
-  writeFile(folder_.file("model.tlm.new"), "half a store");
+TEST_F(BadPlaceTest, ALastStepThatFailsLeavesNoFile) {
+  std::string error;
+  StoreError why = StoreError::kNone;
+  const auto refuse = [](Store&, std::string* what) { return *what = "no operator", false; };
+  EXPECT_FALSE(createSqliteStore(folder_.file("model.tlm"), smallCatalogue(), {}, &error, &why, refuse));
+  EXPECT_EQ(error, "no operator");
+  EXPECT_EQ(why, StoreError::kOther);
+  EXPECT_TRUE(folder_.contents().empty());
+}
+
+TEST_F(BadPlaceTest, AFileOfALikeNameIsLeftAlone) {
+  const std::string path = folder_.file("model.tlm");
+  for (const char* more : {".new", ".tmp", "-wal.new"}) writeFile(path + more, "precious");
   EXPECT_TRUE(createSmall(folder_));
-  EXPECT_FALSE(std::filesystem::exists(folder_.file("model.tlm.new")));
+  auto left = folder_.contents();
+  EXPECT_EQ(left.erase("model.tlm"), 1u);
+  for (const auto& [name, bytes] : left) EXPECT_EQ(bytes, "precious") << name;
+  EXPECT_EQ(left.size(), 3u);
+}
+
+// What makes a store, met by somebody else who makes one of that name and is quicker.
+template <typename Make>
+std::unique_ptr<Store> overtaken(const Folder& folder, Make make) {
+  bool first = false;
+  beforeNextSync([&] { first = commitThing(*createSmall(folder), 1, "first"); });
+  auto store = make();
+  EXPECT_TRUE(first);
+  return store;
+}
+
+TEST_F(BadPlaceTest, OfTwoWhoMakeOneStoreTheSecondIsToldThatItExists) {
+  const std::string path = folder_.file("model.tlm");
+  std::string error;
+  StoreError why = StoreError::kNone;
+  EXPECT_FALSE(overtaken(folder_, [&] { return createSqliteStore(path, smallCatalogue(), {}, &error, &why); }));
+  EXPECT_EQ(why, StoreError::kExists);
+  EXPECT_EQ(error, path + " exists already");
+  EXPECT_EQ(folder_.contents().size(), 1u);
+  EXPECT_EQ(stored(*openSmall(folder_), smallCatalogue(), "Thing"), std::vector<std::string>{"1=first"});
+}
+
+TEST_F(BadPlaceTest, ASampleThatSomebodyElseHasMadeIsOpened) {
+  std::string error;
+  StoreError why = StoreError::kOther;
+  bool made = true;
+  auto store = overtaken(folder_, [&] {
+    return openOrCreateSampleStore(folder_.file("model.tlm"), Catalogue::builtIn(), &made, &error, &why);
+  });
+  ASSERT_TRUE(store) << error;
+  EXPECT_EQ(why, StoreError::kNone);
+  EXPECT_FALSE(made);
+  store.reset();
+  EXPECT_EQ(stored(*openSmall(folder_), smallCatalogue(), "Thing"), std::vector<std::string>{"1=first"});
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <TlmServer/CodePage.h>
 #include <TlmServer/ModelCheck.h>
 #include <TlmServer/SampleModel.h>
+#include <TlmServer/Users.h>
 
 #include <functional>
 #include <set>
@@ -186,6 +187,24 @@ TEST(Sample, GoesIntoAStoreAndComesBack) {
   ASSERT_TRUE(store->load("Measurement", rows.array, &error)) << error;
   EXPECT_EQ(MDARecCount(rows.array), MDARecCount(sample().table("Measurement")));
   EXPECT_EQ(store->lastSequence(), 0);
+}
+
+TEST(Sample, IsMadeWhereNoStoreIsAndOpenedWhereOneIs) {
+  const Folder folder;
+  std::string error;
+  bool made = false;
+  auto store = openOrCreateSampleStore(folder.file("model.tlm"), Catalogue::builtIn(), &made, &error);
+  ASSERT_TRUE(store) << error;
+  EXPECT_TRUE(made);
+  std::vector<User> users;
+  EXPECT_TRUE(listUsers(*store, Catalogue::builtIn(), &users, &error));
+  EXPECT_EQ(users.size(), 1u);
+  const std::string identity = store->identity();
+  store.reset();
+  store = openOrCreateSampleStore(folder.file("model.tlm"), Catalogue::builtIn(), &made, &error);
+  ASSERT_TRUE(store) << error;
+  EXPECT_FALSE(made);
+  EXPECT_EQ(store->identity(), identity);
 }
 
 // ---- the reader ----

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <initializer_list>
+#include <utility>
 
 namespace tlm::test {
 namespace {
@@ -15,6 +16,7 @@ Counts counts;
 int killAt = 0;
 bool tearLast = false;
 int failWith = 0;
+std::function<void()> syncAct;
 
 ssize_t plainWrite(int fd, const void* bytes, size_t length, off_t offset) {
   return static_cast<ssize_t>(syscall(SYS_pwrite64, fd, bytes, length, offset));
@@ -61,7 +63,10 @@ Counts countsNow() {
   return counts;
 }
 
+void beforeNextSync(std::function<void()> act) { syncAct = std::move(act); }
+
 void noteSync() {
+  if (const auto act = std::exchange(syncAct, nullptr)) act();
   ++counts.syncs;
   counts.unsynced = 0;
 }

@@ -2,6 +2,8 @@
 #ifndef TLM_TEST_WRITES_H
 #define TLM_TEST_WRITES_H
 
+#include <functional>
+
 namespace tlm::test {
 
 // From now on the process is killed by SIGKILL at its `write`-th write to a file (1 is the next): before it, or,
@@ -10,6 +12,9 @@ void killAtWrite(int write, bool torn);
 
 // From now on every write to a file fails with this error of the operating system; 0 ends it.
 void failWrites(int systemError);
+
+// Runs `act` once, before the next sync of a file.
+void beforeNextSync(std::function<void()> act);
 
 struct Counts {
   int writes = 0;
