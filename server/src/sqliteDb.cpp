@@ -31,7 +31,9 @@ StoreError reasonOf(int code, int systemCode) {
 }
 
 bool Db::open(const std::string& path, int flags, Failure* failure) {
-  const int code = sqlite3_open_v2(path.c_str(), &db_, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  // SQLite takes some names for more than files; with a folder in front every name is one.
+  const std::string name = path.front() == '/' ? path : "./" + path;
+  const int code = sqlite3_open_v2(name.c_str(), &db_, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
   if (code == SQLITE_OK) return true;
   fail("cannot open " + path, failure);
   close();

@@ -23,6 +23,7 @@ class Db {
   Db(const Db&) = delete;
   Db& operator=(const Db&) = delete;
 
+  // The path is that of a file, whatever it looks like, and not empty.
   bool open(const std::string& path, int flags, Failure* failure);
   void close();
 

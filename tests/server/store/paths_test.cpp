@@ -48,5 +48,36 @@ TEST_F(PathsTest, AFileInTheWayIsAnError) {
   EXPECT_NE(error.find(folder.file("a")), std::string::npos) << error;
 }
 
+// The names that follow are relative, as somebody types them.
+class FileNameTest : public ::testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    before_ = std::filesystem::current_path();
+    std::filesystem::current_path(folder_.path());
+  }
+  void TearDown() override { std::filesystem::current_path(before_); }
+
+  Folder folder_;
+  std::filesystem::path before_;
+};
+
+TEST_P(FileNameTest, IsTakenLiterally) {
+  const std::string name = GetParam();
+  std::string error;
+  auto store = createSqliteStore(name, smallCatalogue(), &error);
+  ASSERT_TRUE(store) << error;
+  EXPECT_TRUE(commitThing(*store, 1, "one"));
+  store.reset();
+  const auto files = folder_.contents();
+  ASSERT_EQ(files.size(), 1u);
+  EXPECT_EQ(files.begin()->first, name);
+  store = openSqliteStore(name, smallCatalogue(), &error);
+  ASSERT_TRUE(store) << error;
+  EXPECT_EQ(stored(*store, smallCatalogue(), "Thing"), std::vector<std::string>{"1=one"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Odd, FileNameTest,
+                         ::testing::Values("model.tlm", "file:model.tlm", "file:a?mode=memory", ":memory:", "мод ель"));
+
 }  // namespace
 }  // namespace tlm::test
