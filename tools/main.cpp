@@ -27,10 +27,7 @@ int run(const Command& command, const std::vector<std::string>& words) {
   return arguments ? command.run(*arguments) : misused(command, error);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an error of the output, told as such
+int start(int argc, char** argv) {
   const std::string first = argc > 1 ? argv[1] : "";
   if (first == "--help" || first == "help") return help();
   if (first == "--version") return std::printf("tlmctl %s\n", TLM_VERSION), kDone;
@@ -43,4 +40,17 @@ int main(int argc, char** argv) {
                first.c_str());
   std::fprintf(stderr, "\"tlmctl --help\" lists the commands\n");
   return kUsage;
+}
+
+// What was written counts when it has left the program: a full disk behind the output shows then.
+int withOutput(int code) {
+  const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  return written ? code : failed("the output cannot be written");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is an error of the output, told as such
+  return withOutput(start(argc, argv));
 }

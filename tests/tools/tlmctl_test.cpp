@@ -139,11 +139,21 @@ TEST_F(TlmctlStores, AFileThatIsNotThereIsAFailure) {
 
 TEST_F(TlmctlStores, AFullOutputIsAFailure) {
   make({"create", file("a.tlm")});
-  const std::string command =
-      std::string(TLMCTL) + " dump --table Measurement " + file("a.tlm") + " >/dev/full 2>" + file("err");
-  const int status = std::system(command.c_str());
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
-  EXPECT_NE(readFile(file("err")).find("cannot be written"), std::string::npos);
+  const std::string store = " " + file("a.tlm");
+  const std::string commands[] = {"dump --table Measurement" + store,
+                                  "check" + store,
+                                  "user list" + store,
+                                  "create --empty " + file("b.tlm"),
+                                  "generate --units 1 --measurements 1 --seed 1 " + file("c.tlm"),
+                                  "--help",
+                                  "dump --help",
+                                  "--version"};
+  for (const std::string& command : commands) {
+    SCOPED_TRACE(command);
+    const int status = std::system((std::string(TLMCTL) + " " + command + " >/dev/full 2>" + file("err")).c_str());
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
+    EXPECT_EQ(readFile(file("err")), "tlmctl: the output cannot be written\n");
+  }
 }
 
 TEST_F(TlmctlStores, HelpAndVersion) {
