@@ -65,21 +65,30 @@ bool loadTables(Store& store, ModelTables* tables, std::string* error) {
   return true;
 }
 
+size_t show(const std::vector<std::string>& problems) {
+  for (const std::string& line : problems) std::printf("%s\n", line.c_str());
+  return problems.size();
+}
+
+int conclude(size_t problems) {
+  std::printf(problems == 0 ? "no problems\n" : "%zu problems\n", problems);
+  return problems == 0 ? kDone : kFailed;
+}
+
 int check(const Arguments& arguments) {
   std::string error;
-  const auto store = openSqliteStore(arguments.file, Catalogue::builtIn(), &error);
+  const auto store = readSqliteStore(arguments.file, Catalogue::builtIn(), &error);
   if (!store) return failed(error);
-  const std::vector<std::string> broken = checkSqliteStore(*store);
-  for (const std::string& line : broken) std::printf("%s\n", line.c_str());
+  const size_t broken = show(checkSqliteStore(*store));
+  const size_t missing = show(missingInSqliteStore(*store));
+  if (missing > 0) return conclude(broken + missing);  // a model in parts would contradict itself everywhere
   ModelTables tables(Catalogue::builtIn(), ModelTables::Keys::kLater);
   if (!loadTables(*store, &tables, &error)) return failed(error);
   const ModelProblems problems = checkModel(tables, kShownProblems);
-  for (const std::string& line : problems.lines) std::printf("%s\n", line.c_str());
+  show(problems.lines);
   if (problems.count > problems.lines.size()) std::printf("... and %zu more\n", problems.count - problems.lines.size());
   tell(tables, arguments.file);
-  const size_t all = broken.size() + problems.count;
-  std::printf(all == 0 ? "no problems\n" : "%zu problems\n", all);
-  return all == 0 ? kDone : kFailed;
+  return conclude(broken + problems.count);
 }
 
 }  // namespace

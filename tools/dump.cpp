@@ -116,7 +116,7 @@ int dump(const Arguments& arguments) {
   std::vector<int> columns;
   std::string error;
   if (!chooseColumns(*table, arguments, &columns, &error)) return misused(self, error);
-  auto store = openSqliteStore(arguments.file, catalogue, &error);
+  auto store = readSqliteStore(arguments.file, catalogue, &error);
   if (!store) return failed(error);
   CMDArray rows;
   Catalogue::makeFields(*table, rows.array);

@@ -40,7 +40,7 @@ int addUser(const Arguments& arguments) {
 int listUsers(const Arguments& arguments) {
   std::string error;
   std::vector<User> users;
-  const auto store = open(arguments, &error);
+  const auto store = readSqliteStore(arguments.file, Catalogue::builtIn(), &error);
   if (!store || !server::listUsers(*store, Catalogue::builtIn(), &users, &error)) return failed(error);
   for (const User& user : users) std::printf("%s\t%s\n", fromCodePage(user.name).c_str(), rightsOf(user));
   return kDone;

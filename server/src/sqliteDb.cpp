@@ -3,6 +3,33 @@
 #include <cerrno>
 
 namespace tlm::server {
+namespace {
+
+// SQLite takes some names for more than files; with a folder in front every name is one.
+std::string plainName(const std::string& path) { return path.front() == '/' ? path : "./" + path; }
+
+// The name by which SQLite relies on the file being written by nobody.
+std::string unchangingName(const std::string& path) {
+  std::string name = path.front() == '/' ? "file://" : "file:";
+  for (const char c : plainName(path)) {
+    switch (c) {
+      case '%':
+        name += "%25";
+        break;
+      case '?':
+        name += "%3f";
+        break;
+      case '#':
+        name += "%23";
+        break;
+      default:
+        name += c;
+    }
+  }
+  return name + "?immutable=1";
+}
+
+}  // namespace
 
 StoreError reasonOf(int code, int systemCode) {
   if (systemCode == ENOSPC || systemCode == EDQUOT || systemCode == EFBIG) return StoreError::kDiskFull;
@@ -30,14 +57,27 @@ StoreError reasonOf(int code, int systemCode) {
   }
 }
 
-bool Db::open(const std::string& path, int flags, Failure* failure) {
-  // SQLite takes some names for more than files; with a folder in front every name is one.
-  const std::string name = path.front() == '/' ? path : "./" + path;
-  const int code = sqlite3_open_v2(name.c_str(), &db_, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
-  if (code == SQLITE_OK) return true;
+bool Db::openNamed(const std::string& name, int flags, const char* system, const std::string& path, Failure* failure) {
+  const int code = sqlite3_open_v2(name.c_str(), &db_, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, system);
+  // Otherwise the name of a column that is missing would be taken for a text.
+  if (code == SQLITE_OK && sqlite3_db_config(db_, SQLITE_DBCONFIG_DQS_DML, 0, nullptr) == SQLITE_OK) return true;
   fail("cannot open " + path, failure);
   close();
   return false;
+}
+
+bool Db::open(const std::string& path, int flags, Failure* failure) {
+  return openNamed(plainName(path), flags, nullptr, path, failure);
+}
+
+bool Db::openToRead(const std::string& path, bool logged, Failure* failure) {
+  // With a log, SQLite wants to share what it finds in it through a file beside it, unless it has the file for itself;
+  // the system without locks lets it believe so. Without one, it would make an empty one.
+  const bool opened =
+      logged ? openNamed(plainName(path), SQLITE_OPEN_READONLY, "unix-none", path, failure)
+             : openNamed(unchangingName(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr, path, failure);
+  return opened && sqlite3_db_config(db_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr) == SQLITE_OK &&
+         exec("PRAGMA locking_mode = EXCLUSIVE", failure);
 }
 
 void Db::close() { sqlite3_close(std::exchange(db_, nullptr)); }

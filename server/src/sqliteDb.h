@@ -25,6 +25,10 @@ class Db {
 
   // The path is that of a file, whatever it looks like, and not empty.
   bool open(const std::string& path, int flags, Failure* failure);
+
+  // Opens a file that nobody writes, and leaves it and its folder as they are: no locks, no files beside it, nothing
+  // written back. `logged` tells whether a log stands beside the file; it is read then.
+  bool openToRead(const std::string& path, bool logged, Failure* failure);
   void close();
 
   // Closes without writing the log back into the file, so that the file stays as it is.
@@ -43,6 +47,8 @@ class Db {
   explicit operator bool() const { return db_ != nullptr; }
 
  private:
+  bool openNamed(const std::string& name, int flags, const char* system, const std::string& path, Failure* failure);
+
   sqlite3* db_ = nullptr;
 };
 

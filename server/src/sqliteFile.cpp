@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <set>
@@ -78,10 +79,16 @@ bool readHeader(const Descriptor& file, const std::string& path, Header* header,
   return true;
 }
 
+// SQLite keeps the log beside the file itself, not beside a link to it.
+std::string logOf(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
+  return (real ? std::string(real.get()) : path) + "-wal";
+}
+
 // The pages of the file that the log holds a newer copy of, as far as its frames belong to its last use.
 std::set<uint32_t> pagesInLog(const std::string& path, uint32_t pageSize) {
   std::set<uint32_t> pages;
-  const Descriptor log(path + "-wal", O_RDONLY);
+  const Descriptor log(logOf(path), O_RDONLY);
   std::array<unsigned char, 32> header{};
   if (log.get() < 0 || !log.read(header.data(), header.size(), 0)) return pages;
   std::array<unsigned char, 24> frame{};
@@ -104,20 +111,30 @@ bool isWhole(const Descriptor& file, const Header& header, const std::string& pa
   return true;
 }
 
-// Whether another process has a lock on the bytes that SQLite locks.
-bool lockedElsewhere(const Descriptor& file) {
+// The bytes that SQLite locks: the last of them for reading, all of them for writing.
+struct flock lockOf(short type, off_t first) {
+  constexpr off_t kFirst = 0x40000000;
+  constexpr off_t kCount = 512;
   struct flock lock {};
-  lock.l_type = F_WRLCK;
+  lock.l_type = type;
   lock.l_whence = SEEK_SET;
-  lock.l_start = 0x40000000;
-  lock.l_len = 512;
-  return fcntl(file.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+  lock.l_start = kFirst + first;
+  lock.l_len = kCount - first;
+  return lock;
 }
 
-bool checkWritable(const std::string& path, Failure* failure) {
-  if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
-    return refuse(StoreError::kReadOnly, path + " cannot be written: " + std::strerror(errno), failure);
-  return checkFolderWritable(path, failure);
+bool refuseHeld(const std::string& path, Failure* failure) {
+  return refuse(StoreError::kHeld, path + " is in use by another server", failure);
+}
+
+bool refuseUnread(const std::string& path, Failure* failure) {
+  return refuse(StoreError::kReadOnly, path + " cannot be read: " + std::strerror(errno), failure);
+}
+
+// Whether another process has a lock on the bytes that SQLite locks.
+bool lockedElsewhere(const Descriptor& file) {
+  struct flock lock = lockOf(F_WRLCK, 0);
+  return fcntl(file.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 }  // namespace
@@ -146,10 +163,25 @@ FileHold::~FileHold() {
   heldFiles().erase({device_, node_});
 }
 
+std::unique_ptr<ReadLock> ReadLock::take(const std::string& path, Failure* failure) {
+  constexpr off_t kShared = 2;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  std::unique_ptr<ReadLock> taken(new ReadLock(fd));
+  struct flock lock = lockOf(F_RDLCK, kShared);
+  if (fd >= 0 && fcntl(fd, F_SETLK, &lock) == 0) return taken;
+  const bool held = fd >= 0 && (errno == EAGAIN || errno == EACCES);
+  held ? refuseHeld(path, failure) : refuseUnread(path, failure);
+  return nullptr;
+}
+
+ReadLock::~ReadLock() {
+  if (fd_ >= 0) ::close(fd_);
+}
+
 bool inspectFile(const std::string& path, Failure* failure) {
   const Descriptor file(path, O_RDONLY);
-  if (file.get() < 0) return refuse(StoreError::kReadOnly, path + " cannot be read: " + std::strerror(errno), failure);
-  if (lockedElsewhere(file)) return refuse(StoreError::kHeld, path + " is in use by another server", failure);
+  if (file.get() < 0) return refuseUnread(path, failure);
+  if (lockedElsewhere(file)) return refuseHeld(path, failure);
   Header header;
   if (!readHeader(file, path, &header, failure)) return false;
   if (header.version > static_cast<uint32_t>(kStoreVersion))
@@ -158,13 +190,18 @@ bool inspectFile(const std::string& path, Failure* failure) {
                       std::to_string(kStoreVersion),
                   failure);
   if (header.version == 0) return refuse(StoreError::kDamaged, path + " has no version", failure);
-  if (!isWhole(file, header, path)) return refuse(StoreError::kDamaged, path + " is cut short", failure);
-  return checkWritable(path, failure);
+  return isWhole(file, header, path) || refuse(StoreError::kDamaged, path + " is cut short", failure);
+}
+
+bool checkWritable(const std::string& path, Failure* failure) {
+  if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
+    return refuse(StoreError::kReadOnly, path + " cannot be written: " + std::strerror(errno), failure);
+  return checkFolderWritable(path, failure);
 }
 
 bool hasLog(const std::string& path) {
   struct stat info {};
-  return stat((path + "-wal").c_str(), &info) == 0 && info.st_size > 0;
+  return stat(logOf(path).c_str(), &info) == 0 && info.st_size > 0;
 }
 
 std::string folderOf(const std::string& path) {

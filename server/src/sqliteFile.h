@@ -24,9 +24,25 @@ class FileHold {
   uint64_t node_;
 };
 
-// Whether the file is a whole store of a version that is known, may be written, and is not in use.
-// Requires a hold of it.
+// Keeps servers off a file while it is read. Requires a hold of it, which must outlive this.
+class ReadLock {
+ public:
+  // Null with a reason when the file cannot be read or is in use.
+  static std::unique_ptr<ReadLock> take(const std::string& path, Failure* failure);
+  ~ReadLock();
+  ReadLock(const ReadLock&) = delete;
+  ReadLock& operator=(const ReadLock&) = delete;
+
+ private:
+  explicit ReadLock(int fd) : fd_(fd) {}
+  int fd_;
+};
+
+// Whether the file is a whole store of a version that is known, and is not in use. Requires a hold of it.
 bool inspectFile(const std::string& path, Failure* failure);
+
+// Whether the file may be written, and others beside it.
+bool checkWritable(const std::string& path, Failure* failure);
 
 // Whether a log with something in it stands beside the file.
 bool hasLog(const std::string& path);

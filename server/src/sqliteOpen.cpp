@@ -17,8 +17,9 @@ namespace {
 constexpr int64_t kCheckedWhole = int64_t{64} << 20;  // bytes of a file that is checked whole when it is opened
 
 // The log is written back into the file every 8 MB, and cut to that size after a large import.
-constexpr const char* kSettings =
-    "PRAGMA synchronous = FULL; PRAGMA temp_store = MEMORY; PRAGMA cache_size = -65536;"
+constexpr const char* kSettings = "PRAGMA temp_store = MEMORY; PRAGMA cache_size = -65536;";
+constexpr const char* kWritingSettings =
+    "PRAGMA synchronous = FULL;"
     "PRAGMA wal_autocheckpoint = 2048; PRAGMA journal_size_limit = 8388608;";
 
 std::unique_ptr<Store> refused(const Failure& failure, std::string* error, StoreError* why) {
@@ -39,13 +40,15 @@ bool soundIfSmall(Db& db, const std::string& path, Failure* failure) {
 
 // Everything that is known without writing.
 bool lookOver(Db& db, const std::string& path, Failure* failure) {
-  int64_t tables = 0;
+  std::string missing;
   if (!db.exec("PRAGMA locking_mode = EXCLUSIVE", failure) ||
-      !db.integer("SELECT count(*) FROM sqlite_schema WHERE name LIKE 'store!_%' ESCAPE '!' AND type = 'table'",
-                  &tables, failure))
+      !db.text("SELECT ifnull(group_concat(column1, ', '), '') FROM"
+               " (VALUES ('store_identity'), ('store_event'), ('store_block'), ('store_forgotten'))"
+               " WHERE column1 NOT IN (SELECT name FROM sqlite_schema WHERE type = 'table')",
+               &missing, failure))
     return false;
-  if (tables < 4) {
-    *failure = {StoreError::kDamaged, path + " is damaged: tables are missing"};
+  if (!missing.empty()) {
+    *failure = {StoreError::kDamaged, path + " is damaged: tables are missing: " + missing};
     return false;
   }
   return soundIfSmall(db, path, failure);
@@ -59,8 +62,9 @@ bool prepare(SqliteStore& store, const Catalogue& catalogue, Failure* failure) {
     *failure = {StoreError::kOther, "the store cannot keep a log beside its file"};
     return false;
   }
-  return db.exec(kSettings, failure) && upgrade(db, upgradeSteps(), kStoreVersion, failure) &&
-         addMissing(db, catalogue, failure) && store.readState(failure);
+  return db.exec(kSettings, failure) && db.exec(kWritingSettings, failure) &&
+         upgrade(db, upgradeSteps(), kStoreVersion, failure) && addMissing(db, catalogue, failure) &&
+         store.readState(failure);
 }
 
 // ---- a new file ----
@@ -177,11 +181,30 @@ bool SqliteStore::attach(const std::string& path, std::unique_ptr<FileHold> hold
   return false;
 }
 
+bool SqliteStore::attachToRead(const std::string& path, std::unique_ptr<FileHold> hold, Failure* failure) {
+  hold_ = std::move(hold);
+  lock_ = ReadLock::take(path, failure);
+  return lock_ && db_.openToRead(path, hasLog(path), failure) && lookOver(db_, path, failure) &&
+         db_.exec(kSettings, failure) && readState(failure);
+}
+
+std::unique_ptr<Store> readSqliteStore(const std::string& path, const Catalogue& catalogue, std::string* error,
+                                       StoreError* why) {
+  Failure failure;
+  auto hold = FileHold::take(path, &failure);
+  if (!hold || !inspectFile(path, &failure)) return refused(failure, error, why);
+  auto store = std::make_unique<SqliteStore>(catalogue);
+  if (!store->attachToRead(path, std::move(hold), &failure)) return refused(failure, error, why);
+  if (why) *why = StoreError::kNone;
+  return store;
+}
+
 std::unique_ptr<Store> openSqliteStore(const std::string& path, const Catalogue& catalogue, std::string* error,
                                        StoreError* why) {
   Failure failure;
   auto hold = FileHold::take(path, &failure);
   if (!hold || !inspectFile(path, &failure)) return refused(failure, error, why);
+  if (!checkWritable(path, &failure)) return refused(failure, error, why);
   auto store = std::make_unique<SqliteStore>(catalogue);
   if (!store->attach(path, std::move(hold), &failure) || !prepare(*store, catalogue, &failure))
     return refused(failure, error, why);
@@ -210,6 +233,11 @@ std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogu
 std::vector<std::string> checkSqliteStore(Store& store) {
   auto* file = dynamic_cast<SqliteStore*>(&store);
   return file ? file->check() : std::vector<std::string>{"not a store in a file"};
+}
+
+std::vector<std::string> missingInSqliteStore(Store& store) {
+  auto* file = dynamic_cast<SqliteStore*>(&store);
+  return file ? file->missing() : std::vector<std::string>{"not a store in a file"};
 }
 
 }  // namespace tlm::server

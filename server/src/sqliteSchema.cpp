@@ -59,18 +59,31 @@ bool columnsOf(Db& db, const std::string& table, std::set<std::string>* columns,
   return code == SQLITE_DONE || db.fail("read the columns of " + table, failure);
 }
 
-bool missingSql(Db& db, const TableDef& table, std::vector<std::string>* sql, Failure* failure) {
+// What a table of the file lacks: all of it, or some columns.
+struct Missing {
+  bool table = false;
+  std::vector<const FieldDef*> fields;
+};
+
+bool findMissing(Db& db, const TableDef& table, Missing* missing, Failure* failure) {
   std::set<std::string> columns;
   if (!columnsOf(db, table.name, &columns, failure)) return false;
-  if (columns.empty()) {
+  missing->table = columns.empty();
+  for (const FieldDef& field : table.fields)
+    if (!missing->table && columns.count(lowered(field.name)) == 0) missing->fields.push_back(&field);
+  return true;
+}
+
+bool missingSql(Db& db, const TableDef& table, std::vector<std::string>* sql, Failure* failure) {
+  Missing missing;
+  if (!findMissing(db, table, &missing, failure)) return false;
+  if (missing.table) {
     sql->push_back(tableSql(table));
     sql->push_back(indexSql(table));
-    return true;
   }
-  for (const FieldDef& field : table.fields)
-    if (columns.count(lowered(field.name)) == 0)
-      sql->push_back("ALTER TABLE " + quoted(table.name) + " ADD COLUMN " + quoted(field.name) + " " +
-                     columnType(field.type));
+  for (const FieldDef* field : missing.fields)
+    sql->push_back("ALTER TABLE " + quoted(table.name) + " ADD COLUMN " + quoted(field->name) + " " +
+                   columnType(field->type));
   return true;
 }
 
@@ -136,6 +149,15 @@ bool addMissing(Db& db, const Catalogue& catalogue, Failure* failure) {
   for (const TableDef* table : storedTables(catalogue))
     if (!missingSql(db, *table, &sql, failure)) return false;
   return sql.empty() || runAll(db, sql, failure);
+}
+
+bool tellMissing(Db& db, const TableDef& table, std::vector<std::string>* lines, Failure* failure) {
+  Missing missing;
+  if (!findMissing(db, table, &missing, failure)) return false;
+  if (missing.table) lines->push_back("the table " + table.name + " is missing");
+  for (const FieldDef* field : missing.fields)
+    lines->push_back("the column " + field->name + " of " + table.name + " is missing");
+  return true;
 }
 
 }  // namespace tlm::server

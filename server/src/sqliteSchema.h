@@ -32,6 +32,9 @@ bool upgrade(Db& db, std::span<const UpgradeStep> steps, int target, Failure* fa
 // Adds what the catalogue has and the file lacks, in one transaction; a file that lacks nothing is not written.
 bool addMissing(Db& db, const Catalogue& catalogue, Failure* failure);
 
+// Names what of one table the file lacks, one line for each.
+bool tellMissing(Db& db, const TableDef& table, std::vector<std::string>* lines, Failure* failure);
+
 }  // namespace tlm::server
 
 #endif

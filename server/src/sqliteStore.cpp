@@ -113,7 +113,12 @@ bool SqliteStore::load(const std::string& table, MDArray* into, std::string* err
   Failure failure;
   if (!writer(table, &failure)) return say(failure, error);
   Statement rows;
-  if (!rows.prepare(db_, selectSql(table, into), &failure)) return say(failure, error);
+  if (!rows.prepare(db_, selectSql(table, into), &failure)) {
+    std::vector<std::string> lines;
+    Failure other;
+    if (tellMissing(db_, *catalogue_.storedTable(table), &lines, &other) && !lines.empty()) failure.text = lines[0];
+    return say(failure, error);
+  }
   RowReader reader(rows.get(), fieldsOf(into));
   int code = 0;
   while ((code = rows.step()) == SQLITE_ROW) {
@@ -253,6 +258,14 @@ bool SqliteStore::holdsBlock(const std::string& identity) {
   const bool found = holds_.step() == SQLITE_ROW;
   holds_.reset();
   return found;
+}
+
+std::vector<std::string> SqliteStore::missing() {
+  std::vector<std::string> lines;
+  Failure failure;
+  for (const TableDef* table : storedTables(catalogue_))
+    if (!tellMissing(db_, *table, &lines, &failure)) lines.push_back(failure.text);
+  return lines;
 }
 
 std::vector<std::string> SqliteStore::check() {

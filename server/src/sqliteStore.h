@@ -48,9 +48,11 @@ class SqliteStore final : public Store {
   bool holdsBlock(const std::string& identity) override;
 
   std::vector<std::string> check();
+  std::vector<std::string> missing();
 
   // The parts of opening. Each leaves the reason of a failure behind.
   bool attach(const std::string& path, std::unique_ptr<FileHold> hold, Failure* failure);
+  bool attachToRead(const std::string& path, std::unique_ptr<FileHold> hold, Failure* failure);
   bool readState(Failure* failure);
   Db& db() { return db_; }
 
@@ -64,6 +66,7 @@ class SqliteStore final : public Store {
 
   const Catalogue& catalogue_;
   std::unique_ptr<FileHold> hold_;  // outlives the connection
+  std::unique_ptr<ReadLock> lock_;  // of a store that is read only
   Db db_;
   std::string identity_;
   int64_t first_ = 1;

@@ -129,6 +129,41 @@ TEST_F(TlmctlStores, CheckRefusesADamagedFileAndLeavesIt) {
   EXPECT_EQ(readFile(file("a.tlm")), before);
 }
 
+// Looking at a store that lacks tables and columns tells it, and adds nothing.
+struct Look {
+  const char* name;
+  Words words;
+  Words says;  // in either output
+};
+
+class TlmctlLook : public TlmctlStores, public ::testing::WithParamInterface<Look> {};
+
+TEST_P(TlmctlLook, TellsWhatIsMissingAndLeavesTheFile) {
+  make({"create", file("a.tlm")});
+  alter(file("a.tlm"), "DROP TABLE Analog; DROP TABLE Users; ALTER TABLE Discrete DROP COLUMN inversion");
+  const std::string before = readFile(file("a.tlm"));
+  Words words = GetParam().words;
+  words.push_back(file("a.tlm"));
+  const Result result = run(words);
+  EXPECT_EQ(result.code, 1);
+  for (const std::string& line : GetParam().says)
+    EXPECT_NE((result.out + result.err).find(line + "\n"), std::string::npos) << result.out << result.err;
+  EXPECT_TRUE(readFile(file("a.tlm")) == before);
+  EXPECT_FALSE(std::filesystem::exists(file("a.tlm-wal")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Commands, TlmctlLook,
+    ::testing::Values(
+        Look{"Check",
+             {"check"},
+             {"the table Analog is missing", "the column inversion of Discrete is missing",
+              "the table Users is missing", "3 problems"}},
+        Look{"DumpOfATable", {"dump", "--table", "Analog"}, {"tlmctl: the table Analog is missing"}},
+        Look{"DumpOfAColumn", {"dump", "--table", "Discrete"}, {"tlmctl: the column inversion of Discrete is missing"}},
+        Look{"UserList", {"user", "list"}, {"tlmctl: the table Users is missing"}}),
+    [](const auto& look) { return look.param.name; });
+
 TEST_F(TlmctlStores, AFileThatIsNotThereIsAFailure) {
   for (const Words& words : {Words{"check", file("no.tlm")}, Words{"dump", "--table", "Analog", file("no.tlm")}}) {
     const Result result = run(words);

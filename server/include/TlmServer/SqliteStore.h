@@ -57,8 +57,17 @@ std::unique_ptr<Store> createSqliteStore(const std::string& path, const Catalogu
 std::unique_ptr<Store> openSqliteStore(const std::string& path, const Catalogue& catalogue, std::string* error,
                                        StoreError* why = nullptr);
 
+// Opens a store file to look at it: neither the file nor its folder is changed or has to be writable, what a server
+// that ended without order left in the log is read, and nothing that is missing is added; loading a table that
+// lacks something fails. No server can open the file meanwhile, and changes are refused. Null as openSqliteStore.
+std::unique_ptr<Store> readSqliteStore(const std::string& path, const Catalogue& catalogue, std::string* error,
+                                       StoreError* why = nullptr);
+
 // Checks every page, index and row of an open store. One line for each problem; empty when it is sound.
 std::vector<std::string> checkSqliteStore(Store& store);
+
+// One line for each table and column that the catalogue has and an open store lacks.
+std::vector<std::string> missingInSqliteStore(Store& store);
 
 }  // namespace tlm::server
 

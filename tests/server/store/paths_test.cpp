@@ -71,13 +71,24 @@ TEST_P(FileNameTest, IsTakenLiterally) {
   const auto files = folder_.contents();
   ASSERT_EQ(files.size(), 1u);
   EXPECT_EQ(files.begin()->first, name);
-  store = openSqliteStore(name, smallCatalogue(), &error);
-  ASSERT_TRUE(store) << error;
-  EXPECT_EQ(stored(*store, smallCatalogue(), "Thing"), std::vector<std::string>{"1=one"});
+  for (const auto open : {openSqliteStore, readSqliteStore}) {
+    store = open(name, smallCatalogue(), &error, nullptr);
+    ASSERT_TRUE(store) << error;
+    EXPECT_EQ(stored(*store, smallCatalogue(), "Thing"), std::vector<std::string>{"1=one"});
+    store.reset();
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Odd, FileNameTest,
-                         ::testing::Values("model.tlm", "file:model.tlm", "file:a?mode=memory", ":memory:", "мод ель"));
+                         ::testing::Values("model.tlm", "file:model.tlm", "file:a?mode=memory", ":memory:", "мод ель",
+                                           "a%41#b?c&d=e"));
+
+TEST(FileName, MayBeginWithMoreThanOneStroke) {
+  const Folder folder;
+  createSmall(folder).reset();
+  std::string error;
+  EXPECT_TRUE(readSqliteStore("/" + folder.file("model.tlm"), smallCatalogue(), &error)) << error;
+}
 
 }  // namespace
 }  // namespace tlm::test
