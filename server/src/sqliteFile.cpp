@@ -111,15 +111,13 @@ bool isWhole(const Descriptor& file, const Header& header, const std::string& pa
   return true;
 }
 
-// The bytes that SQLite locks: the last of them for reading, all of them for writing.
-struct flock lockOf(short type, off_t first) {
-  constexpr off_t kFirst = 0x40000000;
-  constexpr off_t kCount = 512;
+// Of the bytes that SQLite locks.
+struct flock lockOf(short type) {
   struct flock lock {};
   lock.l_type = type;
   lock.l_whence = SEEK_SET;
-  lock.l_start = kFirst + first;
-  lock.l_len = kCount - first;
+  lock.l_start = 0x40000000;
+  lock.l_len = 512;
   return lock;
 }
 
@@ -133,7 +131,7 @@ bool refuseUnread(const std::string& path, Failure* failure) {
 
 // Whether another process has a lock on the bytes that SQLite locks.
 bool lockedElsewhere(const Descriptor& file) {
-  struct flock lock = lockOf(F_WRLCK, 0);
+  struct flock lock = lockOf(F_WRLCK);
   return fcntl(file.get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
@@ -164,10 +162,9 @@ FileHold::~FileHold() {
 }
 
 std::unique_ptr<ReadLock> ReadLock::take(const std::string& path, Failure* failure) {
-  constexpr off_t kShared = 2;
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   std::unique_ptr<ReadLock> taken(new ReadLock(fd));
-  struct flock lock = lockOf(F_RDLCK, kShared);
+  struct flock lock = lockOf(F_RDLCK);
   if (fd >= 0 && fcntl(fd, F_SETLK, &lock) == 0) return taken;
   const bool held = fd >= 0 && (errno == EAGAIN || errno == EACCES);
   held ? refuseHeld(path, failure) : refuseUnread(path, failure);

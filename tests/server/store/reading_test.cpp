@@ -3,6 +3,7 @@
 
 #include "neighbours.h"
 #include "testing.h"
+#include "writes.h"
 
 namespace tlm::test {
 namespace {
@@ -67,7 +68,10 @@ TEST_F(ReadingTest, LeavesEveryFileAsItIs) {
 TEST_F(ReadingTest, SeesWhatIsStillInTheLogAndLeavesItThere) {
   leaveLog(folder_);
   ASSERT_EQ(folder_.contents().size(), 2u);
+  const Counts before = countsNow();
   EXPECT_EQ(things(), kBoth);
+  EXPECT_EQ(countsNow().writes, before.writes);  // nor does it try to
+  EXPECT_EQ(countsNow().syncs, before.syncs);
 }
 
 TEST_F(ReadingTest, SeesTheLogOfAFileThroughALinkToIt) {
