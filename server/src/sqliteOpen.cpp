@@ -105,11 +105,19 @@ class Unfinished {
 
   // Never takes the place of a file that is there.
   bool publish(const std::string& path, Failure* failure) {
-    if (link(path_.c_str(), path.c_str()) == 0) return syncFolder(path) || systemFailed(path, failure);
-    return systemFailed(path, failure);
+    return (give(path) && syncFolder(path)) || systemFailed(path, failure);
   }
 
  private:
+  // Not every file system has links; a kernel that knows neither way refuses.
+  bool give(const std::string& path) {
+    if (link(path_.c_str(), path.c_str()) == 0) return true;
+    const bool noLinks = errno == EPERM || errno == ENOTSUP || errno == ENOSYS;
+    if (!noLinks || renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) != 0) return false;
+    path_.clear();
+    return true;
+  }
+
   static constexpr size_t kRandomDigits = 8;
 
   std::string path_;

@@ -292,5 +292,38 @@ TEST_F(BadPlaceTest, ASampleThatSomebodyElseHasMadeIsOpened) {
   EXPECT_EQ(stored(*openSmall(folder_), smallCatalogue(), "Thing"), std::vector<std::string>{"1=first"});
 }
 
+class NoLinksTest : public BadPlaceTest, public ::testing::WithParamInterface<int> {
+ protected:
+  void SetUp() override { failLinks(GetParam()); }
+  void TearDown() override { failLinks(0); }
+};
+
+TEST_P(NoLinksTest, AStoreIsMadeWhereTheFileSystemHasNone) {
+  auto store = createSmall(folder_);
+  ASSERT_TRUE(store);
+  EXPECT_TRUE(commitThing(*store, 1, "one"));
+  store.reset();
+  EXPECT_EQ(folder_.contents().size(), 1u);
+  EXPECT_EQ(stored(*openSmall(folder_), smallCatalogue(), "Thing"), std::vector<std::string>{"1=one"});
+}
+
+TEST_P(NoLinksTest, AStoreThatSomebodyElseHasMadeIsNotReplaced) {
+  std::string error;
+  StoreError why = StoreError::kNone;
+  EXPECT_FALSE(overtaken(
+      folder_, [&] { return createSqliteStore(folder_.file("model.tlm"), smallCatalogue(), {}, &error, &why); }));
+  EXPECT_EQ(why, StoreError::kExists) << error;
+  EXPECT_EQ(folder_.contents().size(), 1u);
+  EXPECT_EQ(stored(*openSmall(folder_), smallCatalogue(), "Thing"), std::vector<std::string>{"1=first"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Errors, NoLinksTest, ::testing::Values(EPERM, ENOTSUP, ENOSYS));
+
+TEST_F(BadPlaceTest, AnotherFailureOfALinkIsTold) {
+  failLinks(EACCES);
+  expectNotMade(folder_.file("model.tlm"), StoreError::kOther);
+  failLinks(0);
+}
+
 }  // namespace
 }  // namespace tlm::test

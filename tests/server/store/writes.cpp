@@ -16,6 +16,7 @@ Counts counts;
 int killAt = 0;
 bool tearLast = false;
 int failWith = 0;
+int linksFailWith = 0;
 std::function<void()> syncAct;
 
 ssize_t plainWrite(int fd, const void* bytes, size_t length, off_t offset) {
@@ -63,6 +64,13 @@ Counts countsNow() {
   return counts;
 }
 
+void failLinks(int systemError) { linksFailWith = systemError; }
+
+int makeLink(const char* from, const char* to) {
+  if (linksFailWith != 0) return errno = linksFailWith, -1;
+  return static_cast<int>(syscall(SYS_link, from, to));
+}
+
 void beforeNextSync(std::function<void()> act) { syncAct = std::move(act); }
 
 void noteSync() {
@@ -82,3 +90,4 @@ extern "C" int fsync(int fd) {
   tlm::test::noteSync();
   return static_cast<int>(syscall(SYS_fsync, fd));
 }
+extern "C" int link(const char* from, const char* to) { return tlm::test::makeLink(from, to); }

@@ -13,6 +13,9 @@ void killAtWrite(int write, bool torn);
 // From now on every write to a file fails with this error of the operating system; 0 ends it.
 void failWrites(int systemError);
 
+// From now on no link is made, for this error of the operating system; 0 ends it.
+void failLinks(int systemError);
+
 // Runs `act` once, before the next sync of a file.
 void beforeNextSync(std::function<void()> act);
 
