@@ -22,6 +22,8 @@ class Machine {
   // What the script returned, into a value that holds nothing.
   void giveResult(CVar* out);
 
+  int64_t stepsTaken() const { return meter_.stepsTaken(); }
+
  private:
   using Function = void (Machine::*)(const Instruction&);
   static const Function kFunctions[];

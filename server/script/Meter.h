@@ -37,6 +37,8 @@ class Meter {
     if (++rows_ > budget_.rows) spent(at, budget_.rows, "rows");
   }
 
+  int64_t stepsTaken() const { return budget_.steps - stepsLeft_ - fuel_; }
+
  private:
   using Clock = std::chrono::steady_clock;
 

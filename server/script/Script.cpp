@@ -11,6 +11,23 @@ namespace tlm::server {
 using script::Failure;
 using script::Program;
 
+namespace {
+
+// Tells the steps of a run however it ends.
+class StepsTold {
+ public:
+  StepsTold(const script::Machine& machine, int64_t* steps) : machine_(machine), steps_(*steps) {}
+  ~StepsTold() { steps_ = machine_.stepsTaken(); }
+  StepsTold(const StepsTold&) = delete;
+  StepsTold& operator=(const StepsTold&) = delete;
+
+ private:
+  const script::Machine& machine_;
+  int64_t& steps_;
+};
+
+}  // namespace
+
 Script::Script(std::unique_ptr<Program> program) : program_(std::move(program)) {}
 Script::~Script() = default;
 
@@ -43,16 +60,20 @@ Script::Outcome Script::run(const ModelTables& tables, const CVar* arguments, co
 Script::Outcome Script::run(const TableSource& tables, const CVar* arguments, const ScriptBudget& budget,
                             CVar* result) const {
   CVarClear(result, 1);
+  int64_t steps = 0;
   try {
     script::Machine machine(*program_, tables, budget);
-    machine.setArguments(arguments);
-    machine.execute();
-    machine.giveResult(result);
-    return {};
+    {
+      const StepsTold told(machine, &steps);
+      machine.setArguments(arguments);
+      machine.execute();
+      machine.giveResult(result);
+    }
+    return {wire::kOk, {}, steps};
   } catch (const Failure& failure) {
-    return {failure.status, script::describe(program_->text, failure.at, failure.text)};
+    return {failure.status, script::describe(program_->text, failure.at, failure.text), steps};
   } catch (const std::bad_alloc&) {
-    return {wire::kBudgetSpent, "no memory is left for the script"};
+    return {wire::kBudgetSpent, "no memory is left for the script", steps};
   }
 }
 

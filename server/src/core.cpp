@@ -247,16 +247,11 @@ void Core::State::rememberRefusal(const std::string& block, const Reply& reply) 
   if (refusals.size() > kRefusalsKept) refusals.pop_front();
 }
 
-// All see the same tables. An update has been carried out before and is answered as such.
+// All see the same tables, and what their scripts use is counted together: the next commit waits for all of them.
 std::vector<Reply> Core::State::answerAll(wire::Requests requests) {
-  std::vector<Reply> replies;
   const std::shared_lock lock(tablesMutex);
-  const RequestContext context{tables, live, parts, options, scripts, options.clock()};
-  for (const wire::Request& request : requests) {
-    const bool written = request.kind == wire::RequestKind::kUpdate;
-    replies.push_back(written ? Reply{} : answer(context, request));
-  }
-  return replies;
+  ScriptAllowance allowance(options.budget);
+  return server::answerAll({tables, live, parts, options, scripts, allowance, options.clock()}, requests);
 }
 
 // ---- those who listen ----

@@ -5,6 +5,7 @@
 #include "records.h"
 
 #include <charconv>
+#include <chrono>
 #include <cmath>
 
 namespace tlm::server {
@@ -70,7 +71,7 @@ Reply procedure(const RequestContext& context, const wire::Request& request) {
   return unknown(request.name);
 }
 
-Reply script(const RequestContext& context, const wire::Request& request) {
+Reply runScript(const RequestContext& context, const wire::Request& request, int64_t* steps) {
   const Arguments arguments(request.body);
   if (!arguments.ok()) return Reply::failure(wire::kMalformed, "script: arguments cannot be read");
   std::string error;
@@ -78,10 +79,23 @@ Reply script(const RequestContext& context, const wire::Request& request) {
   if (!compiled) return Reply::failure(wire::kScriptError, error);
   CVar result;
   CVarInit(&result, 1);
-  const Script::Outcome outcome = compiled->run(context.tables, arguments.get(), context.options.budget, &result);
+  const Script::Outcome outcome = compiled->run(context.tables, arguments.get(), context.allowance.left(), &result);
+  *steps = outcome.steps;
   Reply reply{outcome.status, outcome.error, std::nullopt};
   if (outcome.status == wire::kOk) reply.payload = packValue(result);
   CVarClear(&result, 1);
+  return reply;
+}
+
+// The time is that of all that the request asks for: to read it, to compile, to run and to pack.
+Reply script(const RequestContext& context, const wire::Request& request) {
+  using Clock = std::chrono::steady_clock;
+  if (context.allowance.spent())
+    return Reply::failure(wire::kBudgetSpent, "the scripts of the block have used up their steps or their time");
+  const auto start = Clock::now();
+  int64_t steps = 0;
+  Reply reply = runScript(context, request, &steps);
+  context.allowance.take(steps, Clock::now() - start);
   return reply;
 }
 
@@ -105,6 +119,16 @@ Reply answer(const RequestContext& context, const wire::Request& request) {
   if (reply.payload && reply.payload->size() > context.options.maxReplyBytes)
     return Reply::failure(wire::kTooLarge, "the answer is over the limit of size");
   return reply;
+}
+
+std::vector<Reply> answerAll(const RequestContext& context, wire::Requests requests) {
+  std::vector<Reply> replies;
+  replies.reserve(requests.size());
+  for (const wire::Request& request : requests) {
+    const bool written = request.kind == wire::RequestKind::kUpdate;
+    replies.push_back(written ? Reply{} : answer(context, request));
+  }
+  return replies;
 }
 
 std::string_view bodyText(std::string_view body) { return body.substr(0, body.find('\0')); }

@@ -7,7 +7,9 @@
 #include <TlmServer/ModelTables.h>
 
 #include <string_view>
+#include <vector>
 
+#include "scriptAllowance.h"
 #include "scriptCache.h"
 
 namespace tlm::server {
@@ -21,11 +23,15 @@ struct RequestContext {
   const CatalogueParts& parts;
   const CoreOptions& options;
   ScriptCache& scripts;
+  ScriptAllowance& allowance;
   double now;
 };
 
 // Carries out a request of the kinds packet, script and procedure.
 wire::Reply answer(const RequestContext& context, const wire::Request& request);
+
+// The answers of a block. An update has been carried out before and is answered as such.
+std::vector<wire::Reply> answerAll(const RequestContext& context, wire::Requests requests);
 
 // Handlers of packets, by the name of the request.
 wire::Reply tableRecords(const RequestContext& context, std::string_view body);

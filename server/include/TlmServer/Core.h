@@ -21,7 +21,8 @@ class Catalogue;
 class ModelTables;
 enum class Verdict;
 
-// What one script may use before it is ended with kBudgetSpent.
+// What one script may use before it is ended with kBudgetSpent. Steps and milliseconds are those of all scripts of a
+// block together: each has what those before it left, and one that finds none left is answered with kBudgetSpent.
 struct ScriptBudget {
   int64_t steps = 200'000'000;
   int milliseconds = 30'000;

@@ -6,6 +6,7 @@
 #include <TlmServer/Core.h>
 #include <TlmServer/ModelTables.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -35,6 +36,7 @@ class Script {
   struct Outcome {
     int32_t status = wire::kOk;  // kOk, kScriptError or kBudgetSpent
     std::string error;
+    int64_t steps = 0;  // taken of the budget; more than it had when they were what ran out
   };
 
   // Runs the function with the elements of `arguments` (an array value, or null). `result`, which the caller
