@@ -4,6 +4,7 @@
 
 #include "records.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -99,6 +100,11 @@ Reply script(const RequestContext& context, const wire::Request& request) {
   return reply;
 }
 
+size_t bytesOf(const Reply& reply) {
+  const auto bytes = [](const std::optional<std::string>& text) { return text ? text->size() : 0; };
+  return bytes(reply.payload) + bytes(reply.text);
+}
+
 }  // namespace
 
 Reply answer(const RequestContext& context, const wire::Request& request) {
@@ -116,17 +122,28 @@ Reply answer(const RequestContext& context, const wire::Request& request) {
     default:
       return Reply::failure(wire::kMalformed, "unknown kind of request");
   }
-  if (reply.payload && reply.payload->size() > context.options.maxReplyBytes)
+  if (bytesOf(reply) > context.options.maxReplyBytes)
     return Reply::failure(wire::kTooLarge, "the answer is over the limit of size");
   return reply;
 }
 
 std::vector<Reply> answerAll(const RequestContext& context, wire::Requests requests) {
-  std::vector<Reply> replies;
-  replies.reserve(requests.size());
-  for (const wire::Request& request : requests) {
-    const bool written = request.kind == wire::RequestKind::kUpdate;
-    replies.push_back(written ? Reply{} : answer(context, request));
+  const auto isUpdate = [](const wire::Request& request) { return request.kind == wire::RequestKind::kUpdate; };
+  const char* const noRoom = std::any_of(requests.begin(), requests.end(), isUpdate)
+                                 ? "written, but the answers do not fit"
+                                 : "the answers of the block are over the limit of size";
+  std::vector<Reply> replies(requests.size());
+  size_t room = context.options.maxReplyBytes;
+  bool full = false;
+  for (size_t i = 0; i < requests.size(); ++i) {
+    if (isUpdate(requests[i])) continue;
+    if (!full) replies[i] = answer(context, requests[i]);
+    const size_t bytes = bytesOf(replies[i]);
+    full = full || bytes > room;
+    if (full)
+      replies[i] = Reply::failure(wire::kTooLarge, noRoom);
+    else
+      room -= bytes;
   }
   return replies;
 }

@@ -30,7 +30,8 @@ struct RequestContext {
 // Carries out a request of the kinds packet, script and procedure.
 wire::Reply answer(const RequestContext& context, const wire::Request& request);
 
-// The answers of a block. An update has been carried out before and is answered as such.
+// The answers of a block. An update has been carried out before and is answered as such. When one does not fit any
+// more, neither it nor what comes behind it is answered.
 std::vector<wire::Reply> answerAll(const RequestContext& context, wire::Requests requests);
 
 // Handlers of packets, by the name of the request.

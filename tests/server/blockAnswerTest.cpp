@@ -1,7 +1,8 @@
-// What the requests of a block have together: one budget of scripts.
+// What the requests of a block have together: one budget of scripts and one limit of size.
 #include "fixture.h"
 
-#include "../../server/src/scriptAllowance.h"
+#include "../../server/src/catalogueParts.h"
+#include "../../server/src/requests.h"
 
 namespace tlm::server::test {
 namespace {
@@ -142,6 +143,92 @@ TEST(ScriptAllowance, CountsTimeFinerThanItIsGiven) {
   allowance.take(0, microseconds(1));
   EXPECT_EQ(allowance.left().milliseconds, 0);
   EXPECT_TRUE(allowance.spent());
+}
+
+class BlockSizeTest : public ServerTest {
+ protected:
+  void open(size_t replyBytes) {
+    options.maxReplyBytes = replyBytes;
+    reopen(options);
+  }
+  size_t bytesOf(const wire::Request& asked) const {
+    const wire::Reply reply = core->execute(asked, {});
+    EXPECT_EQ(reply.status, wire::kOk);
+    return reply.payload.value_or("").size() + reply.text.value_or("").size();
+  }
+
+  const wire::Request large = request("LiteModel", "obj=" + key("A1"));
+  const wire::Request little = request("SRV_GROUPS_INFO");
+  const wire::Request text = request("MeasParams", "locId=1001");
+};
+
+TEST_F(BlockSizeTest, AnswersAreGivenAsLongAsTheyFit) {
+  const size_t both = bytesOf(large) + bytesOf(little);
+  open(both);
+  EXPECT_EQ(statuses(block({large, little})), (Statuses{wire::kOk, wire::kOk, wire::kOk}));
+  open(both - 1);
+  const wire::BlockReply reply = block({large, little});
+  EXPECT_EQ(statuses(reply), (Statuses{wire::kOk, wire::kOk, wire::kTooLarge}));
+  EXPECT_EQ(reply.each[0].text, core->execute(large, {}).text);
+  EXPECT_EQ(reply.each[1].payload, "the answers of the block are over the limit of size");
+}
+
+TEST_F(BlockSizeTest, BehindTheFirstThatDoesNotFitNoneIsGiven) {
+  open(bytesOf(large) + 2 * bytesOf(little));
+  EXPECT_EQ(statuses(block({large, little, large, little})),
+            (Statuses{wire::kOk, wire::kOk, wire::kOk, wire::kTooLarge, wire::kTooLarge}));
+}
+
+TEST_F(BlockSizeTest, AnAnswerThatIsTooLargeByItselfLeavesTheOthersTheirRoom) {
+  open(bytesOf(large) - 1);
+  const wire::BlockReply reply = block({large, little});
+  EXPECT_EQ(statuses(reply), (Statuses{wire::kOk, wire::kTooLarge, wire::kOk}));
+  EXPECT_EQ(reply.each[0].payload, "the answer is over the limit of size");
+}
+
+TEST_F(BlockSizeTest, TextsBesideThePayloadCountToo) {
+  const size_t bytes = bytesOf(text);
+  open(2 * bytes - 1);
+  EXPECT_EQ(statuses(block({text, text})), (Statuses{wire::kOk, wire::kOk, wire::kTooLarge}));
+  open(2 * bytes);
+  EXPECT_EQ(statuses(block({text, text})), (Statuses{wire::kOk, wire::kOk, wire::kOk}));
+  open(bytes - 1);
+  EXPECT_EQ(core->execute(text, {}).status, wire::kTooLarge);
+}
+
+TEST_F(BlockSizeTest, OneAnswerMayBeAsLargeAsTheLimit) {
+  const size_t bytes = bytesOf(large);
+  open(bytes);
+  EXPECT_EQ(core->execute(large, {}).status, wire::kOk);
+  EXPECT_EQ(statuses(block({large})), (Statuses{wire::kOk, wire::kOk}));
+}
+
+TEST_F(BlockSizeTest, WhatABlockWroteStaysWrittenThoughItsAnswersDoNotFit) {
+  open(bytesOf(large) + 1);
+  const Update change = Update("IdentifiedObject").update(key("A1"), {{"name_", "renamed"}});
+  const std::string identity = key("block");
+  for (int i = 0; i < 2; ++i) {  // sent again, it is answered again
+    const wire::BlockReply reply = block({large, large, change}, identity);
+    EXPECT_EQ(statuses(reply), (Statuses{wire::kOk, wire::kOk, wire::kTooLarge, wire::kOk}));
+    EXPECT_EQ(reply.each[1].payload, "written, but the answers do not fit");
+    EXPECT_FALSE(reply.each[2].payload);
+  }
+  EXPECT_EQ(field("IdentifiedObject", key("A1"), "name_"), "renamed");
+}
+
+TEST_F(BlockSizeTest, WhatDoesNotFitAnyMoreIsNotWorkedOut) {
+  options.maxReplyBytes = bytesOf(little);
+  const ModelTables tables(Catalogue::builtIn());
+  const CatalogueParts parts(tables);
+  LiveValues live;
+  ScriptCache scripts;
+  ScriptAllowance allowance(options.budget);
+  const std::vector<wire::Request> requests{little, little, endless()};
+  const auto replies = answerAll({tables, live, parts, options, scripts, allowance, kNow}, requests);
+  ASSERT_EQ(replies.size(), 3u);
+  EXPECT_EQ(replies[0].status, wire::kOk);
+  EXPECT_EQ(replies[2].status, wire::kTooLarge);
+  EXPECT_EQ(scripts.compilations(), 0u);
 }
 
 }  // namespace

@@ -33,9 +33,9 @@ struct ScriptBudget {
 struct CoreOptions {
   ScriptBudget budget;
   size_t maxRequestBytes = size_t{64} << 20;
-  size_t maxReplyBytes = size_t{1} << 30;
-  std::function<double()> clock;   // days since 30.12.1899 (UTC); the system's when empty
-  int64_t keptEvents = 1'000'000;  // events kept in the store for clients that were away
+  size_t maxReplyBytes = size_t{1} << 30;  // of one answer, and of all answers of a block
+  std::function<double()> clock;           // days since 30.12.1899 (UTC); the system's when empty
+  int64_t keptEvents = 1'000'000;          // events kept in the store for clients that were away
 };
 
 // Who asks; written into events.
@@ -79,8 +79,9 @@ class Core {
 
   // Carries out a block: its updates are one transaction, checked whole, made durable, applied,
   // published, in this order, before the reply; its other requests see the tables after it, all at the
-  // same moment. A block whose identity was committed before is not written again, and is answered as it was
-  // then.
+  // same moment. When their answers do not fit into maxReplyBytes, the first that does not and all behind it are
+  // answered with kTooLarge and are not carried out; what the block wrote stays written. A block whose identity was
+  // committed before is not written again, and is answered as it was then.
   wire::BlockReply execute(const wire::Block& block, const Caller& caller);
 
   // Starts to deliver the events of `kinds` that are later than `after` (-1: from now on), and the values
