@@ -46,10 +46,11 @@ void setLimits(grpc::ServerBuilder& builder, const NetOptions& options) {
 }
 
 // The threads of calls give back what a large answer took and take it again for the next one, a page fault for each 4
-// KiB. What a message needs stays with the process instead.
+// KiB. What a message needs stays with the process instead. That is no bound: only the free end of an arena is looked
+// at, and what is free below something still in use stays too.
 void keepFreedMemory() {
 #ifdef __GLIBC__
-  constexpr int kKept = 16 << 20;  // at most, for each of the allocator's arenas
+  constexpr int kKept = 16 << 20;  // an arena's free end goes back when it is longer
   mallopt(M_MMAP_THRESHOLD, static_cast<int>(wire::kMessageBytes));
   mallopt(M_TRIM_THRESHOLD, kKept);
 #endif
