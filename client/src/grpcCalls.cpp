@@ -12,24 +12,35 @@ using grpc::StatusCode;
 // What the server has said by a status of the call: it has carried out nothing, and would not at another time.
 struct Verdict {
   StatusCode code;
+  bool marked;  // gRPC gives it too, of its own accord and at any moment: the server's mark has to stand with it
   wire::Status status;
 };
 
-constexpr Verdict kVerdicts[] = {{StatusCode::RESOURCE_EXHAUSTED, wire::kTooLarge},
-                                 {StatusCode::INVALID_ARGUMENT, wire::kMalformed},
-                                 {StatusCode::UNIMPLEMENTED, wire::kUnknownRequest},
-                                 {StatusCode::PERMISSION_DENIED, wire::kRefused},
-                                 {StatusCode::UNAUTHENTICATED, wire::kRefused}};
+constexpr Verdict kVerdicts[] = {{StatusCode::RESOURCE_EXHAUSTED, true, wire::kTooLarge},
+                                 {StatusCode::INVALID_ARGUMENT, false, wire::kMalformed},
+                                 {StatusCode::UNIMPLEMENTED, false, wire::kUnknownRequest},
+                                 {StatusCode::PERMISSION_DENIED, false, wire::kRefused},
+                                 {StatusCode::UNAUTHENTICATED, false, wire::kRefused}};
 
 // Room that a server's word alone makes; beyond it a text grows by what has come.
 constexpr uint64_t kReservedAtOnce = uint64_t{16} << 20;
 
-GrpcOutcome failed(const Status& status) {
+GrpcOutcome unknown(const Status& status) { return {std::nullopt, status.error_message()}; }
+
+GrpcOutcome refused(wire::Status status, const std::string& why) {
+  return {wire::BlockReply{wire::Reply::failure(status, why), {}}, {}};
+}
+
+bool isMarked(const grpc::ClientContext& context) {
+  return context.GetServerTrailingMetadata().count(wire::kVerdictKey) != 0;
+}
+
+GrpcOutcome failed(const grpc::ClientContext& context, const Status& status) {
   for (const Verdict& verdict : kVerdicts) {
-    if (verdict.code == status.error_code())
-      return {wire::BlockReply{wire::Reply::failure(verdict.status, status.error_message()), {}}, {}};
+    if (verdict.code == status.error_code() && (!verdict.marked || isMarked(context)))
+      return refused(verdict.status, status.error_message());
   }
-  return {std::nullopt, status.error_message()};
+  return unknown(status);
 }
 
 // Splits the pieces over the parts that wait for them.
@@ -61,38 +72,37 @@ Status broken() { return {StatusCode::DATA_LOSS, "the pieces of a reply do not m
 }  // namespace
 
 GrpcOutcome GrpcCalls::carryOut(const wire::Block& block) const {
+  const bool whole = wire::sizeOf(block) <= wire::kWholeBytes;
+  v1::BlockPiece first;
+  wire::toMessage(block, user, whole, first.mutable_block());
+  // Only the bodies can be cut; gRPC over there would turn it away each time that it came.
+  if (first.ByteSizeLong() > wire::kMessageBytes)
+    return refused(wire::kTooLarge, "the names do not fit into a message");
   v1::BlockReply message;
-  Status status = call(block, &message);
-  GrpcOutcome outcome{wire::BlockReply{}, {}};
+  GrpcOutcome outcome = call(block, whole, &first, &message);
+  if (!outcome.reply || outcome.reply->whole.status != wire::kOk) return outcome;
+  const std::string rest = std::move(*message.mutable_rest());
   std::vector<wire::Part> missing;
-  if (status.ok()) {
-    const std::string rest = std::move(*message.mutable_rest());
-    wire::fromMessage(std::move(message), &*outcome.reply, &missing);
-    if (!rest.empty()) status = takeRest(rest, missing);
-  }
-  return status.ok() ? std::move(outcome) : failed(status);
+  wire::fromMessage(std::move(message), &*outcome.reply, &missing);
+  if (rest.empty()) return outcome;
+  const Status status = takeRest(rest, missing);
+  return status.ok() ? std::move(outcome) : unknown(status);  // whatever it says, the block was carried out
 }
 
-Status GrpcCalls::call(const wire::Block& block, v1::BlockReply* reply) const {
+// The outcome of a call that succeeded is empty still.
+GrpcOutcome GrpcCalls::call(const wire::Block& block, bool whole, v1::BlockPiece* first, v1::BlockReply* reply) const {
   grpc::ClientContext context;
   context.set_deadline(deadline);
-  if (!enter(context)) return {StatusCode::UNAVAILABLE, "the line is dead"};
-  Status status;
-  if (wire::sizeOf(block) > wire::kWholeBytes) {
-    status = upload(context, block, reply);
-  } else {
-    v1::Block message;
-    wire::toMessage(block, user, true, &message);
-    status = stub.Call(&context, message, reply);
-  }
+  if (!enter(context)) return unknown({StatusCode::UNAVAILABLE, "the line is dead"});
+  const Status status = whole ? stub.Call(&context, first->block(), reply) : upload(context, block, first, reply);
   leave();
-  return status;
+  return status.ok() ? GrpcOutcome{wire::BlockReply{}, {}} : failed(context, status);
 }
 
-Status GrpcCalls::upload(grpc::ClientContext& context, const wire::Block& block, v1::BlockReply* reply) const {
+Status GrpcCalls::upload(grpc::ClientContext& context, const wire::Block& block, v1::BlockPiece* first,
+                         v1::BlockReply* reply) const {
   const auto writer = stub.Upload(&context, reply);
-  v1::BlockPiece piece;
-  wire::toMessage(block, user, false, piece.mutable_block());
+  v1::BlockPiece& piece = *first;
   bool going = writer->Write(piece);
   piece.clear_block();
   const auto send = [&] {

@@ -33,8 +33,9 @@ struct GrpcCalls {
   GrpcOutcome carryOut(const wire::Block& block) const;
 
  private:
-  grpc::Status call(const wire::Block& block, v1::BlockReply* reply) const;
-  grpc::Status upload(grpc::ClientContext& context, const wire::Block& block, v1::BlockReply* reply) const;
+  GrpcOutcome call(const wire::Block& block, bool whole, v1::BlockPiece* first, v1::BlockReply* reply) const;
+  grpc::Status upload(grpc::ClientContext& context, const wire::Block& block, v1::BlockPiece* first,
+                      v1::BlockReply* reply) const;
   grpc::Status takeRest(const std::string& name, const std::vector<wire::Part>& parts) const;
 };
 

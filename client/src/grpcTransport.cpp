@@ -20,7 +20,8 @@ constexpr double kJitter = 0.2;
 // A channel of its own for each attempt: nothing is left over from the connection that broke.
 std::shared_ptr<grpc::Channel> makeChannel(const NetLine& line) {
   grpc::ChannelArguments arguments;
-  arguments.SetMaxReceiveMessageSize(static_cast<int>(line.maxBlockBytes) + kMessageSlack);
+  arguments.SetMaxReceiveMessageSize(static_cast<int>(std::max(line.maxBlockBytes, wire::kRecordBytes)) +
+                                     kMessageSlack);
   arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
   arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
   arguments.SetInt(GRPC_ARG_ENABLE_RETRIES, 0);

@@ -31,6 +31,14 @@ Status checkBounds(const v1::Block& block) {
   return Status::OK;
 }
 
+// None of these codes is given here to a block that has written.
+Status marked(grpc::ServerContext* context, Status status) {
+  const StatusCode code = status.error_code();
+  if (code == StatusCode::RESOURCE_EXHAUSTED || code == StatusCode::INVALID_ARGUMENT)
+    context->AddTrailingMetadata(wire::kVerdictKey, wire::kVerdictValue);
+  return status;
+}
+
 // The status of the whole stays what it is: who wrote has to know that it is written.
 void leaveOutAnswers(const wire::Block& block, wire::BlockReply* reply) {
   for (size_t i = 0; i < reply->each.size() && i < block.requests.size(); ++i) {
@@ -93,16 +101,25 @@ void ModelService::Slot::goesOn() const {
 }
 
 Status ModelService::Call(grpc::ServerContext* context, const v1::Block* request, v1::BlockReply* response) {
-  const Slot slot(*this, nullptr);
-  if (!slot.given()) return tooMany();
-  if (const Status good = checkBounds(*request); !good.ok()) return good;
-  wire::Block block;
-  std::string why;
-  if (!wire::fromMessage(*request, &block, &why)) return {StatusCode::INVALID_ARGUMENT, why};
-  return carryOut(block, *request, context->peer(), response);
+  return marked(context, call(context, *request, response));
 }
 
 Status ModelService::Upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
+                            v1::BlockReply* response) {
+  return marked(context, upload(context, reader, response));
+}
+
+Status ModelService::call(grpc::ServerContext* context, const v1::Block& request, v1::BlockReply* response) {
+  const Slot slot(*this, nullptr);
+  if (!slot.given()) return tooMany();
+  if (const Status good = checkBounds(request); !good.ok()) return good;
+  wire::Block block;
+  std::string why;
+  if (!wire::fromMessage(request, &block, &why)) return {StatusCode::INVALID_ARGUMENT, why};
+  return carryOut(block, request, context->peer(), response);
+}
+
+Status ModelService::upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
                             v1::BlockReply* response) {
   v1::Block first;
   wire::Block block;

@@ -61,6 +61,9 @@ class ModelService final
     bool given_ = false;
   };
 
+  grpc::Status call(grpc::ServerContext* context, const v1::Block& request, v1::BlockReply* response);
+  grpc::Status upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
+                      v1::BlockReply* response);
   grpc::Status carryOut(const wire::Block& block, const v1::Block& asked, const std::string& peer,
                         v1::BlockReply* response);
   grpc::Status finishReply(const wire::Block& block, bool plain, wire::BlockReply&& reply, v1::BlockReply* response);

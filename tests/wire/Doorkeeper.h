@@ -45,11 +45,16 @@ class Doorkeeper final : public v1::Model::Service {
     std::unique_lock lock(mutex_);
     ++calls_[name];
     while (silent && !context->IsCancelled()) changed_.wait_for(lock, std::chrono::milliseconds(10));
-    if (refuse_[name] < 0) return {grpc::StatusCode::UNAVAILABLE, "come again"};
-    if (refuse_[name] != 0) return --refuse_[name], grpc::Status(grpc::StatusCode::UNAVAILABLE, "come again");
+    identities_[name].push_back(request->identity());
+    if (int& times = refuse_[name]; times != 0) {
+      if (times > 0) --times;
+      if (verdict) context->AddTrailingMetadata("tlm-verdict", "1");
+      return {code, "come again"};
+    }
     done_.push_back(name);
     response->mutable_whole();
     response->add_each();
+    if (whole > 0) response->mutable_each(0)->set_payload(std::string(whole, 'x'));
     if (pieces < 0) return grpc::Status::OK;
     response->mutable_each(0)->set_payload_bytes(kPayload);
     response->set_rest("rest");
@@ -62,6 +67,7 @@ class Doorkeeper final : public v1::Model::Service {
     piece.set_data(std::string(static_cast<size_t>(pieces), 'x'));
     writer->Write(piece);
     std::unique_lock lock(mutex_);
+    if (piecesRefused > 0) return --piecesRefused, grpc::Status(code, "no pieces");
     while (endless && !context->IsCancelled()) changed_.wait_for(lock, std::chrono::milliseconds(10));
     return grpc::Status::OK;
   }
@@ -109,6 +115,11 @@ class Doorkeeper final : public v1::Model::Service {
     const std::lock_guard lock(mutex_);
     return done_;
   }
+  // Under which blocks of that name have come.
+  std::vector<std::string> identities(const std::string& name) {
+    const std::lock_guard lock(mutex_);
+    return identities_[name];
+  }
   std::vector<v1::Subscription> subscriptions() {
     const std::lock_guard lock(mutex_);
     return subscriptions_;
@@ -123,8 +134,12 @@ class Doorkeeper final : public v1::Model::Service {
   std::atomic<bool> silent{false};  // answers no block
   // Set before anything is sent:
   static constexpr int kPayload = 10;
-  int pieces = -1;       // that many bytes of a payload of kPayload come by themselves; -1: there is no payload
-  bool endless = false;  // and no end behind them
+  size_t whole = 0;       // bytes of a payload inside the answer
+  int pieces = -1;        // that many bytes of a payload of kPayload come by themselves; -1: there is no payload
+  bool endless = false;   // and no end behind them
+  int piecesRefused = 0;  // so many times, behind the pieces
+  grpc::StatusCode code = grpc::StatusCode::UNAVAILABLE;  // of what is turned away,
+  bool verdict = false;                                   // with the server's mark that nothing was carried out
 
  private:
   void confirm(const v1::Subscription& subscription, grpc::ServerReaderWriter<v1::Delivery, v1::Subscription>& stream) {
@@ -147,6 +162,7 @@ class Doorkeeper final : public v1::Model::Service {
   grpc::ServerReaderWriter<v1::Delivery, v1::Subscription>* stream_ = nullptr;
   std::map<std::string, int> calls_;
   std::map<std::string, int> refuse_;
+  std::map<std::string, std::vector<std::string>> identities_;
   std::vector<std::string> done_;
   std::vector<v1::Subscription> subscriptions_;
 };
@@ -171,7 +187,10 @@ class AtTheDoor : public testing::Test, public TransportListener {
     transport.reset();
   }
 
-  void onReply(uint64_t id, wire::BlockReply) override { note("reply " + std::to_string(id)); }
+  void onReply(uint64_t id, wire::BlockReply reply) override {
+    const int32_t status = reply.whole.status;
+    note("reply " + std::to_string(id) + (status == 0 ? std::string() : " status " + std::to_string(status)));
+  }
   void onLost(uint64_t id, const std::string&) override { note("lost " + std::to_string(id)); }
   void onEvent(wire::Event event) override { note("event " + std::to_string(event.sequence)); }
   void onValue(wire::ParamValue) override {}

@@ -633,6 +633,46 @@ TEST_F(BadInput, ARecordThatNoEventCouldCarryIsRefused) {
   EXPECT_EQ(peer.field("Archives", keyOf("Склад"), "location"), half);
 }
 
+// ---- whose word a status is ----
+
+class Verdicts : public BadInput {
+ protected:
+  // With the server's mark that nothing was carried out?
+  bool isMarked(const v1::Block& block, StatusCode code) {
+    grpc::ClientContext context;
+    v1::BlockReply reply;
+    EXPECT_EQ(stub->Call(&context, block, &reply).error_code(), code);
+    return isMarked(context);
+  }
+  static bool isMarked(const grpc::ClientContext& context) {
+    return context.GetServerTrailingMetadata().count("tlm-verdict") == 1;
+  }
+};
+
+TEST_F(Verdicts, AreMarkedWhenNothingWasCarriedOut) {
+  v1::Block tooMany;
+  for (int i = 0; i <= 65'536; ++i) tooMany.add_requests();
+  EXPECT_TRUE(isMarked(tooMany, StatusCode::RESOURCE_EXHAUSTED));
+  EXPECT_TRUE(isMarked(oneRequest(static_cast<v1::RequestKind>(99), "x", ""), StatusCode::INVALID_ARGUMENT));
+}
+
+TEST_F(Verdicts, AreMarkedOfAnUploadToo) {
+  v1::BlockPiece piece;
+  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+  piece.mutable_block()->mutable_requests(0)->set_body_bytes(uint64_t{9} << 20);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  EXPECT_EQ(writer->Finish().error_code(), StatusCode::RESOURCE_EXHAUSTED);
+  EXPECT_TRUE(isMarked(context));
+}
+
+TEST_F(Verdicts, OfTheNetworkAloneAreNotMarked) {
+  const auto large = oneRequest(v1::PACKET, "x", std::string(wire::kMessageBytes, 'x'));
+  EXPECT_FALSE(isMarked(large, StatusCode::RESOURCE_EXHAUSTED));
+}
+
 class NoRoom : public BadInput {
  protected:
   NoRoom() : BadInput(options()) {}
@@ -676,7 +716,9 @@ TEST_F(NoRoom, AReplyThatFindsNoPlaceIsWorthAnotherTry) {
   v1::BlockReply reply;
   ASSERT_TRUE(call(writeAndRead(2'000'000), &reply).ok());
   ASSERT_FALSE(reply.rest().empty());
-  EXPECT_EQ(call(writeAndRead(2'000'000), &reply).error_code(), StatusCode::UNAVAILABLE);
+  grpc::ClientContext context;
+  EXPECT_EQ(stub->Call(&context, writeAndRead(2'000'000), &reply).error_code(), StatusCode::UNAVAILABLE);
+  EXPECT_EQ(context.GetServerTrailingMetadata().count("tlm-verdict"), 0u) << "it has written";
   EXPECT_EQ(server.core()->lastSequence(), 1) << "and is not written again";
 }
 

@@ -129,6 +129,47 @@ TEST_F(Retry, ACommandThatIsTurnedAwayIsNeverSentAgain) {
   EXPECT_TRUE(door.done().empty());
 }
 
+// gRPC ends a call so when it is short of memory, and that may be behind the commit.
+TEST_F(Retry, AnExhaustionThatIsNotTheServersWordIsNoVerdict) {
+  door.code = grpc::StatusCode::RESOURCE_EXHAUSTED;
+  door.turnAway("first", 1);
+  ASSERT_TRUE(transport->send(1, write("first")));
+  transport->nudge();
+  EXPECT_TRUE(eventually([&] { return wasTold("reply 1"); })) << "it has come again";
+  EXPECT_EQ(door.identities("first"), std::vector<std::string>(2, std::string(32, 'f')));
+}
+
+TEST_F(Retry, AnExhaustionThatTheServerTellsIsAVerdict) {
+  door.code = grpc::StatusCode::RESOURCE_EXHAUSTED;
+  door.verdict = true;
+  door.turnAway("first", -1);
+  ASSERT_TRUE(transport->send(1, write("first")));
+  transport->nudge();
+  EXPECT_TRUE(eventually([&] { return wasTold("reply 1 status " + std::to_string(wire::kTooLarge)); }));
+  EXPECT_EQ(door.calls("first"), 1);
+}
+
+TEST_F(Retry, AMethodThatAServerDoesNotHaveIsAVerdictWithoutAMark) {
+  door.code = grpc::StatusCode::UNIMPLEMENTED;
+  door.turnAway("first", -1);
+  ASSERT_TRUE(transport->send(1, write("first")));
+  transport->nudge();
+  EXPECT_TRUE(eventually([&] { return wasTold("reply 1 status " + std::to_string(wire::kUnknownRequest)); }));
+  EXPECT_EQ(door.calls("first"), 1);
+}
+
+// As everywhere when nothing is known of a command: who asks has to ask for its outcome.
+TEST_F(Retry, ACommandIsLostWithAnExhaustionThatIsNotTheServersWord) {
+  door.code = grpc::StatusCode::RESOURCE_EXHAUSTED;
+  door.turnAway(wire::kCommandRequest, 1);
+  wire::Block block;
+  block.requests.push_back({wire::RequestKind::kPacket, wire::kCommandRequest, "id=1"});
+  ASSERT_TRUE(transport->send(1, block));
+  transport->nudge();
+  EXPECT_TRUE(eventually([&] { return wasTold("lost 1"); }));
+  EXPECT_EQ(door.calls(wire::kCommandRequest), 1);
+}
+
 class Pieces : public Retry {
  protected:
   // Asks for a payload that comes by itself, and is told of the answer or that there is none.
@@ -164,6 +205,15 @@ TEST_F(Pieces, WithoutAnEndAreWaitedForNoLongerThanACall) {
   EXPECT_FALSE(isAnswered());
 }
 
+// Whatever is said there, the block itself was carried out.
+TEST_F(Pieces, ThatAreRefusedAreAskedForWithTheBlockAgain) {
+  door.pieces = Doorkeeper::kPayload;
+  door.code = grpc::StatusCode::INVALID_ARGUMENT;
+  door.piecesRefused = 1;
+  EXPECT_TRUE(isAnswered(60'000));
+  EXPECT_EQ(door.calls("Read"), 2);
+}
+
 TEST_F(Retry, ARequestThatReadsIsSentAgain) {
   door.turnAway("Read", 2);
   ASSERT_TRUE(transport->send(1, read()));
@@ -177,13 +227,13 @@ TEST_F(Retry, ARequestThatReadsIsSentAgain) {
 class Attempt : public Retry {
  protected:
   // What a block comes to when the line lets calls begin, or does not.
-  GrpcOutcome carryOut(bool entered) {
+  GrpcOutcome carryOut(bool entered, const wire::Block& block = read()) {
     const auto stub = v1::Model::NewStub(grpc::CreateChannel(door.address(), grpc::InsecureChannelCredentials()));
     const std::string user = "engineer";
     const auto deadline = std::chrono::system_clock::now() + std::chrono::seconds(20);
     const GrpcCalls calls{*stub, user, deadline, [&](grpc::ClientContext&) { return ++asked_, entered; },
                           [&] { ++left_; }};
-    return calls.carryOut(read());
+    return calls.carryOut(block);
   }
   int asked_ = 0;
   int left_ = 0;
@@ -201,6 +251,35 @@ TEST_F(Attempt, SendsNothingOnALineThatIsDead) {
   EXPECT_EQ(asked_, 1);
   EXPECT_EQ(left_, 0);
   EXPECT_EQ(door.calls("Read"), 0);
+}
+
+// A name is not cut into pieces, and a message over the limit would be turned away for ever.
+TEST_F(Attempt, RefusesNamesThatDoNotFitIntoAMessage) {
+  wire::Block block = read();
+  block.requests[0].name = std::string(wire::kMessageBytes - 60, 'n');
+  GrpcOutcome outcome = carryOut(true, block);
+  ASSERT_TRUE(outcome.reply) << outcome.why;
+  EXPECT_EQ(outcome.reply->whole.status, wire::kUnknownRequest) << "it went there, where nobody takes pieces";
+  EXPECT_EQ(left_, 1);
+  block.requests[0].name = std::string(wire::kMessageBytes, 'n');
+  outcome = carryOut(true, block);
+  ASSERT_TRUE(outcome.reply) << outcome.why;
+  EXPECT_EQ(outcome.reply->whole.status, wire::kTooLarge);
+  EXPECT_EQ(left_, 1);
+}
+
+// A message may be up to 4 MiB whatever the client sends itself, and it may tell of what was written.
+class Modest : public Retry {};
+
+TEST_F(Modest, ClientsReceiveEveryMessageAllTheSame) {
+  NetLine line;
+  line.maxBlockBytes = 100;
+  connect(line);
+  door.whole = size_t{4'000'000};
+  ASSERT_TRUE(transport->send(1, write("first")));
+  transport->nudge();
+  EXPECT_TRUE(eventually([&] { return wasTold("reply 1"); }));
+  EXPECT_EQ(door.calls("first"), 1);
 }
 
 }  // namespace

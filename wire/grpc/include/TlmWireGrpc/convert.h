@@ -21,6 +21,14 @@ inline constexpr size_t kWholeBytes = size_t{3} << 20;
 // which are this large.
 inline constexpr size_t kPieceBytes = size_t{1} << 20;
 
+// No server lets a record become larger, which travels as one event whatever its size: every client can receive that.
+inline constexpr size_t kRecordBytes = size_t{64} << 20;
+
+// Trailing metadata of a call that the server has refused before it carried out anything. gRPC ends calls with some of
+// the same codes by itself, at times behind what was carried out; without the mark nothing is known.
+inline constexpr char kVerdictKey[] = "tlm-verdict";
+inline constexpr char kVerdictValue[] = "1";
+
 // `user` and the block as a message. With `bodies` false the bodies are left out and their lengths told.
 void toMessage(const Block& block, const std::string& user, bool bodies, v1::Block* message);
 // False with a reason in *why when the message makes no sense: an unknown kind, a plain form that cannot be
