@@ -9,7 +9,13 @@ namespace tlm::server {
 namespace {
 
 constexpr size_t kMostAsked = 32;  // subscriptions that are not in effect yet
-constexpr size_t kBeside = 64;     // bytes that a message costs beside its texts
+constexpr int kMostKinds = 64;     // in a subscription
+constexpr int kMostNumbers = 65'536;
+constexpr size_t kBeside = 64;  // bytes that a message costs beside its texts
+
+bool isTooLarge(const v1::Subscription& subscription) {
+  return subscription.kinds_size() > kMostKinds || subscription.loc_ids_size() > kMostNumbers;
+}
 
 grpc::Status tooSlow() { return {grpc::StatusCode::RESOURCE_EXHAUSTED, "the client does not keep up with the events"}; }
 
@@ -37,6 +43,7 @@ Listener* Listener::refuse(ListenerHouse& house, const grpc::Status& why) {
 
 void Listener::OnReadDone(bool ok) {
   if (!ok) return;  // it says no more, and may listen on
+  if (isTooLarge(incoming_)) return finish({grpc::StatusCode::RESOURCE_EXHAUSTED, "too much in a subscription"});
   size_t pending = 0;
   {
     const std::lock_guard lock(mutex_);

@@ -175,6 +175,33 @@ TEST_F(Listening, MoreSubscriptionsAtOnceEndTheStream) {
   gate.close(false);
 }
 
+// Each costs the server memory of its own, and everybody time with each value.
+TEST_F(Listening, ASubscriptionOfAllThatItMayAskForIsAnswered) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Subscription subscription;
+  for (int32_t i = 0; i < 64; ++i) subscription.add_kinds(i);
+  for (int32_t i = 0; i < 65'536; ++i) subscription.add_loc_ids(i);
+  stream->Write(subscription);
+  EXPECT_TRUE(readUntilSubscribed(*stream, 0));
+  end(context, *stream);
+}
+
+TEST_F(Listening, ASubscriptionOfMoreEndsTheStream) {
+  v1::Subscription kinds;
+  for (int32_t i = 0; i <= 64; ++i) kinds.add_kinds(i);
+  v1::Subscription numbers;
+  for (int32_t i = 0; i <= 65'536; ++i) numbers.add_loc_ids(i);
+  for (const v1::Subscription& subscription : {kinds, numbers}) {
+    grpc::ClientContext context;
+    context.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(20));
+    const auto stream = stub->Listen(&context);
+    stream->Write(subscription);
+    EXPECT_FALSE(readUntilSubscribed(*stream, 0)) << subscription.kinds_size();
+    EXPECT_EQ(stream->Finish().error_code(), grpc::StatusCode::RESOURCE_EXHAUSTED) << subscription.kinds_size();
+  }
+}
+
 TEST_F(Listening, AStreamThatEndsBeforeItsSubscriptionIsInEffectLeavesNothingBehind) {
   ASSERT_EQ(write("А-1", 10), 0);
   gate.close(true);
