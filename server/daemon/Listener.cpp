@@ -11,6 +11,9 @@ namespace {
 constexpr size_t kMostAsked = 32;  // subscriptions that are not in effect yet
 constexpr int kMostKinds = 64;     // in a subscription
 constexpr int kMostNumbers = 65'536;
+// A client takes the line for dead when no delivery has come as a whole for some seconds: what travels together is
+// small enough for a slow line.
+constexpr size_t kDeliveryBytes = size_t{64} << 10;
 constexpr size_t kBeside = 64;  // bytes that a message costs beside its texts
 
 bool isTooLarge(const v1::Subscription& subscription) {
@@ -151,7 +154,7 @@ void Listener::put(size_t bytes, const std::function<void(v1::Delivery&)>& fill)
     changed_.notify_all();
     return pump(lock);
   }
-  if (waiting_.empty() || waiting_.back().bytes + bytes > wire::kPieceBytes || waiting_.back().message.has_subscribed())
+  if (waiting_.empty() || waiting_.back().bytes + bytes > kDeliveryBytes || waiting_.back().message.has_subscribed())
     waiting_.emplace_back();
   waiting_.back().bytes += bytes;
   waitingBytes_ += bytes;

@@ -45,9 +45,9 @@ class HeldLog : public StoreAround {
       closed = on;
       changed.notify_all();
     }
-    bool isRead() {
+    bool isRead(int times = 1) {
       const std::lock_guard lock(mutex);
-      return reads > 0;
+      return reads >= times;
     }
   };
 
@@ -252,6 +252,34 @@ TEST_F(Listening, EventsBehindAnAnswerAreNotToldWithIt) {
   }
   EXPECT_TRUE(answered);
   EXPECT_EQ(position, last);
+  end(context, *stream);
+}
+
+// A line that needs a second for each 64 KiB still brings a delivery in time.
+TEST_F(Listening, EventsThatWaitAreToldInSmallDeliveries) {
+  constexpr int64_t kSmall = 2000;
+  for (int i = 0; i < kSmall; ++i) ASSERT_EQ(write("А-1", 10'000), 0);
+  ASSERT_EQ(write("А-1", 200'000), 0);
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  stream->Write(after(0));
+  ASSERT_TRUE(eventually([&] { return gate.isRead(3); }));  // portions of it wait, and the client has taken none
+  size_t largest = 0;
+  int most = 0;
+  int64_t position = 0;
+  v1::Delivery delivery;
+  while (position <= kSmall && stream->Read(&delivery)) {
+    if (delivery.events_size() == 0) continue;
+    position = delivery.events().rbegin()->sequence();
+    most = std::max(most, delivery.events_size());
+    if (position <= kSmall)
+      largest = std::max(largest, delivery.ByteSizeLong());
+    else
+      EXPECT_EQ(delivery.events_size(), 1) << "one that is larger by itself comes alone";
+  }
+  EXPECT_EQ(position, kSmall + 1);
+  EXPECT_LE(largest, size_t{64} << 10);
+  EXPECT_GE(most, 5) << "but they are put together";
   end(context, *stream);
 }
 
