@@ -76,22 +76,17 @@ void Listener::subscribeAll() {
   house_.core.unsubscribe(this);  // its end may have come before its subscription
 }
 
-void Listener::subscribe(const v1::Subscription& subscription) {
-  subscribeEvents(subscription);
-  house_.core.subscribeValues(this, list(subscription.loc_ids()));
-}
-
 // The answer stands behind all events up to its position. Where events are lost it stands before the later ones: their
 // numbers may be of another store.
-void Listener::subscribeEvents(const v1::Subscription& subscription) {
+void Listener::subscribe(const v1::Subscription& subscription) {
   const std::vector<int> kinds = list(subscription.kinds());
   const bool same = subscription.store().empty() || subscription.store() == house_.core.identity();
   const bool fromNow = !subscription.has_after() || subscription.after() < 0;
-  if (same && house_.core.subscribe(this, kinds, fromNow ? -1 : subscription.after()))
-    return answer(subscription, house_.core.publishedSequence(), false);
+  const bool joined = same && house_.core.subscribe(this, kinds, fromNow ? -1 : subscription.after());
+  house_.core.subscribeValues(this, list(subscription.loc_ids()));  // in effect when the client hears so
   const int64_t position = house_.core.publishedSequence();
-  answer(subscription, position, true);
-  if (!house_.core.subscribe(this, kinds, position))
+  answer(subscription, position, !joined);
+  if (!joined && !house_.core.subscribe(this, kinds, position))
     finish({grpc::StatusCode::INTERNAL, "the log of events cannot be read"});
 }
 

@@ -66,7 +66,6 @@ class Listener : public grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>,
 
   void subscribeAll();
   void subscribe(const v1::Subscription& subscription);
-  void subscribeEvents(const v1::Subscription& subscription);
   void answer(const v1::Subscription& subscription, int64_t position, bool lost);
 
   // Puts something of about that size into the last waiting message, or a new one.

@@ -1,5 +1,6 @@
 // The server's end of a stream: subscriptions that take their time, and clients that take theirs.
 #include <TlmServer/Catalogue.h>
+#include <TlmServer/LiveValues.h>
 #include <TlmServer/MemoryStore.h>
 #include <TlmWireGrpc/convert.h>
 
@@ -7,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <future>
 #include <mutex>
+#include <thread>
 
 #include <tlm/v1/model.grpc.pb.h>
 
@@ -252,6 +255,46 @@ TEST_F(Listening, EventsBehindAnAnswerAreNotToldWithIt) {
   }
   EXPECT_TRUE(answered);
   EXPECT_EQ(position, last);
+  end(context, *stream);
+}
+
+// Hears a value for as long as the test wants, and nobody's subscription to values can change meanwhile.
+struct SlowHearer : server::Subscriber {
+  void onEvent(const wire::Event&) override {}
+  void onValue(const wire::ParamValue&) override {
+    std::unique_lock lock(gate.mutex);
+    ++gate.reads;
+    gate.changed.wait(lock, [this] { return !gate.closed; });
+  }
+  HeldLog::Gate gate;
+};
+
+// What happens behind the answer is told: whoever has read the values by then misses none.
+TEST_F(Listening, TheAnswerComesWhenTheValuesAreInEffect) {
+  SlowHearer hearer;
+  hearer.gate.close(true);
+  core->subscribeValues(&hearer, {1001});
+  std::thread setter([&] { core->live().set(1001, {1, server::Quality::kGood, 1.0}); });
+  ASSERT_TRUE(eventually([&] { return hearer.gate.isRead(); }));
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Subscription subscription;
+  subscription.set_serial(1);
+  subscription.set_store("another one");  // so that the answer waits for no events
+  subscription.add_loc_ids(1001);
+  stream->Write(subscription);
+  auto answered = std::async(std::launch::async, [&] { return readUntilSubscribed(*stream, 1); });
+  EXPECT_EQ(answered.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout);
+  hearer.gate.close(false);
+  setter.join();
+  ASSERT_TRUE(answered.get());
+  core->unsubscribe(&hearer);
+  core->live().set(1001, {1, server::Quality::kGood, 2.0});
+  v1::Delivery delivery;
+  do {
+    ASSERT_TRUE(stream->Read(&delivery));
+  } while (delivery.values_size() == 0);
+  EXPECT_EQ(delivery.values(0).loc_id(), 1001);
   end(context, *stream);
 }
 
