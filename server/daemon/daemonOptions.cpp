@@ -1,5 +1,7 @@
 #include "daemonOptions.h"
 
+#include <TlmWireGrpc/convert.h>
+
 #include <charconv>
 #include <fstream>
 #include <functional>
@@ -67,8 +69,9 @@ const std::vector<Option>& optionTable() {
        [](O& o, const std::string& v) { return setFlag(v, &o.simulate); }},
       {"max-calls", "N", "calls under way at once (64)", number(&O::net, &NetOptions::maxCalls, 1, 4096)},
       {"max-sessions", "N", "open sessions (256)", number(&O::net, &NetOptions::maxSessions, 1, 65536)},
-      {"max-request-bytes", "N", "of one block of requests (67108864)",
-       [](O& o, const std::string& v) { return readNumber(v, 1024, kMostInt, &o.core.maxRequestBytes); }},
+      // A record of that size travels as one event, whatever a client sends itself.
+      {"max-request-bytes", "N", "of one block of requests (67108864, which is the most)",
+       [](O& o, const std::string& v) { return readNumber(v, 1024, wire::kRecordBytes, &o.core.maxRequestBytes); }},
       {"max-reply-bytes", "N", "of one reply (1073741824)",
        [](O& o, const std::string& v) { return readNumber(v, 1024, kMostBytes, &o.core.maxReplyBytes); }},
       {"queue-bytes", "N", "of events for a session that does not keep up (67108864)",

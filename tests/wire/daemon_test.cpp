@@ -42,6 +42,17 @@ TEST(DaemonOptions, BoundTheMemoryOfTheNetwork) {
   EXPECT_FALSE(configure("memory-bytes = 1000000", &options, &error)) << "no message would fit";
 }
 
+// A record may become as large as a block, and travels as one event that every client has to be able to receive.
+TEST(DaemonOptions, LetNoBlockBecomeLargerThanAClientReceives) {
+  DaemonOptions options;
+  std::string error;
+  ASSERT_TRUE(configure("max-request-bytes = 67108864", &options, &error)) << error;
+  EXPECT_FALSE(configure("max-request-bytes = 67108865", &options, &error));
+  ASSERT_TRUE(server::readDaemonOptions({"--max-request-bytes", "67108864"}, &options, &error)) << error;
+  EXPECT_EQ(options.net.maxRequestBytes, size_t{64} << 20);
+  EXPECT_FALSE(server::readDaemonOptions({"--max-request-bytes", "67108865"}, &options, &error));
+}
+
 TEST(DaemonOptions, AreReadFromFlags) {
   DaemonOptions options;
   std::string error;
