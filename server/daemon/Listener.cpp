@@ -56,7 +56,8 @@ void Listener::OnReadDone(bool ok) {
   }
   if (pending > kMostAsked) return finish({grpc::StatusCode::RESOURCE_EXHAUSTED, "too many subscriptions at once"});
   // Catching up reads the store and waits for the client, which no thread of gRPC should do.
-  if (pending == 1) house_.later([self = self_] { self->subscribeAll(); });
+  if (pending == 1 && !house_.later([self = self_] { self->subscribeAll(); }))
+    return finish({grpc::StatusCode::UNAVAILABLE, "no thread is left for the subscription"});
   incoming_.Clear();
   StartRead(&incoming_);
 }

@@ -24,7 +24,7 @@ struct ListenerHouse {
   const size_t queueBytes;
   const int beatMs;
   const size_t maxRequestBytes;
-  std::function<void(std::function<void()>)> later;                // runs work on a thread that may wait
+  std::function<bool(std::function<void()>)> later;  // runs work on a thread that may wait; false: none is left
   std::function<void(class Listener*, const std::string&)> ended;  // called once, the reason behind it
 };
 

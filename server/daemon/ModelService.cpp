@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 namespace tlm::server {
@@ -58,7 +59,7 @@ ModelService::ModelService(Core& core, const NetOptions& options, Log& log)
              options.queueBytes,
              options.beatMs,
              options.maxRequestBytes,
-             [this](std::function<void()> job) { later(std::move(job)); },
+             [this](std::function<void()> job) { return later(std::move(job)); },
              [this](Listener* listener, const std::string& why) { ended(listener, why); }},
       feeds_(core, log),
       beats_([this] { beat(); }) {}
@@ -283,11 +284,20 @@ void ModelService::endStreams(const Status& why) {
   for (const auto& [listener, peer] : listeners_) listener->finish(why);
 }
 
-void ModelService::later(std::function<void()> job) {
+// Where the system gives no more threads the work waits for one of those that are there.
+bool ModelService::later(std::function<void()> job) {
   const std::lock_guard lock(mutex_);
+  if (workers_.size() < atWork_ + work_.size() + 1) {
+    try {
+      workers_.emplace_back([this] { work(); });
+    } catch (const std::system_error& problem) {
+      log_.error("no-thread", {{"workers", count(workers_.size())}, {"why", problem.what()}});
+      if (workers_.empty()) return false;
+    }
+  }
   work_.push_back(std::move(job));
-  if (workers_.size() < atWork_ + work_.size()) workers_.emplace_back([this] { work(); });
   wake_.notify_all();
+  return true;
 }
 
 void ModelService::work() {

@@ -71,7 +71,7 @@ class ModelService final
                           wire::Block* block);
 
   void ended(Listener* listener, const std::string& why);
-  void later(std::function<void()> job);
+  bool later(std::function<void()> job);
   void work();
   void beat();
 
