@@ -15,7 +15,6 @@ namespace {
 using grpc::Status;
 using grpc::StatusCode;
 
-constexpr auto kReplyKept = std::chrono::seconds(30);
 constexpr auto kSlowCall = std::chrono::seconds(1);
 // A request costs memory of its own, however short it is, and a name is copied into each event of a block.
 constexpr int kMostRequests = 65'536;
@@ -54,7 +53,7 @@ ModelService::ModelService(Core& core, const NetOptions& options, Log& log)
     : core_(core),
       options_(options),
       log_(log),
-      shelf_(options.heldBytes, kReplyKept),
+      shelf_(options.heldBytes, std::chrono::milliseconds(options.replyKeptMs)),
       house_{core,
              options.queueBytes,
              options.beatMs,
@@ -333,6 +332,8 @@ void ModelService::beat() {
       if (since < tooOld) context->TryCancel();
     }
     feeds_.endStuckSince(tooOld);
+    if (const size_t dropped = shelf_.dropOld(now); dropped > 0)
+      log_.info("replies-dropped", {{"replies", count(dropped)}});
   }
 }
 

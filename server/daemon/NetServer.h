@@ -23,6 +23,7 @@ struct NetOptions {
   int patienceMs = 20'000;                    // for a connection, a stream or a transfer that does not go on
   size_t queueBytes = size_t{64} << 20;       // of events for a session that does not keep up
   size_t heldBytes = size_t{256} << 20;       // of large replies that wait to be taken
+  int replyKeptMs = 30'000;                   // a large reply that nobody takes
   size_t memoryBytes = size_t{1} << 30;       // of messages on their way in and out, all connections together
 };
 

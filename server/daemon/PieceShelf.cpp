@@ -23,7 +23,7 @@ std::string newName() {
 std::string PieceShelf::put(wire::BlockReply&& reply, Clock::time_point now) {
   const size_t bytes = wire::sizeOf(reply);
   const std::lock_guard lock(mutex_);
-  dropOld(now);
+  drop(now);
   if (bytes > room_) return {};
   room_ -= bytes;
   std::string name = newName();
@@ -33,7 +33,7 @@ std::string PieceShelf::put(wire::BlockReply&& reply, Clock::time_point now) {
 
 std::optional<wire::BlockReply> PieceShelf::take(const std::string& name, Clock::time_point now) {
   const std::lock_guard lock(mutex_);
-  dropOld(now);
+  drop(now);
   const auto held = held_.find(name);
   if (held == held_.end()) return std::nullopt;
   wire::BlockReply reply = std::move(held->second.reply);
@@ -42,7 +42,13 @@ std::optional<wire::BlockReply> PieceShelf::take(const std::string& name, Clock:
   return reply;
 }
 
-void PieceShelf::dropOld(Clock::time_point now) {
+size_t PieceShelf::dropOld(Clock::time_point now) {
+  const std::lock_guard lock(mutex_);
+  return drop(now);
+}
+
+size_t PieceShelf::drop(Clock::time_point now) {
+  const size_t before = held_.size();
   for (auto held = held_.begin(); held != held_.end();) {
     if (held->second.until > now) {
       ++held;
@@ -51,6 +57,7 @@ void PieceShelf::dropOld(Clock::time_point now) {
     room_ += held->second.bytes;
     held = held_.erase(held);
   }
+  return before - held_.size();
 }
 
 }  // namespace tlm::server

@@ -28,6 +28,9 @@ class PieceShelf {
   // The reply, once.
   std::optional<wire::BlockReply> take(const std::string& name, Clock::time_point now = Clock::now());
 
+  // What nobody has taken in time, though nobody else puts or takes anything. How many it were.
+  size_t dropOld(Clock::time_point now);
+
  private:
   struct Held {
     wire::BlockReply reply;
@@ -35,7 +38,7 @@ class PieceShelf {
     Clock::time_point until;
   };
 
-  void dropOld(Clock::time_point now);
+  size_t drop(Clock::time_point now);  // with the lock held
 
   size_t room_;
   const Clock::duration kept_;

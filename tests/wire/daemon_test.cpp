@@ -172,6 +172,16 @@ TEST(PieceShelf, DropsWhatNobodyTakesInTime) {
   EXPECT_FALSE(shelf.put(replyOf(100), now + std::chrono::seconds(30)).empty());
 }
 
+TEST(PieceShelf, DropsWhenItIsToldWhatIsOverByThen) {
+  const auto now = server::PieceShelf::Clock::now();
+  server::PieceShelf shelf(100, std::chrono::seconds(30));
+  shelf.put(replyOf(50), now);
+  const std::string later = shelf.put(replyOf(50), now + std::chrono::seconds(10));
+  EXPECT_EQ(shelf.dropOld(now + std::chrono::seconds(29)), 0u);
+  EXPECT_EQ(shelf.dropOld(now + std::chrono::seconds(30)), 1u);
+  EXPECT_TRUE(shelf.take(later, now + std::chrono::seconds(30)));
+}
+
 // What the standard health service answers for a name: 1 is serving.
 int health(const std::string& address, const std::string& service, grpc::Status* status) {
   grpc::ChannelArguments arguments;

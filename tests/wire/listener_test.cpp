@@ -440,6 +440,26 @@ TEST_F(LargeAnswer, IsWaitedForAsLongAsItIsTaken) {
   EXPECT_GT(bytes, std::size(kArchives) * (size_t{5} << 20));
 }
 
+class ForgottenAnswer : public LargeAnswer {
+ protected:
+  ForgottenAnswer() {
+    server::NetOptions options = quickNet();
+    options.replyKeptMs = 300;
+    network = std::make_unique<NetworkServer>(*core, options);
+    connect();
+  }
+};
+
+// Nobody else asks for anything meanwhile.
+TEST_F(ForgottenAnswer, IsDroppedByTheServerItself) {
+  v1::BlockReply reply;
+  ASSERT_TRUE(call("TableRecords", "Archives", &reply).ok());
+  ASSERT_FALSE(reply.rest().empty());
+  EXPECT_TRUE(eventually([&] {
+    return network->logText().find("event=replies-dropped replies=1\n") != std::string::npos;
+  })) << network->logText();
+}
+
 class LeastMemory : public LargeAnswer {
  protected:
   LeastMemory() {
