@@ -3,7 +3,8 @@
 //   tlm_soak [--seed N] [--changes N] [--faults N]
 //
 // When it is quiet, every tree and every record array of every module tells the same as a module that was opened
-// afterwards on a server that was started anew from its store; and every commit that was acknowledged is there, once.
+// afterwards on a server that was started anew from its store; and every commit that was acknowledged is there, once. A
+// run whose kills all came behind the storm proves nothing, and fails.
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -11,6 +12,7 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <functional>
 #include <random>
 #include <set>
 
@@ -94,6 +96,11 @@ class Witness {
     }
   }
 
+  bool hasSeenAny() {
+    look();
+    return !names_.empty();
+  }
+
   // The number of the last event of all, which this one makes.
   int64_t mark() {
     CMDArray units;
@@ -128,25 +135,28 @@ class Witness {
   int64_t last_ = 0;
 };
 
-// One fault after another while the storm lasts.
+// One fault after another while the storm lasts. First the line becomes slow, so that the kill behind it meets a storm
+// that is not over yet.
 class Faults {
  public:
   Faults(Proxy& proxy, ServerProcess& server, unsigned seed) : proxy_(proxy), server_(server), random_(seed) {}
 
-  bool next() {
+  // `storming`: has a process not told yet that it is through?
+  bool next(const std::function<bool()>& storming) {
     ++count_;
     switch (count_ % 5) {
-      case 0:
-        ++kills_;
-        server_.kill();
-        return server_.start();
       case 1:
-        proxy_.cut();
+        proxy_.delay(std::chrono::milliseconds(10 + random_() % 20));
         break;
       case 2:
-        proxy_.delay(std::chrono::milliseconds(random_() % 30));
-        break;
+        ++kills_;
+        server_.kill();
+        if (storming()) ++killsInStorm_;
+        return server_.start();
       case 3:
+        proxy_.cut();
+        break;
+      case 4:
         proxy_.holdReplies(true);
         pass(100 + static_cast<int>(random_() % 300));
         proxy_.cut();
@@ -167,6 +177,7 @@ class Faults {
   }
   int count() const { return count_; }
   int kills() const { return kills_; }
+  int killsInStorm() const { return killsInStorm_; }
 
  private:
   // How long a fault lasts belongs to the fault.
@@ -179,6 +190,7 @@ class Faults {
   std::mt19937 random_;
   int count_ = 0;
   int kills_ = 0;
+  int killsInStorm_ = 0;
 };
 
 QByteArray contents(const QString& file) {
@@ -224,6 +236,8 @@ bool storm(const Settings& settings) {
   // Not before all units are open everywhere: a measurement that another client moves from a unit that is not open
   // into one that is comes with the next opening only.
   for (const auto& worker : workers) worker->say(QString("storm %1").arg(settings.changes));
+  if (!eventually([&] { return witness.hasSeenAny(); }, kLongestMs))
+    return std::fprintf(stderr, "soak: the storm does not begin\n"), false;
   Faults faults(proxy, server, settings.seed);
   const auto over = [&] {
     witness.look();
@@ -234,7 +248,7 @@ bool storm(const Settings& settings) {
   };
   // The storm may be over before the last fault, which then meets those who catch up.
   while (faults.count() < settings.faults) {
-    if (!faults.next()) return std::fprintf(stderr, "soak: the server does not start\n"), false;
+    if (!faults.next([&] { return !over(); })) return std::fprintf(stderr, "soak: the server does not start\n"), false;
     over();
   }
   faults.end();
@@ -273,9 +287,11 @@ bool storm(const Settings& settings) {
     if (worker.lost()) good = (std::fprintf(stderr, "a module was told that events are lost\n"), false);
     acked += worker.acked().size();
   }
+  if (faults.killsInStorm() == 0) good = (std::fprintf(stderr, "soak: no kill met the storm\n"), false);
   std::printf(
-      "seed %u, %d changes acknowledged of %d, %d faults (%d kills), %d bytes of picture, converged in %.2f s: %s\n",
-      settings.seed, acked, settings.changes * kWorkers, faults.count(), faults.kills(),
+      "seed %u, %d changes acknowledged of %d, %d faults (%d kills, %d of them in the storm), %d bytes of picture, "
+      "converged in %.2f s: %s\n",
+      settings.seed, acked, settings.changes * kWorkers, faults.count(), faults.kills(), faults.killsInStorm(),
       static_cast<int>(wanted.size()), seconds, good ? "the same everywhere" : "NOT THE SAME");
   return good && acked > settings.changes / 2;
 }
