@@ -287,12 +287,12 @@ bool storm(const Settings& settings) {
     if (worker.lost()) good = (std::fprintf(stderr, "a module was told that events are lost\n"), false);
     acked += worker.acked().size();
   }
-  if (faults.killsInStorm() == 0) good = (std::fprintf(stderr, "soak: no kill met the storm\n"), false);
   std::printf(
       "seed %u, %d changes acknowledged of %d, %d faults (%d kills, %d of them in the storm), %d bytes of picture, "
       "converged in %.2f s: %s\n",
       settings.seed, acked, settings.changes * kWorkers, faults.count(), faults.kills(), faults.killsInStorm(),
       static_cast<int>(wanted.size()), seconds, good ? "the same everywhere" : "NOT THE SAME");
+  if (faults.killsInStorm() == 0) return std::fprintf(stderr, "soak: no kill met the storm\n"), false;
   return good && acked > settings.changes / 2;
 }
 
