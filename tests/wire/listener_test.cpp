@@ -4,6 +4,8 @@
 #include <TlmServer/MemoryStore.h>
 #include <TlmWireGrpc/convert.h>
 
+#include <pthread.h>
+
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
 
@@ -256,6 +258,65 @@ TEST_F(Listening, EventsBehindAnAnswerAreNotToldWithIt) {
   EXPECT_TRUE(answered);
   EXPECT_EQ(position, last);
   end(context, *stream);
+}
+
+// While it lives no thread can be started in this process: its stack would be larger than any memory.
+class NoThreads {
+ public:
+  NoThreads() {
+    pthread_attr_t attributes;
+    EXPECT_EQ(pthread_getattr_default_np(&before_), 0);
+    EXPECT_EQ(pthread_attr_init(&attributes), 0);
+    EXPECT_EQ(pthread_attr_setstacksize(&attributes, size_t{1} << 47), 0);
+    EXPECT_EQ(pthread_setattr_default_np(&attributes), 0);
+    pthread_attr_destroy(&attributes);
+  }
+  ~NoThreads() {
+    pthread_setattr_default_np(&before_);
+    pthread_attr_destroy(&before_);
+  }
+  NoThreads(const NoThreads&) = delete;
+  NoThreads& operator=(const NoThreads&) = delete;
+
+ private:
+  pthread_attr_t before_;
+};
+
+TEST_F(Listening, AStreamIsToldToComeLaterWhenNoThreadCanBeStarted) {
+  grpc::ClientContext context;
+  context.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(20));
+  const auto stream = stub->Listen(&context);
+  v1::Delivery delivery;
+  ASSERT_TRUE(stream->Read(&delivery));  // a beat: it stands
+  {
+    const NoThreads none;
+    stream->Write(after(-1));
+    while (stream->Read(&delivery)) EXPECT_FALSE(delivery.has_subscribed());
+  }
+  EXPECT_EQ(stream->Finish().error_code(), grpc::StatusCode::UNAVAILABLE);
+}
+
+TEST_F(Listening, AStreamWaitsForAThreadThatIsThereWhenNoOtherCanBeStarted) {
+  ASSERT_EQ(write("А-1", 10), 0);
+  gate.close(true);
+  grpc::ClientContext first;
+  const auto busy = stub->Listen(&first);
+  busy->Write(after(0));
+  ASSERT_TRUE(eventually([&] { return gate.isRead(); }));
+  grpc::ClientContext second;
+  second.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(20));
+  const auto waiting = stub->Listen(&second);
+  v1::Delivery delivery;
+  ASSERT_TRUE(waiting->Read(&delivery));
+  {
+    const NoThreads none;
+    waiting->Write(after(-1));
+    EXPECT_TRUE(eventually([&] { return network->logText().find("event=no-thread") != std::string::npos; }));
+  }
+  gate.close(false);
+  EXPECT_TRUE(readUntilSubscribed(*waiting, 1));
+  end(second, *waiting);
+  end(first, *busy);
 }
 
 // Hears a value for as long as the test wants, and nobody's subscription to values can change meanwhile.
