@@ -2,6 +2,7 @@
 
 #include <TlmWireGrpc/convert.h>
 
+#include <algorithm>
 #include <charconv>
 #include <fstream>
 #include <functional>
@@ -72,7 +73,7 @@ const std::vector<Option>& optionTable() {
       // A record of that size travels as one event, whatever a client sends itself.
       {"max-request-bytes", "N", "of one block of requests (67108864, which is the most)",
        [](O& o, const std::string& v) { return readNumber(v, 1024, wire::kRecordBytes, &o.core.maxRequestBytes); }},
-      {"max-reply-bytes", "N", "of one reply (1073741824)",
+      {"max-reply-bytes", "N", "of one reply, and of all answers of a block (1073741824)",
        [](O& o, const std::string& v) { return readNumber(v, 1024, kMostBytes, &o.core.maxReplyBytes); }},
       {"queue-bytes", "N", "of events for a session that does not keep up (67108864)",
        number(&O::net, &NetOptions::queueBytes, 1024, kMostBytes)},
@@ -84,8 +85,10 @@ const std::vector<Option>& optionTable() {
        number(&O::net, &NetOptions::beatMs, 10, 60'000)},
       {"patience-ms", "N", "for connections that say nothing (20000)",
        number(&O::net, &NetOptions::patienceMs, 100, 600'000)},
-      {"script-steps", "N", "of one script (200000000)", budget(&ScriptBudget::steps, 1, kMostBytes)},
-      {"script-ms", "N", "of one script (30000)", budget(&ScriptBudget::milliseconds, 1, kMostInt)},
+      {"script-steps", "N", "of one script, and of all scripts of a block (200000000)",
+       budget(&ScriptBudget::steps, 1, kMostBytes)},
+      {"script-ms", "N", "of one script, and of all scripts of a block (30000)",
+       budget(&ScriptBudget::milliseconds, 1, kMostInt)},
       {"script-bytes", "N", "of one script (536870912)", budget(&ScriptBudget::bytes, 1024, kMostBytes)},
       {"script-rows", "N", "of one script (2000000)", budget(&ScriptBudget::rows, 1, kMostInt)},
       {"kept-events", "N", "for clients that were away (1000000)",
@@ -173,6 +176,9 @@ bool readDaemonOptions(const std::vector<std::string>& arguments, DaemonOptions*
   }
   if (options->net.addresses.empty()) options->net.addresses = {kDefaultAddress};
   options->net.maxRequestBytes = options->core.maxRequestBytes;
+  // What can neither travel whole nor wait to be taken is not even gathered.
+  options->core.maxReplyBytes =
+      std::min(options->core.maxReplyBytes, std::max(options->net.heldBytes, wire::kWholeBytes));
   return true;
 }
 

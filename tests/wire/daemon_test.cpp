@@ -1,4 +1,5 @@
 // The daemon's parts: what it is told, what it logs, what it keeps for others, and its health.
+#include <TlmWireGrpc/convert.h>
 #include <grpcpp/generic/generic_stub.h>
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
@@ -40,6 +41,18 @@ TEST(DaemonOptions, BoundTheMemoryOfTheNetwork) {
   ASSERT_TRUE(configure("memory-bytes = 33554432", &options, &error)) << error;
   EXPECT_EQ(options.net.memoryBytes, size_t{32} << 20);
   EXPECT_FALSE(configure("memory-bytes = 1000000", &options, &error)) << "no message would fit";
+}
+
+TEST(DaemonOptions, LetNoMoreAnswersBeGatheredThanMayWait) {
+  const auto gathered = [](const std::vector<std::string>& flags) {
+    DaemonOptions options;
+    std::string error;
+    EXPECT_TRUE(server::readDaemonOptions(flags, &options, &error)) << error;
+    return options.core.maxReplyBytes;
+  };
+  EXPECT_EQ(gathered({}), size_t{256} << 20);
+  EXPECT_EQ(gathered({"--max-reply-bytes", "2048"}), 2048u);
+  EXPECT_EQ(gathered({"--held-bytes", "1024"}), wire::kWholeBytes) << "what travels whole need not wait";
 }
 
 // A record may become as large as a block, and travels as one event that every client has to be able to receive.
