@@ -19,8 +19,8 @@ class LoadedUnits {
     }
     for (; known_ < list_.size(); ++known_) folded_.insert(list_[known_].toCaseFolded());
     if (known_ > 0) {
-      first_ = list_.first().constData();
-      last_ = list_.last().constData();
+      first_ = list_.first();
+      last_ = list_.last();
     }
     return folded_.contains(key.toCaseFolded());
   }
@@ -29,14 +29,17 @@ class LoadedUnits {
   // What was taken in still stands at the beginning of the list: a key that was taken out or put in moved the others.
   bool isPrefixKnown() const {
     if (known_ == 0) return true;
-    return list_.size() >= known_ && list_.first().constData() == first_ && list_[known_ - 1].constData() == last_;
+    return list_.size() >= known_ && isSame(list_.first(), first_) && isSame(list_[known_ - 1], last_);
   }
+
+  static bool isSame(const QString& a, const QString& b) { return a.constData() == b.constData(); }
 
   const QStringList& list_;
   QSet<QString> folded_;
   int known_ = 0;
-  const QChar* first_ = nullptr;  // the texts of the first and the last key taken in
-  const QChar* last_ = nullptr;
+  // The first and the last key taken in, held so that no other key gets the place of their texts.
+  QString first_;
+  QString last_;
 };
 
 #endif

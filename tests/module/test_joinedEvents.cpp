@@ -164,6 +164,23 @@ TEST_F(Joined, OpenUnitIsKnownInAnyCase) {
   EXPECT_TRUE(row("А").isValid());
 }
 
+// A key may get the memory of one that was taken off the list.
+TEST(LoadedUnits, AreKnownWhateverStoodInTheirPlace) {
+  QStringList list{"first"};
+  LoadedUnits units(list);
+  for (int i = 0; i < 1000; ++i) {
+    const QString number = QString("%1").arg(i, 32, 10, QChar('0'));
+    list.append(number + "");
+    ASSERT_TRUE(units.contains(number));
+    list.removeLast();
+    const QString next = QString("%1").arg(i, 32, 16, QChar('A'));
+    list.append(next + "");
+    ASSERT_TRUE(units.contains(next)) << i;
+    ASSERT_FALSE(units.contains(number)) << i;
+    list.removeLast();
+  }
+}
+
 TEST_F(Joined, MeasurementOfAUnitNotOpenedIsLeftToItsOpening) {
   start();
   announce(key("А"), {"ClassName=Analog", "name_=А"});
