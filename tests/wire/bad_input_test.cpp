@@ -111,6 +111,13 @@ class BadInput : public testing::Test {
     request->set_body(body);
     return block;
   }
+  // The first piece of an upload whose one body has that many bytes.
+  static v1::BlockPiece announcing(uint64_t bodyBytes) {
+    v1::BlockPiece piece;
+    *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
+    piece.mutable_block()->mutable_requests(0)->set_body_bytes(bodyBytes);
+    return piece;
+  }
 
   EmbeddedServer server;
   NetworkServer network;
@@ -414,9 +421,7 @@ TEST_F(Impatient, AStreamWithoutASubscriptionIsEnded) {
 }
 
 TEST_F(Impatient, AnUploadThatStopsHalfWayIsEnded) {
-  v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
-  piece.mutable_block()->mutable_requests(0)->set_body_bytes(10);
+  v1::BlockPiece piece = announcing(10);
   grpc::ClientContext context;
   v1::BlockReply reply;
   const auto writer = stub->Upload(&context, &reply);
@@ -426,9 +431,7 @@ TEST_F(Impatient, AnUploadThatStopsHalfWayIsEnded) {
 
 // Bytes that come one by one are no reason to keep a place for ever.
 TEST_F(Impatient, AnUploadThatTricklesIsEnded) {
-  v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
-  piece.mutable_block()->mutable_requests(0)->set_body_bytes(size_t{1} << 20);
+  v1::BlockPiece piece = announcing(size_t{1} << 20);
   grpc::ClientContext context;
   v1::BlockReply reply;
   const auto writer = stub->Upload(&context, &reply);
@@ -450,9 +453,7 @@ class OneCall : public BadInput {
 };
 
 TEST_F(OneCall, CallsOverTheLimitAreToldToComeAgain) {
-  v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
-  piece.mutable_block()->mutable_requests(0)->set_body_bytes(1);
+  v1::BlockPiece piece = announcing(1);
   grpc::ClientContext context;
   v1::BlockReply reply;
   const auto writer = stub->Upload(&context, &reply);
@@ -574,9 +575,7 @@ TEST_F(Stuck, AClientThatTakesNothingIsEnded) {
 // Slower than the server's patience as a whole, and never as slow between two pieces.
 TEST_F(Stuck, AnUploadThatGoesOnIsWaitedFor) {
   constexpr size_t kPieces = 7;
-  v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
-  piece.mutable_block()->mutable_requests(0)->set_body_bytes(kPieces * wire::kPieceBytes);
+  v1::BlockPiece piece = announcing(kPieces * wire::kPieceBytes);
   grpc::ClientContext context;
   v1::BlockReply reply;
   const auto writer = stub->Upload(&context, &reply);
@@ -657,9 +656,7 @@ TEST_F(Verdicts, AreMarkedWhenNothingWasCarriedOut) {
 }
 
 TEST_F(Verdicts, AreMarkedOfAnUploadToo) {
-  v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::PACKET, "TableRecords", "");
-  piece.mutable_block()->mutable_requests(0)->set_body_bytes(uint64_t{9} << 20);
+  v1::BlockPiece piece = announcing(uint64_t{9} << 20);
   grpc::ClientContext context;
   v1::BlockReply reply;
   const auto writer = stub->Upload(&context, &reply);
