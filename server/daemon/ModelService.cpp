@@ -78,30 +78,40 @@ void ModelService::settle() {
 
 // ---- calls ----
 
-ModelService::Slot::Slot(ModelService& service, grpc::ServerContext* transfer)
-    : service_(service), transfer_(transfer) {
+ModelService::Slot::Slot(ModelService& service, grpc::ServerContext* context, size_t bytes)
+    : service_(service), context_(context) {
   const std::lock_guard lock(service_.mutex_);
   if (service_.calls_ >= service_.options_.maxCalls) return;
   given_ = true;
   ++service_.calls_;
-  if (transfer_) service_.transfers_.emplace(transfer_, Clock::now());
+  const auto pieces = static_cast<int>((bytes + wire::kPieceBytes - 1) / wire::kPieceBytes);
+  service_.transfers_.emplace(context_, Clock::now() + pieces * service_.patience());
 }
 
 ModelService::Slot::~Slot() {
   if (!given_) return;
   const std::lock_guard lock(service_.mutex_);
   --service_.calls_;
-  if (transfer_) service_.transfers_.erase(transfer_);
+  service_.transfers_.erase(context_);
 }
 
 void ModelService::Slot::goesOn() const {
   const std::lock_guard lock(service_.mutex_);
-  const auto transfer = service_.transfers_.find(transfer_);
-  if (transfer != service_.transfers_.end()) transfer->second = Clock::now();
+  const auto transfer = service_.transfers_.find(context_);
+  if (transfer != service_.transfers_.end()) transfer->second = Clock::now() + service_.patience();
 }
 
-Status ModelService::Call(grpc::ServerContext* context, const v1::Block* request, v1::BlockReply* response) {
-  return marked(context, call(context, *request, response));
+void ModelService::Slot::isWhole() const {
+  const std::lock_guard lock(service_.mutex_);
+  service_.transfers_.erase(context_);
+}
+
+Status ModelService::StreamedCall(grpc::ServerContext* context,
+                                  grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream) {
+  v1::BlockReply response;
+  Status status = call(context, stream, &response);
+  if (status.ok()) stream->WriteLast(response, grpc::WriteOptions());
+  return marked(context, std::move(status));
 }
 
 Status ModelService::Upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
@@ -109,9 +119,13 @@ Status ModelService::Upload(grpc::ServerContext* context, grpc::ServerReader<v1:
   return marked(context, upload(context, reader, response));
 }
 
-Status ModelService::call(grpc::ServerContext* context, const v1::Block& request, v1::BlockReply* response) {
-  const Slot slot(*this, nullptr);
+Status ModelService::call(grpc::ServerContext* context, grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream,
+                          v1::BlockReply* response) {
+  const Slot slot(*this, context, wire::kMessageBytes);
   if (!slot.given()) return tooMany();
+  v1::Block request;
+  if (!stream->Read(&request)) return {StatusCode::INVALID_ARGUMENT, "not a block"};
+  slot.isWhole();
   if (const Status good = checkBounds(request); !good.ok()) return good;
   wire::Block block;
   std::string why;
@@ -121,15 +135,13 @@ Status ModelService::call(grpc::ServerContext* context, const v1::Block& request
 
 Status ModelService::upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
                             v1::BlockReply* response) {
+  const Slot slot(*this, context);
+  if (!slot.given()) return tooMany();
   v1::Block first;
   wire::Block block;
-  {
-    const Slot transfer(*this, context);
-    if (!transfer.given()) return tooMany();
-    if (Status read = readPieces(transfer, reader, &first, &block); !read.ok()) return read;
-  }
-  const Slot slot(*this, nullptr);
-  return slot.given() ? carryOut(block, first, context->peer(), response) : tooMany();
+  if (Status read = readPieces(slot, reader, &first, &block); !read.ok()) return read;
+  slot.isWhole();
+  return carryOut(block, first, context->peer(), response);
 }
 
 // The lengths are checked before a byte of the bodies is kept, and nothing is taken for granted about them.
@@ -219,15 +231,18 @@ Status ModelService::finishReply(const wire::Block& block, bool plain, wire::Blo
   return Status::OK;
 }
 
-Status ModelService::TakePieces(grpc::ServerContext* context, const v1::PiecesRequest* request,
-                                grpc::ServerWriter<v1::Piece>* writer) {
+Status ModelService::StreamedTakePieces(grpc::ServerContext* context,
+                                        grpc::ServerSplitStreamer<v1::PiecesRequest, v1::Piece>* stream) {
   const Slot slot(*this, context);
   if (!slot.given()) return tooMany();
-  const auto reply = shelf_.take(request->rest());
+  v1::PiecesRequest request;
+  if (!stream->Read(&request)) return {StatusCode::INVALID_ARGUMENT, "not a request for pieces"};
+  slot.goesOn();
+  const auto reply = shelf_.take(request.rest());
   if (!reply) return {StatusCode::NOT_FOUND, "no such reply waits to be taken"};
   v1::Piece piece;
   const auto send = [&] {
-    const bool sent = writer->Write(piece);
+    const bool sent = stream->Write(piece);
     slot.goesOn();
     piece.mutable_data()->clear();
     return sent;
@@ -320,7 +335,7 @@ void ModelService::beat() {
   std::unique_lock lock(mutex_);
   while (!wake_.wait_for(lock, std::chrono::milliseconds(options_.beatMs) / 2, [this] { return closed_; })) {
     const auto now = Clock::now();
-    const auto tooOld = now - std::chrono::milliseconds(options_.patienceMs);
+    const auto tooOld = now - patience();
     for (const auto& [listener, peer] : listeners_) {
       listener->endIfStuckSince(tooOld);
       if (listener->silentSince(tooOld))
@@ -328,8 +343,8 @@ void ModelService::beat() {
       else
         listener->beat(now);
     }
-    for (const auto& [context, since] : transfers_) {
-      if (since < tooOld) context->TryCancel();
+    for (const auto& [context, until] : transfers_) {
+      if (until < now) context->TryCancel();
     }
     feeds_.endStuckSince(tooOld);
     if (const size_t dropped = shelf_.dropOld(now); dropped > 0)

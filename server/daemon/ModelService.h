@@ -12,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include <TlmWireGrpc/convert.h>
+
 #include <tlm/v1/model.grpc.pb.h>
 
 #include "Listener.h"
@@ -22,9 +24,12 @@
 
 namespace tlm::server {
 
+// The methods of one message begin with their headers and read it themselves: the library would wait for it for ever.
+using ModelMethods = v1::Model::WithStreamedUnaryMethod_Call<v1::Model::WithSplitStreamingMethod_TakePieces<
+    v1::Model::WithCallbackMethod_Listen<v1::Model::WithCallbackMethod_PutValues<v1::Model::Service>>>>;
+
 // Calls block a thread of gRPC each; streams do not.
-class ModelService final
-    : public v1::Model::WithCallbackMethod_Listen<v1::Model::WithCallbackMethod_PutValues<v1::Model::Service>> {
+class ModelService final : public ModelMethods {
  public:
   ModelService(Core& core, const NetOptions& options, Log& log);
   ~ModelService() override { settle(); }  // no call and no stream is left
@@ -34,34 +39,38 @@ class ModelService final
   // no stream comes afterwards.
   void settle();
 
-  grpc::Status Call(grpc::ServerContext* context, const v1::Block* request, v1::BlockReply* response) override;
+  grpc::Status StreamedCall(grpc::ServerContext* context,
+                            grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream) override;
   grpc::Status Upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
                       v1::BlockReply* response) override;
-  grpc::Status TakePieces(grpc::ServerContext* context, const v1::PiecesRequest* request,
-                          grpc::ServerWriter<v1::Piece>* writer) override;
+  grpc::Status StreamedTakePieces(grpc::ServerContext* context,
+                                  grpc::ServerSplitStreamer<v1::PiecesRequest, v1::Piece>* stream) override;
   grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>* Listen(grpc::CallbackServerContext* context) override;
   ValueFeeds::Reactor* PutValues(grpc::CallbackServerContext* context) override { return feeds_.open(context); }
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  // A call under way. One that transfers has to go on within the server's patience.
+  // A call under way. While it transfers it has to go on: each mebibyte within the server's patience.
   class Slot {
    public:
-    Slot(ModelService& service, grpc::ServerContext* transfer);
+    // The first thing to pass has at most that many bytes.
+    Slot(ModelService& service, grpc::ServerContext* context, size_t bytes = wire::kPieceBytes);
     ~Slot();
     Slot(const Slot&) = delete;
     Slot& operator=(const Slot&) = delete;
     bool given() const { return given_; }
-    void goesOn() const;  // a whole piece has passed
+    void goesOn() const;   // a whole piece has passed
+    void isWhole() const;  // nothing more is waited for
 
    private:
     ModelService& service_;
-    grpc::ServerContext* const transfer_;
+    grpc::ServerContext* const context_;
     bool given_ = false;
   };
 
-  grpc::Status call(grpc::ServerContext* context, const v1::Block& request, v1::BlockReply* response);
+  grpc::Status call(grpc::ServerContext* context, grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream,
+                    v1::BlockReply* response);
   grpc::Status upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
                       v1::BlockReply* response);
   grpc::Status carryOut(const wire::Block& block, const v1::Block& asked, const std::string& peer,
@@ -74,6 +83,7 @@ class ModelService final
   bool later(std::function<void()> job);
   void work();
   void beat();
+  std::chrono::milliseconds patience() const { return std::chrono::milliseconds(options_.patienceMs); }
 
   Core& core_;
   const NetOptions options_;
@@ -85,7 +95,7 @@ class ModelService final
   std::condition_variable wake_;
   bool stopping_ = false;
   int calls_ = 0;
-  std::map<grpc::ServerContext*, Clock::time_point> transfers_;  // when the last piece passed
+  std::map<grpc::ServerContext*, Clock::time_point> transfers_;  // until when the next piece has to pass
   std::map<Listener*, std::string> listeners_;                   // with their peers
   // One that catches up slowly keeps nobody waiting: there are as many threads as ever had work at once, at most one
   // for each stream.

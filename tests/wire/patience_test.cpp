@@ -1,0 +1,227 @@
+// Those who say nothing, or not enough: the server waits as long as its patience lasts and serves others meanwhile.
+#include <sys/resource.h>
+
+#include <limits>
+
+#include "BadInput.h"
+
+namespace tlm::test {
+namespace {
+
+class Impatient : public BadInput {
+ protected:
+  Impatient() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.patienceMs = 300;
+    options.maxSessions = 4;
+    return options;
+  }
+};
+
+TEST_F(Impatient, AThousandConnectionsThatSayNothing) {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  std::vector<int> silent;
+  for (int i = 0; i < 1000; ++i) {
+    const int handle = connectSilently(network.tcp());
+    ASSERT_GE(handle, 0) << i;
+    silent.push_back(handle);
+  }
+  v1::BlockReply reply;
+  EXPECT_TRUE(call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply).ok()) << "while they are there";
+  // The server closes them, whatever it has told them before.
+  char byte[256];
+  for (const int handle : silent) {
+    while (recv(handle, byte, sizeof byte, 0) > 0) continue;
+    close(handle);
+  }
+}
+
+TEST_F(Impatient, SessionsOverTheLimitAreRefused) {
+  std::vector<std::unique_ptr<grpc::ClientContext>> contexts;
+  std::vector<std::unique_ptr<grpc::ClientReaderWriter<v1::Subscription, v1::Delivery>>> streams;
+  for (int i = 0; i < 4; ++i) {
+    contexts.push_back(std::make_unique<grpc::ClientContext>());
+    streams.push_back(stub->Listen(contexts.back().get()));
+    streams.back()->Write({});
+    v1::Delivery delivery;
+    ASSERT_TRUE(streams.back()->Read(&delivery));
+    EXPECT_TRUE(delivery.has_subscribed());
+  }
+  grpc::ClientContext context;
+  const auto fifth = stub->Listen(&context);
+  v1::Delivery delivery;
+  EXPECT_FALSE(fifth->Read(&delivery));
+  EXPECT_EQ(fifth->Finish().error_code(), StatusCode::RESOURCE_EXHAUSTED);
+  for (size_t i = 0; i < streams.size(); ++i) {
+    contexts[i]->TryCancel();
+    while (streams[i]->Read(&delivery)) continue;
+    EXPECT_EQ(streams[i]->Finish().error_code(), StatusCode::CANCELLED);
+  }
+}
+
+TEST_F(Impatient, AStreamWithoutASubscriptionIsEnded) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Delivery delivery;
+  while (stream->Read(&delivery)) EXPECT_FALSE(delivery.has_position()) << "it has subscribed to nothing";
+  EXPECT_EQ(stream->Finish().error_code(), StatusCode::DEADLINE_EXCEEDED);
+}
+
+TEST_F(Impatient, AnUploadThatStopsHalfWayIsEnded) {
+  v1::BlockPiece piece = announcing(10);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  EXPECT_FALSE(writer->Finish().ok());
+}
+
+// Bytes that come one by one are no reason to keep a place for ever.
+TEST_F(Impatient, AnUploadThatTricklesIsEnded) {
+  v1::BlockPiece piece = announcing(size_t{1} << 20);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  ASSERT_TRUE(writer->Write(piece));
+  piece.clear_block();
+  piece.set_data("x");
+  EXPECT_TRUE(eventually([&] { return !writer->Write(piece); }));
+  EXPECT_FALSE(writer->Finish().ok());
+}
+
+// The library itself would wait for it until the connection ends.
+TEST_F(Impatient, ACallWhoseMessageDoesNotComeIsEnded) {
+  for (const std::string method : {"Call", "TakePieces"}) {
+    EXPECT_EQ(OpenCall(channel, "/tlm.v1.Model/" + method).finish().error_code(), StatusCode::CANCELLED) << method;
+  }
+}
+
+class OneCall : public BadInput {
+ protected:
+  OneCall() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.maxCalls = 1;
+    return options;
+  }
+};
+
+TEST_F(OneCall, CallsOverTheLimitAreToldToComeAgain) {
+  v1::BlockPiece piece = announcing(1);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  Status status;
+  do {  // until the upload has begun over there
+    status = call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
+  } while (status.ok());
+  EXPECT_EQ(status.error_code(), StatusCode::UNAVAILABLE);
+  context.TryCancel();
+  writer->Finish();
+}
+
+// What is carried out takes as long as it takes.
+class SlowScripts : public BadInput {
+ protected:
+  SlowScripts() : BadInput(options(), slow()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.patienceMs = 250;
+    return options;
+  }
+  static server::CoreOptions slow() {
+    server::CoreOptions options = small();
+    options.budget.milliseconds = 1500;
+    options.budget.steps = std::numeric_limits<int64_t>::max();
+    return options;
+  }
+  static constexpr char kEndless[] = "Endless()\n{\n  var i;\n  i = 0;\n  while (0 < 1) i = i + 1;\n}\n";
+};
+
+TEST_F(SlowScripts, ACallThatHasComeIsNotEnded) {
+  v1::BlockReply reply;
+  const Status status = call(oneRequest(v1::SCRIPT, kEndless, ""), &reply);
+  ASSERT_TRUE(status.ok()) << status.error_message();
+  EXPECT_EQ(reply.each(0).status(), wire::kBudgetSpent);
+}
+
+TEST_F(SlowScripts, AnUploadThatHasComeIsNotEnded) {
+  v1::BlockPiece piece;
+  *piece.mutable_block() = oneRequest(v1::SCRIPT, kEndless, "");
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  writer->WritesDone();
+  const Status status = writer->Finish();
+  ASSERT_TRUE(status.ok()) << status.error_message();
+  EXPECT_EQ(reply.each(0).status(), wire::kBudgetSpent);
+}
+
+// It still answers pings, and would keep its queue and its place for ever.
+class Stuck : public BadInput {
+ protected:
+  Stuck() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.queueBytes = size_t{1} << 20;
+    options.patienceMs = 2000;
+    return options;
+  }
+};
+
+TEST_F(Stuck, AClientThatTakesNothingIsEnded) {
+  grpc::ClientContext context;
+  const auto stream = stub->Listen(&context);
+  v1::Subscription subscription;
+  subscription.add_kinds(602);
+  stream->Write(subscription);
+  v1::Delivery delivery;
+  ASSERT_TRUE(stream->Read(&delivery));
+  std::string problem;
+  auto transport = connectToServer(quickLine(network.unixSocket()), &problem);
+  ASSERT_NE(transport, nullptr) << problem;
+  Peer writer(std::move(transport));
+  for (int i = 0; i < 60; ++i) {
+    ASSERT_EQ(writer.write("Archives", keyOf("Склад"), "location", std::string(200'000, 'd')), 0);
+  }
+  EXPECT_TRUE(eventually([&] { return network.logText().find("event=session-closed") != std::string::npos; }));
+  while (stream->Read(&delivery)) continue;
+  EXPECT_FALSE(stream->Finish().ok());
+}
+
+// Slower than the server's patience as a whole, and never as slow between two pieces.
+TEST_F(Stuck, AnUploadThatGoesOnIsWaitedFor) {
+  constexpr size_t kPieces = 7;
+  v1::BlockPiece piece = announcing(kPieces * wire::kPieceBytes);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  ASSERT_TRUE(writer->Write(piece));
+  piece.clear_block();
+  piece.set_data(std::string(wire::kPieceBytes, 'x'));
+  for (size_t i = 0; i < kPieces; ++i) {
+    eventually([] { return false; }, 400);  // the line is slow
+    ASSERT_TRUE(writer->Write(piece)) << i;
+  }
+  writer->WritesDone();
+  const Status status = writer->Finish();
+  EXPECT_TRUE(status.ok()) << status.error_message();
+}
+
+// A message may be as long as four pieces, and nobody sees how much of it has come.
+TEST_F(Stuck, ACallMayComeAsSlowlyAsAnUpload) {
+  OpenCall slow(channel, "/tlm.v1.Model/Call");
+  eventually([] { return false; }, 3000);
+  ASSERT_TRUE(slow.send(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", "").SerializeAsString()));
+  const Status status = slow.finish();
+  EXPECT_TRUE(status.ok()) << status.error_message();
+}
+
+}  // namespace
+}  // namespace tlm::test
