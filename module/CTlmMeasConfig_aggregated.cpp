@@ -11,6 +11,7 @@
 #include <TlmClient/GenGuid32.h>
 
 #include <QAction>
+#include <QDebug>
 
 #include <functional>
 #include <optional>
@@ -205,10 +206,16 @@ bool CTlmMeasConfig::PrepareSaveGroupAgreg(QStringList& tables, QList<CMDArray*>
                                            QList<MDRData*>& toDelete) {
   if (primaryKey.isEmpty()) return false;
   CMDArray primary;
-  if (!GetRecByKey(session(), moduleCodec->fromUnicode(primaryKey).toStdString(), &primary)) return false;
+  if (!GetRecByKey(session(), moduleCodec->fromUnicode(primaryKey).toStdString(), &primary)) {
+    qDebug().noquote() << "PrepareSaveGroupAgreg(): the record of" << primaryKey << "cannot be read";
+    return false;
+  }
   const MDRData* pattern = MDARec(primary.array, 0, 0);
   const QString unitKey = fieldText(primary, pattern, "remoteunitkey", moduleCodec);
-  if (unitKey.isEmpty()) return true;
+  if (unitKey.isEmpty()) {
+    qDebug().noquote() << "PrepareSaveGroupAgreg():" << primaryKey << "has no unit";
+    return true;
+  }
 
   const QStringList kept = sortChildren(*this, primaryLocId, archGroupKeys, toDelete);
   ChildRecords records(*this, primary, pattern, className);
@@ -225,7 +232,10 @@ bool CTlmMeasConfig::PrepareSaveGroupAgreg(QStringList& tables, QList<CMDArray*>
     values.name = moduleCodec->fromUnicode(primaryName + suffix);
     values.archGroupKey = moduleCodec->fromUnicode(group);
     values.number = freeNumbers.value(next++, 0);
-    if (!records.add(tables, changes, values)) return false;
+    if (!records.add(tables, changes, values)) {
+      qDebug("PrepareSaveGroupAgreg(): no number is free");
+      return false;
+    }
   }
   return true;
 }

@@ -73,7 +73,11 @@ void CTlmMeasConfig::ExecActPaste(QModelIndex index, bool withAgreg) {
 void CTlmMeasConfig::ParseUpLevelXml(QString xml, QModelIndex index, bool isCopy, bool withAgreg) {
   QDomDocument document(QStringLiteral("doc"));
   QModelIndex target;
-  if (!readDocument(xml, document) || !targetOf(index, target)) return;
+  if (!readDocument(xml, document)) {
+    qDebug("ParseUpLevelXml(): the document cannot be read");
+    return;
+  }
+  if (!targetOf(index, target)) return;
   const QString targetKey = keyOf(target);
 
   ChangeSet changes;
@@ -146,7 +150,11 @@ bool CTlmMeasConfig::mapPrimary(const PasteRun& run, const QDomElement& element,
   primary = element.attribute(kPrimaryLocId).toInt();
   if (!run.isCopy && !isTop) return true;
   const int at = run.srcLocIds.indexOf(primary);
-  if (at < 0 || at >= run.newLocIds.size()) return false;
+  if (at < 0 || at >= run.newLocIds.size()) {
+    qDebug().noquote() << element.attribute(QStringLiteral("KeyLink"))
+                       << "is left out: its primary measurement is not copied";
+    return false;
+  }
   primary = run.newLocIds[at];
   return true;
 }
@@ -184,7 +192,10 @@ bool CTlmMeasConfig::PrepareSaveGroupCopyORCut(QStringList& tables, QList<CMDArr
   }
   const QByteArray srcBytes = moduleCodec->fromUnicode(srcKey);
   CMDArray source;
-  if (!GetRecByKey(session(), srcBytes.toStdString(), &source)) return false;
+  if (!GetRecByKey(session(), srcBytes.toStdString(), &source)) {
+    qDebug().noquote() << srcKey << "is left out: its record cannot be read";
+    return false;
+  }
 
   PastedRecord pasted(source, moduleCodec);
   pasted.isCopy = isCopy;
@@ -197,7 +208,10 @@ bool CTlmMeasConfig::PrepareSaveGroupCopyORCut(QStringList& tables, QList<CMDArr
   if (rename) pasted.rename = [this](QString& name) { ChangeNameCopy(name); };
   pasted.nextNumber = [&] {
     const int number = takeFreeNumber(freeNumbers, usedFree);
-    if (number != 0) newLocIds.append(number);
+    if (number != 0)
+      newLocIds.append(number);
+    else
+      qDebug().noquote() << srcKey << "is left out: no number is free";
     return number;
   };
   const QStringList chain = tableLists[ind].split(QLatin1Char(','));

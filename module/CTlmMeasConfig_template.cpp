@@ -112,7 +112,11 @@ void addChildren(const TemplateChildren& children, CTlmMeasConfig& module, const
                  QStringList& tables, QList<CMDArray*>& arrays) {
   values.primaryNumber = values.number;
   for (const auto& child : children) {
-    if (!child->isKnown() || module.agregLocIds.isEmpty()) continue;
+    if (!child->isKnown()) continue;
+    if (module.agregLocIds.isEmpty()) {
+      qDebug().noquote() << copyName + child->suffix() << "is left out: no number is free";
+      continue;
+    }
     values.key = GenGuid32();
     values.number = module.agregLocIds.takeFirst();
     values.name = module.moduleCodec->fromUnicode(copyName + child->suffix());

@@ -3,6 +3,7 @@
 #include <TlmClient/TlmSession.h>
 
 #include <QDateTime>
+#include <QDebug>
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QTextCodec>
@@ -167,7 +168,12 @@ void TlmSession::Private::carryOut(MDXCliParam** reply) {
   if (auto answer = transport->carryOut(id)) desk.arrive(id, std::move(*answer));
 }
 
+// Most callers take a reply for a yes or a no; the reason is for the developers.
 void TlmSession::Private::hand(MDXCliParam** pointer, const wire::Reply& reply) {
+  if (reply.status != wire::kOk) {
+    qDebug().noquote() << "session: status" << reply.status
+                       << windows1251()->toUnicode(QByteArray::fromStdString(reply.payload.value_or(std::string())));
+  }
   *pointer = wire::replyRecord(reply);
   if (*pointer) handedOut.insert(*pointer);
 }
@@ -272,6 +278,7 @@ bool TlmSession::WaitResult(MDXCliParam** reply, int timeoutMs) {
   else
     d_->transport->nudge();
   auto collected = d_->desk.collect(reply, timeoutMs);
+  if (!collected && !*reply) qDebug("session: no answer");
   if (!collected) return *reply != nullptr;
   for (const auto& [pointer, answer] : collected->replies) d_->hand(pointer, answer);
   return *reply != nullptr;

@@ -13,6 +13,7 @@
 #include <future>
 #include <thread>
 
+#include "support/DebugLines.h"
 #include "support/FakeTransport.h"
 #include "support/Gui.h"
 
@@ -88,6 +89,26 @@ TEST_F(Session, FillsAReplyWithANonZeroStatusAndItsText) {
   EXPECT_EQ(status(reply), 5);
   EXPECT_EQ(payload(reply), "no object");
   session.PrmFree(reply);
+}
+
+// Callers in the window take both for a plain "no".
+TEST_F(Session, TellsTheDevelopersWhyAReplyIsNoneOrRefused) {
+  const DebugLines told;
+  MDXCliParam* reply = nullptr;
+  packet("ObjectHint", &reply);
+  EXPECT_FALSE(session.WaitResult(&reply, 1));
+  EXPECT_EQ(told.all(), QStringList{"session: no answer"});
+  line->handler = [](const wire::Block&) { return wire::BlockReply{{}, {wire::Reply::failure(5, "\xED\xE5\xF2")}}; };
+  packet("ObjectHint", &reply);
+  EXPECT_TRUE(session.WaitResult(&reply, -1));
+  EXPECT_EQ(told.all().last(), "session: status 5 нет");
+  EXPECT_TRUE(session.WaitResult(&reply, -1)) << "it has come before";
+  session.PrmFree(reply);
+  line->handler = echo;
+  packet("ObjectHint", &reply);
+  EXPECT_TRUE(session.WaitResult(&reply, -1));
+  session.PrmFree(reply);
+  EXPECT_EQ(told.all().size(), 2) << "nothing of what went well";
 }
 
 TEST_F(Session, KeepsANullPayloadApartFromAnEmptyOne) {

@@ -1,5 +1,6 @@
 // Aggregated data of a measurement: the change set that is written.
 #include "AggregatedWindow.h"
+#include "support/DebugLines.h"
 
 namespace tlm::test {
 namespace {
@@ -120,20 +121,26 @@ TEST_F(AggregatedSet, ANumberOfZeroEndsItWithWhatWasBuilt) {
 
 TEST_F(AggregatedSet, TooFewNumbersEndItToo) {
   start();
+  const DebugLines told;
   EXPECT_FALSE(prepare(key("P Т-1"), "Analog", {key("Час"), key("Минута")}, {7}));
+  EXPECT_EQ(told.with("PrepareSaveGroupAgreg(): no number is free").size(), 1);
   EXPECT_FALSE(prepare(key("P Т-1"), "Analog", {key("Сутки")}, {}));
 }
 
 TEST_F(AggregatedSet, WithoutAKeyOrARecordNothingIsBuilt) {
   start();
   EXPECT_FALSE(prepare("", "Analog", {key("Час")}, {7}));
+  const DebugLines told;
   EXPECT_FALSE(prepare(QString(32, '0'), "Analog", {key("Час")}, {7})) << "the server does not know it";
+  EXPECT_EQ(told.with("PrepareSaveGroupAgreg(): the record of").size(), 1);
   EXPECT_EQ(changes.tables, QStringList());
 }
 
 TEST_F(AggregatedSet, AMeasurementWithoutAUnitIsReadyWithNothing) {
   start();
+  const DebugLines told;
   EXPECT_TRUE(prepare(key("Без КП"), "Analog", {key("Час")}, {7}));
+  EXPECT_EQ(told.with("has no unit").size(), 1);
   EXPECT_EQ(changes.tables, QStringList());
   EXPECT_TRUE(unticked.isEmpty());
 }

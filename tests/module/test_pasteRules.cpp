@@ -1,5 +1,6 @@
 // How a paste makes its change set: numbers, keys, names, links, and what it leaves out.
 #include "PasteSteps.h"
+#include "support/DebugLines.h"
 
 namespace tlm::test {
 namespace {
@@ -136,21 +137,13 @@ TEST_F(PasteRules, ObjectsOfAClassShareTheirTables) {
   EXPECT_EQ(lists.newLocIds, (QList<int>{11, 12, 13}));
 }
 
-QStringList* debugLines = nullptr;
-void takeDebug(QtMsgType, const QMessageLogContext& context, const QString& text) {
-  if (debugLines && qstrcmp(context.category, "default") == 0) *debugLines += text;
-}
-
 TEST_F(PasteRules, UnknownClassIsToldToTheLogAndLeftOut) {
   start();
   PasteLists lists;
-  QStringList lines;
-  debugLines = &lines;
-  const QtMessageHandler before = qInstallMessageHandler(takeDebug);
+  const DebugLines told;
   EXPECT_FALSE(prepare(lists, key("P"), "Terminal", key("КП-3"), true));
   EXPECT_FALSE(prepare(lists, key("P"), "analog", key("КП-3"), true)) << "with case";
-  qInstallMessageHandler(before);
-  debugLines = nullptr;
+  const QStringList lines = told.all();
   ASSERT_EQ(lines.size(), 2);
   EXPECT_THAT(lines[0].toStdString(), testing::HasSubstr("Terminal"));
   EXPECT_THAT(lines[0].toStdString(), testing::HasSubstr("(ind = SavedClasses.indexOf(ClassNameSrc))==-1 !!!"));
@@ -355,6 +348,31 @@ TEST_F(PasteRules, ClassOfTheTargetComparesWithoutCase) {
   nodeOf(target)->table->SetVal(nodeOf(target)->record, "ClassName", textVar(name));
   paste(doc(element("Analog", "P")), target);
   EXPECT_EQ(below(onServer(), "КП-3"), "КП-3\n  1 P\n  3001 I\n");
+}
+
+TEST_F(PasteRules, WhatIsLeftOutIsToldToTheDevelopers) {
+  start();
+  PasteLists lists;
+  const DebugLines told;
+  prepare(lists, QString(32, '0'), "Analog", key("КП-3"), true);
+  EXPECT_EQ(told.with(QString(32, '0') + " is left out: its record cannot be read").size(), 1);
+  walk(lists, doc(element("Analog", "P макс", "locId='1002' primaryLocId='1001' MeasurementArchGroupKey='G'")),
+       key("КП-3"), true, true);
+  EXPECT_EQ(told.with(key("P макс") + " is left out: its primary measurement is not copied").size(), 1);
+  lists.numbers = {0};
+  prepare(lists, key("P"), "Analog", key("КП-3"), true);
+  EXPECT_EQ(told.with(key("P") + " is left out: no number is free").size(), 1);
+  paste("no document", find("КП-3"));
+  EXPECT_EQ(told.with("ParseUpLevelXml(): the document cannot be read").size(), 1);
+}
+
+TEST_F(PasteRules, WithoutAggregatedDataNothingIsLeftOut) {
+  start();
+  PasteLists lists;
+  const DebugLines told;
+  walk(lists, doc(element("Analog", "P макс", "locId='1002' primaryLocId='1001' MeasurementArchGroupKey='G'")),
+       key("КП-3"), true, false);
+  EXPECT_EQ(told.all(), QStringList()) << "nobody asked for it";
 }
 
 TEST_F(PasteRules, UnknownElementsArePassedOver) {

@@ -1,5 +1,6 @@
 // Series by template: the change set that is written.
 #include "TemplateWindow.h"
+#include "support/DebugLines.h"
 
 namespace tlm::test {
 namespace {
@@ -52,7 +53,9 @@ TEST_F(TemplateSet, HoldsTheChildrenBehindTheirCopy) {
 TEST_F(TemplateSet, ChildrenEndWithTheirNumbers) {
   start();
   module->agregLocIds = QList<int>{31};
+  const DebugLines told;
   EXPECT_TRUE(prepare(key("P Т-1"), "Analog", {21, 22}, {key("P Т-1_час_ср"), key("P Т-1 сутки")}));
+  EXPECT_EQ(told.with("is left out: no number is free").size(), 3);
   for (int i = 0; i < 3; ++i) EXPECT_EQ(MDARecCount(changes.arrays[i]->array), 3) << "whole objects alone";
 }
 
@@ -92,17 +95,11 @@ TEST_F(TemplateSet, NothingIsReadyWithoutKeyUnitClassOrRecord) {
   EXPECT_EQ(changes.tables, QStringList());
 }
 
-QStringList* lines = nullptr;
-
 TEST_F(TemplateSet, AnUnknownClassIsToldToTheDevelopers) {
   start();
-  QStringList told;
-  lines = &told;
-  const QtMessageHandler before =
-      qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) { *lines += text; });
+  const DebugLines told;
   EXPECT_FALSE(prepare(key("P Т-1"), "Unknown", {21}));
-  qInstallMessageHandler(before);
-  EXPECT_EQ(told, QStringList{"Unknown(ind = SavedClasses.indexOf(ClassNameSrc))==-1 !!!"});
+  EXPECT_EQ(told.all(), QStringList{"Unknown(ind = SavedClasses.indexOf(ClassNameSrc))==-1 !!!"});
 }
 
 TEST_F(TemplateSet, NoNumbersAreReadyWithNothing) {

@@ -5,6 +5,7 @@
 #include <QToolButton>
 
 #include "ModuleWindow.h"
+#include "support/DebugLines.h"
 
 namespace tlm::test {
 namespace {
@@ -125,19 +126,14 @@ TEST_F(TimerOfHints, AsksOnceAfterASecondStart) {
   EXPECT_EQ(app.log.filter("ObjectHint").size(), 1);
 }
 
-QStringList debugLines;
-
 TEST(StartWithoutStructures, SaysSoInTheDebugStream) {
   EmbeddedServer server{kSmallModel};
   TestApp app{*server.core()};
   CTlmMeasConfig module{&app};
   app.failures.add("PacketExec TableStructure Measurement", Fail::kStatus);
-  debugLines.clear();
-  const QtMessageHandler before =
-      qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) { debugLines += text; });
+  const DebugLines told;
   EXPECT_EQ(module.ModuleStart(), 1);
-  qInstallMessageHandler(before);
-  EXPECT_TRUE(debugLines.contains("ModuleStart(): numfieldRTUKey == -1!!!")) << debugLines.join('\n').toStdString();
+  EXPECT_TRUE(told.all().contains("ModuleStart(): numfieldRTUKey == -1!!!")) << told.all().join('\n').toStdString();
 }
 
 TEST(Slots, NameTheirArguments) {
