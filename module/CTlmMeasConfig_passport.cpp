@@ -129,9 +129,12 @@ void CTlmMeasConfig::rememberSheet(const QStringList& keys, const QString& numbe
 }
 
 // A change by another client moves the sheet to its object. A click on the row that is selected already, which changes
-// no selection, shows that one again.
+// no selection, shows that one again; and it asks again for an object of which the server told nothing.
 void CTlmMeasConfig::bringSheetBack(const QModelIndex& clicked) {
-  if (newObjectInPassport || passportEdited || passport.currentKey == keyOf(clicked)) return;
+  if (newObjectInPassport || passportEdited) return;
+  const QString key = keyOf(clicked);
+  const bool isUnknown = !key.isEmpty() && liteModel.IsEmpty();
+  if (passport.currentKey == key && !isUnknown) return;
   const QModelIndexList rows = selectedRows();
   if (rows.size() == 1 && nodeOf(rows.first()) == nodeOf(clicked)) showObject(rows.first(), true);
 }

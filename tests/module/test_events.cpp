@@ -188,6 +188,17 @@ TEST_F(SheetMoved, ComesBackWithoutAnEditWhenTheServerDoesNotAnswer) {
   EXPECT_FALSE(app.edited);
 }
 
+TEST_F(SheetMoved, IsAskedForAgainByTheNextClickWhenTheServerAnswers) {
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("Q-110");
+  app.failures.clear();
+  click("Q-110");
+  EXPECT_FALSE(module->liteModel.IsEmpty());
+  app.log.clear();
+  click("Q-110");
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 0) << "it is known now";
+}
+
 TEST_F(SheetMoved, StaysWhileItIsBeingEdited) {
   module->onPasspChanged();
   click("Q-110");
