@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "host/embedded/EmbeddedTransport.h"
+#include "support/EmbeddedServer.h"
 #include "support/Gui.h"
 #include "support/ModelText.h"
 #include "support/TestApp.h"
@@ -23,9 +24,6 @@ folder Подстанция Северная
     discrete 1003 Q-110 {CheckTu=1}
 unit Без папки
 )";
-
-// Never ends by itself.
-constexpr char kEndless[] = "Endless()\n{\n  var i;\n  i = 0;\n  while (0 < 1) i = i + 1;\n}\n";
 
 class Embedded : public testing::Test {
  protected:
@@ -176,7 +174,7 @@ TEST_F(Embedded, EndsAWaitWhileAScriptRuns) {
   EmbeddedServer slow(kModel, options);
   TestLine line(*slow.core(), "engineer", &failures, &log);
   MDXCliParam* script = nullptr;
-  ASSERT_TRUE(line.session()->CalcExec(kEndless, nullptr, &script));
+  ASSERT_TRUE(line.session()->CalcExec(kEndlessScript, nullptr, &script));
   EXPECT_FALSE(line.session()->WaitResult(&script, 1));
   EXPECT_EQ(script, nullptr);
   MDXCliParam* after = nullptr;

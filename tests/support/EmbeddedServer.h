@@ -10,6 +10,9 @@
 
 namespace tlm::test {
 
+// Never ends by itself: it uses up its budget of time, and a request is under way for as long.
+inline constexpr char kEndlessScript[] = "Endless()\n{\n  var i;\n  i = 0;\n  while (0 < 1) i = i + 1;\n}\n";
+
 // A failure to set it up is a failure of the test, and core() is null then.
 class EmbeddedServer {
  public:

@@ -28,9 +28,6 @@ unit КП-1
   analog 1002 P Т-2
 )";
 
-// A script that uses up its budget of time, so that a request is under way for as long.
-constexpr char kEndless[] = "Endless()\n{\n  var i;\n  i = 0;\n  while (0 < 1) i = i + 1;\n}\n";
-
 std::unique_ptr<Peer> connectPeer(const NetLine& line) {
   std::string problem;
   auto transport = connectToServer(line, &problem);
@@ -100,7 +97,7 @@ TEST_F(BrokenLine, ServesAgainWhenItIsBack) {
 TEST_F(BrokenLine, EndsAWaitWithoutLimit) {
   const auto peer = connect();
   MDXCliParam* script = nullptr;
-  ASSERT_TRUE(peer->session().CalcExec(kEndless, nullptr, &script));
+  ASSERT_TRUE(peer->session().CalcExec(kEndlessScript, nullptr, &script));
   proxy.refuse(true);
   proxy.cut();
   EXPECT_FALSE(peer->session().WaitResult(&script, -1));

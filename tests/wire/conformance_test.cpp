@@ -25,9 +25,6 @@ unit Без папки
 table Archives Склад
 )";
 
-// Never ends by itself.
-constexpr char kEndless[] = "Endless()\n{\n  var i;\n  i = 0;\n  while (0 < 1) i = i + 1;\n}\n";
-
 enum class Line { kEmbedded, kTcp, kUnixSocket };
 
 std::string nameOfLine(const testing::TestParamInfo<Line>& info) {
@@ -304,21 +301,21 @@ INSTANTIATE_TEST_SUITE_P(Over, SlowSession, testing::Values(Line::kEmbedded, Lin
 TEST_P(SlowSession, EndsAWaitInTimeAndAnswersLaterRequestsBehindTheScript) {
   const auto peer = connect();
   MDXCliParam* script = nullptr;
-  ASSERT_TRUE(peer->session().CalcExec(kEndless, nullptr, &script));
+  ASSERT_TRUE(peer->session().CalcExec(kEndlessScript, nullptr, &script));
   EXPECT_FALSE(peer->session().WaitResult(&script, 1));
   EXPECT_EQ(script, nullptr);
   EXPECT_EQ(peer->ask("SRV_GROUPS_INFO", "").status, 0);
 }
 
 TEST_P(SlowSession, AnswersAScriptThatUsesUpItsBudget) {
-  EXPECT_EQ(connect()->script(kEndless).status, wire::kBudgetSpent);
+  EXPECT_EQ(connect()->script(kEndlessScript).status, wire::kBudgetSpent);
 }
 
 TEST_P(SlowSession, ServesOthersWhileAScriptRuns) {
   const auto busy = connect();
   const auto other = connect();
   MDXCliParam* script = nullptr;
-  ASSERT_TRUE(busy->session().CalcExec(kEndless, nullptr, &script));
+  ASSERT_TRUE(busy->session().CalcExec(kEndlessScript, nullptr, &script));
   EXPECT_EQ(other->ask("SRV_GROUPS_INFO", "").status, 0);
   EXPECT_EQ(busy->collect(&script, -1).status, wire::kBudgetSpent);
 }

@@ -140,19 +140,18 @@ class SlowScripts : public BadInput {
     options.budget.steps = std::numeric_limits<int64_t>::max();
     return options;
   }
-  static constexpr char kEndless[] = "Endless()\n{\n  var i;\n  i = 0;\n  while (0 < 1) i = i + 1;\n}\n";
 };
 
 TEST_F(SlowScripts, ACallThatHasComeIsNotEnded) {
   v1::BlockReply reply;
-  const Status status = call(oneRequest(v1::SCRIPT, kEndless, ""), &reply);
+  const Status status = call(oneRequest(v1::SCRIPT, kEndlessScript, ""), &reply);
   ASSERT_TRUE(status.ok()) << status.error_message();
   EXPECT_EQ(reply.each(0).status(), wire::kBudgetSpent);
 }
 
 TEST_F(SlowScripts, AnUploadThatHasComeIsNotEnded) {
   v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::SCRIPT, kEndless, "");
+  *piece.mutable_block() = oneRequest(v1::SCRIPT, kEndlessScript, "");
   grpc::ClientContext context;
   v1::BlockReply reply;
   const auto writer = stub->Upload(&context, &reply);
