@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <tlm/v1/model.grpc.pb.h>
@@ -105,12 +106,33 @@ class BadInput : public testing::Test {
         stub(v1::Model::NewStub(channel)) {}
   // Whatever came before, somebody else is served.
   ~BadInput() override {
+    const auto peer = connectPeer();
+    EXPECT_TRUE(peer && peer->ask("SRV_GROUPS_INFO", "").status == 0);
+  }
+
+  // Null, and a failure of the test, when it cannot be reached.
+  std::unique_ptr<Peer> connectPeer() {
     std::string problem;
     auto transport = connectToServer(quickLine(network.tcp()), &problem);
-    EXPECT_NE(transport, nullptr) << problem;
-    if (!transport) return;
-    Peer peer(std::move(transport));
-    EXPECT_EQ(peer.ask("SRV_GROUPS_INFO", "").status, 0);
+    if (!transport) ADD_FAILURE() << problem;
+    return transport ? std::make_unique<Peer>(std::move(transport)) : nullptr;
+  }
+  // An event of that many bytes and more.
+  static void writeLarge(Peer& peer, size_t bytes) {
+    ASSERT_EQ(peer.write("Archives", keyOf("Склад"), "location", std::string(bytes, 'd')), 0);
+  }
+
+  using Stream = grpc::ClientReaderWriter<v1::Subscription, v1::Delivery>;
+  // Hears of changes from now on, which is told already, or of those behind an event.
+  std::unique_ptr<Stream> listen(grpc::ClientContext* context, std::optional<int64_t> after = {}) {
+    auto stream = stub->Listen(context);
+    v1::Subscription subscription;
+    subscription.add_kinds(602);
+    if (after) subscription.set_after(*after);
+    stream->Write(subscription);
+    v1::Delivery delivery;
+    EXPECT_TRUE(after || stream->Read(&delivery));
+    return stream;
   }
 
   static server::CoreOptions small() {

@@ -252,22 +252,14 @@ class Narrow : public BadInput {
 // One that does not read is cut off, the events that stand in its queue are not lost for it when it comes back.
 TEST_F(Narrow, AClientThatDoesNotKeepUpIsEndedAndMayComeBack) {
   grpc::ClientContext context;
-  const auto stream = stub->Listen(&context);
-  v1::Subscription subscription;
-  subscription.add_kinds(602);
-  stream->Write(subscription);
-  v1::Delivery delivery;
-  ASSERT_TRUE(stream->Read(&delivery));
-  Peer writer([&] {
-    std::string problem;
-    return connectToServer(quickLine(network.tcp()), &problem);
-  }());
+  const auto stream = listen(&context);
+  const auto writer = connectPeer();
+  ASSERT_NE(writer, nullptr);
   constexpr int kWrites = 60;
-  for (int i = 0; i < kWrites; ++i) {
-    ASSERT_EQ(writer.write("Archives", keyOf("Склад"), "location", std::string(200'000, 'd')), 0);
-  }
+  for (int i = 0; i < kWrites; ++i) writeLarge(*writer, 200'000);
+  v1::Delivery delivery;
   int64_t position = 0;
-  const auto follow = [&](grpc::ClientReaderWriter<v1::Subscription, v1::Delivery>& from) {
+  const auto follow = [&](Stream& from) {
     while (position < kWrites && from.Read(&delivery)) {
       for (const v1::Event& event : delivery.events()) {
         EXPECT_EQ(event.sequence(), position + 1);
@@ -280,9 +272,7 @@ TEST_F(Narrow, AClientThatDoesNotKeepUpIsEndedAndMayComeBack) {
   EXPECT_EQ(stream->Finish().error_code(), StatusCode::RESOURCE_EXHAUSTED);
   for (int i = 0; i < kWrites && position < kWrites; ++i) {
     grpc::ClientContext again;
-    const auto next = stub->Listen(&again);
-    subscription.set_after(position);
-    next->Write(subscription);
+    const auto next = listen(&again, position);
     follow(*next);
     again.TryCancel();
     next->Finish();
@@ -293,17 +283,11 @@ TEST_F(Narrow, AClientThatDoesNotKeepUpIsEndedAndMayComeBack) {
 // It would meet the event again and again, however often it came back.
 TEST_F(Narrow, AnEventThatIsLargerThanTheQueueIsTold) {
   grpc::ClientContext context;
-  const auto stream = stub->Listen(&context);
-  v1::Subscription subscription;
-  subscription.add_kinds(602);
-  stream->Write(subscription);
+  const auto stream = listen(&context);
+  const auto writer = connectPeer();
+  ASSERT_NE(writer, nullptr);
+  writeLarge(*writer, 2'000'000);
   v1::Delivery delivery;
-  ASSERT_TRUE(stream->Read(&delivery));
-  std::string problem;
-  auto transport = connectToServer(quickLine(network.tcp()), &problem);
-  ASSERT_NE(transport, nullptr) << problem;
-  Peer writer(std::move(transport));
-  ASSERT_EQ(writer.write("Archives", keyOf("Склад"), "location", std::string(2'000'000, 'd')), 0);
   do {
     ASSERT_TRUE(stream->Read(&delivery)) << stream->Finish().error_message();
   } while (delivery.events_size() == 0);
@@ -343,14 +327,12 @@ TEST_F(BadInput, ANameOfAUserThatIsTooLongIsRefused) {
 
 // Each block is within its limit; the record would not be.
 TEST_F(BadInput, ARecordThatNoEventCouldCarryIsRefused) {
-  std::string problem;
-  auto transport = connectToServer(quickLine(network.tcp()), &problem);
-  ASSERT_NE(transport, nullptr) << problem;
-  Peer peer(std::move(transport));
+  const auto peer = connectPeer();
+  ASSERT_NE(peer, nullptr);
   const std::string half(size_t{5} << 20, 'x');
-  ASSERT_EQ(peer.write("Archives", keyOf("Склад"), "location", half), 0);
-  EXPECT_EQ(peer.write("Archives", keyOf("Склад"), "name_", half), wire::kTooLarge);
-  EXPECT_EQ(peer.field("Archives", keyOf("Склад"), "location"), half);
+  ASSERT_EQ(peer->write("Archives", keyOf("Склад"), "location", half), 0);
+  EXPECT_EQ(peer->write("Archives", keyOf("Склад"), "name_", half), wire::kTooLarge);
+  EXPECT_EQ(peer->field("Archives", keyOf("Склад"), "location"), half);
 }
 
 // ---- whose word a status is ----

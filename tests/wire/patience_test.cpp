@@ -176,20 +176,12 @@ class Stuck : public BadInput {
 
 TEST_F(Stuck, AClientThatTakesNothingIsEnded) {
   grpc::ClientContext context;
-  const auto stream = stub->Listen(&context);
-  v1::Subscription subscription;
-  subscription.add_kinds(602);
-  stream->Write(subscription);
-  v1::Delivery delivery;
-  ASSERT_TRUE(stream->Read(&delivery));
-  std::string problem;
-  auto transport = connectToServer(quickLine(network.unixSocket()), &problem);
-  ASSERT_NE(transport, nullptr) << problem;
-  Peer writer(std::move(transport));
-  for (int i = 0; i < 60; ++i) {
-    ASSERT_EQ(writer.write("Archives", keyOf("Склад"), "location", std::string(200'000, 'd')), 0);
-  }
+  const auto stream = listen(&context);
+  const auto writer = connectPeer();
+  ASSERT_NE(writer, nullptr);
+  for (int i = 0; i < 60; ++i) writeLarge(*writer, 200'000);
   EXPECT_TRUE(eventually([&] { return network.logText().find("event=session-closed") != std::string::npos; }));
+  v1::Delivery delivery;
   while (stream->Read(&delivery)) continue;
   EXPECT_FALSE(stream->Finish().ok());
 }
