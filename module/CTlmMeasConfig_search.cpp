@@ -11,6 +11,8 @@
 #include <QTextCodec>
 #include <QToolBar>
 
+#include <algorithm>
+
 namespace {
 
 // The key of the unit of the first record, empty without one.
@@ -170,6 +172,18 @@ bool CTlmMeasConfig::openUnitOf(const CMDArray& records, QModelIndex& unit) {
   return true;
 }
 
+namespace {
+
+// The server knows a key in its own case alone.
+bool recordInAnyCase(CTlmCliSes* session, const QString& key, CMDArray* record) {
+  QStringList forms{key, key.toUpper(), key.toLower()};
+  forms.removeDuplicates();
+  return std::any_of(forms.cbegin(), forms.cend(),
+                     [&](const QString& form) { return GetRecByKey(session, form.toStdString(), record); });
+}
+
+}  // namespace
+
 bool CTlmMeasConfig::FindKeyLink(QString text, QModelIndex& found) {
   const QModelIndex held = treeModel->findByKey(text);
   if (held.isValid()) {
@@ -177,7 +191,7 @@ bool CTlmMeasConfig::FindKeyLink(QString text, QModelIndex& found) {
     return true;
   }
   CMDArray records;
-  if (!GetRecByKey(session(), text.toStdString(), &records) || !openUnitOf(records, found)) return false;
+  if (!recordInAnyCase(session(), text, &records) || !openUnitOf(records, found)) return false;
   // Without a hit the unit stays the result.
   const QModelIndex hit = treeModel->findByKey(text);
   if (hit.isValid()) found = hit;

@@ -491,6 +491,17 @@ TEST_F(Search, FindsAKeyInAClosedUnitByFetchingIt) {
   EXPECT_TRUE(tree()->isExpanded(group.siblingAtRow(1)));
 }
 
+TEST_F(Search, FindsAKeyInAClosedUnitInAnyCase) {
+  byKey();
+  ASSERT_NE(key("Мощность").toLower(), key("Мощность").toUpper());
+  for (const QString& form : {key("Мощность").toLower(), key("Мощность").toUpper()}) {
+    type(form);
+    EXPECT_EQ(press(), "21 Мощность");
+    module->ModuleStart();
+    ASSERT_FALSE(isLoaded("КП-2"));
+  }
+}
+
 TEST_F(Search, ARecordOutsideTheUnitsIsNotFound) {
   load("КП-1");  // its groups have no key
   byKey();
