@@ -13,6 +13,7 @@
 #include <grpcpp/grpcpp.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -103,7 +104,10 @@ class BadInput : public testing::Test {
       : server(kSmallModel, core),
         network(*server.core(), limited(options)),
         channel(channelTo(network.tcp())),
-        stub(v1::Model::NewStub(channel)) {}
+        stub(v1::Model::NewStub(channel)) {
+    // An impatient server may send a slow machine's first attempt away.
+    EXPECT_TRUE(channel->WaitForConnected(std::chrono::system_clock::now() + std::chrono::seconds(20)));
+  }
   // Whatever came before, somebody else is served.
   ~BadInput() override {
     const auto peer = connectPeer();
