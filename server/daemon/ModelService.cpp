@@ -19,6 +19,7 @@ constexpr auto kSlowCall = std::chrono::seconds(1);
 // A request costs memory of its own, however short it is, and a name is copied into each event of a block.
 constexpr int kMostRequests = 65'536;
 constexpr size_t kLongestUser = 256;
+constexpr int kShortSilence = 20;  // this part of the patience: whoever is silent for longer gives way to others
 
 Status tooMany() { return {StatusCode::UNAVAILABLE, "too many calls under way"}; }
 Status tooLarge() { return {StatusCode::RESOURCE_EXHAUSTED, "over the limit of size"}; }
@@ -80,30 +81,44 @@ void ModelService::settle() {
 
 ModelService::Slot::Slot(ModelService& service, grpc::ServerContext* context, size_t bytes)
     : service_(service), context_(context) {
+  const auto now = Clock::now();
   const std::lock_guard lock(service_.mutex_);
-  if (service_.calls_ >= service_.options_.maxCalls) return;
-  given_ = true;
-  ++service_.calls_;
+  given_ = service_.makeRoom(now);
   const auto pieces = static_cast<int>((bytes + wire::kPieceBytes - 1) / wire::kPieceBytes);
-  service_.transfers_.emplace(context_, Clock::now() + pieces * service_.patience());
+  if (given_) service_.transfers_[context_] = {now, now + pieces * service_.patience()};
 }
 
 ModelService::Slot::~Slot() {
-  if (!given_) return;
   const std::lock_guard lock(service_.mutex_);
-  --service_.calls_;
-  service_.transfers_.erase(context_);
+  if (carriesOut_) --service_.calls_;
+  if (given_) service_.transfers_.erase(context_);
 }
 
 void ModelService::Slot::goesOn() const {
+  const auto now = Clock::now();
   const std::lock_guard lock(service_.mutex_);
   const auto transfer = service_.transfers_.find(context_);
-  if (transfer != service_.transfers_.end()) transfer->second = Clock::now() + service_.patience();
+  if (transfer != service_.transfers_.end()) transfer->second = {now, now + service_.patience()};
 }
 
-void ModelService::Slot::isWhole() const {
+bool ModelService::Slot::carriesOut() {
   const std::lock_guard lock(service_.mutex_);
   service_.transfers_.erase(context_);
+  carriesOut_ = service_.calls_ < service_.options_.maxCalls;
+  if (carriesOut_) ++service_.calls_;
+  return carriesOut_;
+}
+
+// With the lock held.
+bool ModelService::makeRoom(Clock::time_point now) {
+  if (transfers_.size() < static_cast<size_t>(options_.maxCalls)) return true;
+  const auto oldest = std::min_element(transfers_.begin(), transfers_.end(), [](const auto& one, const auto& other) {
+    return one.second.heard < other.second.heard;
+  });
+  if (oldest == transfers_.end() || now - oldest->second.heard < patience() / kShortSilence) return false;
+  oldest->first->TryCancel();
+  transfers_.erase(oldest);
+  return true;
 }
 
 Status ModelService::StreamedCall(grpc::ServerContext* context,
@@ -121,11 +136,11 @@ Status ModelService::Upload(grpc::ServerContext* context, grpc::ServerReader<v1:
 
 Status ModelService::call(grpc::ServerContext* context, grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream,
                           v1::BlockReply* response) {
-  const Slot slot(*this, context, wire::kMessageBytes);
+  Slot slot(*this, context, wire::kMessageBytes);
   if (!slot.given()) return tooMany();
   v1::Block request;
   if (!stream->Read(&request)) return {StatusCode::INVALID_ARGUMENT, "not a block"};
-  slot.isWhole();
+  if (!slot.carriesOut()) return tooMany();
   if (const Status good = checkBounds(request); !good.ok()) return good;
   wire::Block block;
   std::string why;
@@ -135,12 +150,12 @@ Status ModelService::call(grpc::ServerContext* context, grpc::ServerUnaryStreame
 
 Status ModelService::upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
                             v1::BlockReply* response) {
-  const Slot slot(*this, context);
+  Slot slot(*this, context);
   if (!slot.given()) return tooMany();
   v1::Block first;
   wire::Block block;
   if (Status read = readPieces(slot, reader, &first, &block); !read.ok()) return read;
-  slot.isWhole();
+  if (!slot.carriesOut()) return tooMany();
   return carryOut(block, first, context->peer(), response);
 }
 
@@ -343,8 +358,8 @@ void ModelService::beat() {
       else
         listener->beat(now);
     }
-    for (const auto& [context, until] : transfers_) {
-      if (until < now) context->TryCancel();
+    for (const auto& [context, transfer] : transfers_) {
+      if (transfer.until < now) context->TryCancel();
     }
     feeds_.endStuckSince(tooOld);
     if (const size_t dropped = shelf_.dropOld(now); dropped > 0)

@@ -51,7 +51,9 @@ class ModelService final : public ModelMethods {
  private:
   using Clock = std::chrono::steady_clock;
 
-  // A call under way. While it transfers it has to go on: each mebibyte within the server's patience.
+  // A call under way: at most maxCalls whose messages are on their way, in or out, and as many that are carried out.
+  // What is on its way has to go on, each mebibyte within the server's patience. Where all places are taken, the one
+  // that has been silent for longest gives way to a new one, once it has been for a twentieth of that.
   class Slot {
    public:
     // The first thing to pass has at most that many bytes.
@@ -60,14 +62,20 @@ class ModelService final : public ModelMethods {
     Slot(const Slot&) = delete;
     Slot& operator=(const Slot&) = delete;
     bool given() const { return given_; }
-    void goesOn() const;   // a whole piece has passed
-    void isWhole() const;  // nothing more is waited for
+    void goesOn() const;  // a whole piece has passed
+    bool carriesOut();    // all has come; false when too many are carried out
 
    private:
     ModelService& service_;
     grpc::ServerContext* const context_;
     bool given_ = false;
+    bool carriesOut_ = false;
   };
+  struct Transfer {
+    Clock::time_point heard;  // when the last piece passed
+    Clock::time_point until;  // the next one has to pass
+  };
+  bool makeRoom(Clock::time_point now);
 
   grpc::Status call(grpc::ServerContext* context, grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream,
                     v1::BlockReply* response);
@@ -94,9 +102,9 @@ class ModelService final : public ModelMethods {
   std::mutex mutex_;
   std::condition_variable wake_;
   bool stopping_ = false;
-  int calls_ = 0;
-  std::map<grpc::ServerContext*, Clock::time_point> transfers_;  // until when the next piece has to pass
-  std::map<Listener*, std::string> listeners_;                   // with their peers
+  int calls_ = 0;  // that are carried out
+  std::map<grpc::ServerContext*, Transfer> transfers_;
+  std::map<Listener*, std::string> listeners_;  // with their peers
   // One that catches up slowly keeps nobody waiting: there are as many threads as ever had work at once, at most one
   // for each stream.
   std::deque<std::function<void()>> work_;

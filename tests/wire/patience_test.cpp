@@ -1,7 +1,10 @@
 // Those who say nothing, or not enough: the server waits as long as its patience lasts and serves others meanwhile.
 #include <sys/resource.h>
 
+#include <future>
 #include <limits>
+#include <memory>
+#include <vector>
 
 #include "BadInput.h"
 
@@ -106,6 +109,7 @@ class OneCall : public BadInput {
   static server::NetOptions options() {
     server::NetOptions options = quickNet();
     options.maxCalls = 1;
+    options.patienceMs = 3'600'000;
     return options;
   }
 };
@@ -128,7 +132,7 @@ TEST_F(OneCall, CallsOverTheLimitAreToldToComeAgain) {
 // What is carried out takes as long as it takes.
 class SlowScripts : public BadInput {
  protected:
-  SlowScripts() : BadInput(options(), slow()) {}
+  explicit SlowScripts(server::NetOptions net = options()) : BadInput(net, slow()) {}
   static server::NetOptions options() {
     server::NetOptions options = quickNet();
     options.patienceMs = 250;
@@ -160,6 +164,64 @@ TEST_F(SlowScripts, AnUploadThatHasComeIsNotEnded) {
   const Status status = writer->Finish();
   ASSERT_TRUE(status.ok()) << status.error_message();
   EXPECT_EQ(reply.each(0).status(), wire::kBudgetSpent);
+}
+
+class OneScript : public SlowScripts {
+ protected:
+  OneScript() : SlowScripts(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = SlowScripts::options();
+    options.maxCalls = 1;
+    return options;
+  }
+};
+
+TEST_F(OneScript, KeepsOthersFromBeingCarriedOut) {
+  auto script = std::async(std::launch::async, [&] {
+    v1::BlockReply reply;
+    return call(oneRequest(v1::SCRIPT, kEndlessScript, ""), &reply);
+  });
+  // The first refusal may come because the script itself is on its way still.
+  int refusals = 0;
+  while (refusals < 3 && script.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+    v1::BlockReply reply;
+    const Status status = call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
+    refusals = status.error_code() == StatusCode::UNAVAILABLE ? refusals + 1 : 0;
+  }
+  EXPECT_EQ(refusals, 3);
+  EXPECT_TRUE(script.get().ok());
+}
+
+class FewPlaces : public BadInput {
+ protected:
+  FewPlaces() : BadInput(options()) {}
+  static server::NetOptions options() {
+    server::NetOptions options = quickNet();
+    options.maxCalls = 3;
+    options.patienceMs = 60'000;
+    return options;
+  }
+};
+
+// Nobody waits until the server's patience with them is over.
+TEST_F(FewPlaces, OfThoseWhoSayNothingOneGivesWay) {
+  std::vector<std::unique_ptr<OpenCall>> silent;
+  for (int i = 0; i < 3; ++i) silent.push_back(std::make_unique<OpenCall>(channel, "/tlm.v1.Model/Call"));
+  v1::BlockReply reply;
+  Status status;
+  do {  // until all have begun over there
+    status = call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
+  } while (status.ok());
+  EXPECT_EQ(status.error_code(), StatusCode::UNAVAILABLE) << "none has been silent for three seconds";
+  EXPECT_TRUE(eventually([&] { return call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply).ok(); }, 15'000));
+  int cancelled = 0;
+  for (const auto& one : silent) {
+    one->send(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", "").SerializeAsString());
+    const Status end = one->finish();
+    EXPECT_TRUE(end.ok() || end.error_code() == StatusCode::CANCELLED) << end.error_message();
+    cancelled += end.ok() ? 0 : 1;
+  }
+  EXPECT_EQ(cancelled, 1);
 }
 
 // It still answers pings, and would keep its queue and its place for ever.
