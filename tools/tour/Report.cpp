@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include <QApplication>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,20 +15,27 @@ namespace {
 
 constexpr int kGap = 16;  // between two windows
 
+// A picture of what a user would see: bars and views lay themselves out when the event loop comes round, and a scroll
+// bar that the first round has brought narrows its view in the second.
+QPixmap picture(QWidget* window) {
+  for (int round = 0; round < 2; ++round) QApplication::processEvents();
+  return window->grab();
+}
+
 QPixmap sideBySide(const QVector<QWidget*>& windows) {
   QVector<QPixmap> pictures;
   QSize size(-kGap, 0);
   for (QWidget* window : windows) {
-    pictures.append(window->grab());
+    pictures.append(picture(window));
     size = QSize(size.width() + kGap + pictures.last().width(), qMax(size.height(), pictures.last().height()));
   }
   QPixmap whole(size);
-  whole.fill(Qt::black);
+  whole.fill(Qt::white);
   QPainter painter(&whole);
   int x = 0;
-  for (const QPixmap& picture : pictures) {
-    painter.drawPixmap(x, 0, picture);
-    x += picture.width() + kGap;
+  for (const QPixmap& each : pictures) {
+    painter.drawPixmap(x, 0, each);
+    x += each.width() + kGap;
   }
   return whole;
 }
@@ -40,7 +48,7 @@ Report::Report(const QDir& folder) : folder_(folder) {
 }
 
 bool Report::step(const QString& step, const QString& expected, const QString& seen, QWidget* window) {
-  return note(step, expected, seen, window ? window->grab() : QPixmap());
+  return note(step, expected, seen, window ? picture(window) : QPixmap());
 }
 
 bool Report::step(const QString& step, const QString& expected, const QString& seen, const QVector<QWidget*>& windows) {
