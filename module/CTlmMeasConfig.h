@@ -418,6 +418,8 @@ class CTlmMeasConfig : public CTlmCliMod {
   QToolButton* addPathButton();
   void resizePropColumns(int propW);
   void clearPathBar();
+  void followPath();
+  QStringList shownPath;  // names and keys that the path bar shows, the nearest first
   // _passport
   QModelIndexList selectedRows() const;
   bool leaveEditedObject(const QItemSelection& selected, const QItemSelection& deselected);

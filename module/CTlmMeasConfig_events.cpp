@@ -50,6 +50,7 @@ int CTlmMeasConfig::MessageData(MDXCliParam* message) {
       break;
     case kEventChanged:
       eventChanged(ev);
+      followPath();
       break;
     default:
       if (receiptOf(ev.kind)) showTuReceipt(message);

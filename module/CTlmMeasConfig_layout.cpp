@@ -40,6 +40,13 @@ QList<PathEntry> pathOf(const QModelIndex& index) {
   return path;
 }
 
+QStringList fingerprint(const QList<PathEntry>& path) {
+  QStringList texts;
+  texts.reserve(2 * path.size());
+  for (const PathEntry& entry : path) texts << entry.text << entry.key;
+  return texts;
+}
+
 // Tells of each new size of a widget. Before the first look at a window its parts are sized after the window.
 class SizeWatch : public QObject {
  public:
@@ -176,6 +183,7 @@ void CTlmMeasConfig::ChangeToolBarCfg() {
   auto* menu = new QMenu(button);
 
   const QList<PathEntry> path = pathOf(current);
+  shownPath = fingerprint(path);
   const int count = path.size();
   if (count == 0) return;
   const int overflow = CheckCurrentWight(toolBarCfg->width(), count);
@@ -193,6 +201,13 @@ void CTlmMeasConfig::ChangeToolBarCfg() {
   if (menu->actions().isEmpty()) return;
   button->setMenu(menu);
   button->setPopupMode(QToolButton::MenuButtonPopup);
+}
+
+// What stands above the selected row can get another name or another place while the row stays selected.
+void CTlmMeasConfig::followPath() {
+  const QModelIndex current = ui->tV_MeasConfig->currentIndex();
+  if (!current.isValid() || fingerprint(pathOf(current)) == shownPath) return;
+  if (selectedRows().size() == 1) ChangeToolBarCfg();
 }
 
 void CTlmMeasConfig::ExecTlBarCfgAction() {

@@ -3,6 +3,7 @@
 #include <QToolButton>
 
 #include "ModuleWindow.h"
+#include "TreeEventsWindow.h"
 
 namespace tlm::test {
 namespace {
@@ -118,6 +119,66 @@ TEST_F(PathBar, DoesNotGrowWithUse) {
   for (int i = 0; i < 5; ++i) path("P", 600);
   settle();
   EXPECT_EQ(module->toolBarCfg->findChildren<QObject*>().size(), before);
+}
+
+// ---- what others do above the selected row ----------------------------------------------------------------
+
+class LivePathBar : public TreeEvents {
+ protected:
+  void SetUp() override {
+    start();
+    load("КП-1");
+    load("КП-2");
+    click(row("P Т-1"));
+  }
+  QString path() {
+    QStringList texts;
+    for (const QAction* action : module->toolBarCfg->actions())
+      if (!action->text().isEmpty()) texts += action->text();
+    const auto* button =
+        qobject_cast<QToolButton*>(module->toolBarCfg->widgetForAction(module->toolBarCfg->actions().value(0)));
+    if (button->menu())
+      for (int i = button->menu()->actions().size() - 1; i >= 0; --i)
+        texts.prepend(button->menu()->actions()[i]->text());
+    return texts.join(" > ");
+  }
+};
+
+TEST_F(LivePathBar, FollowsTheSelectedRowThatAnotherMoves) {
+  EXPECT_EQ(path(), "Подстанция Северная > ОРУ-110 > КП-1");
+  other.change("Measurement", key("P Т-1"), {"RemoteUnitKey=" + key("КП-2")});
+  commit();
+  EXPECT_EQ(current(), "P Т-1");
+  EXPECT_EQ(path(), "Подстанция Северная > КП-2");
+}
+
+TEST_F(LivePathBar, FollowsTheUnitOfTheSelectedRowToItsNewFolder) {
+  other.change("RemoteUnit", key("КП-1"), {"RemoteUnitFolderKey=" + key("Подстанция Южная")});
+  commit();
+  EXPECT_EQ(current(), "P Т-1");
+  EXPECT_EQ(path(), "Подстанция Южная > КП-1");
+}
+
+TEST_F(LivePathBar, ShowsTheNewNamesOfWhatStandsAboveTheSelectedRow) {
+  other.change("IdentifiedObject", key("КП-1"), {"name_=КП-10"});
+  other.change("RemoteUnitFolder", key("ОРУ-110"), {"caption=ОРУ-220"});
+  commit();
+  EXPECT_EQ(path(), "Подстанция Северная > ОРУ-220 > КП-10");
+}
+
+TEST_F(LivePathBar, KeepsItsEntriesWhenNothingAboveTheRowChanges) {
+  const QList<QAction*> before = module->toolBarCfg->actions();
+  other.change("IdentifiedObject", key("Q Т-1"), {"name_=Q Т-10"});
+  commit();
+  EXPECT_EQ(module->toolBarCfg->actions(), before);
+}
+
+TEST_F(LivePathBar, StaysWhileSeveralRowsAreSelected) {
+  click(row("I Т-2"), Qt::ControlModifier);
+  const QString before = path();
+  other.change("IdentifiedObject", key("КП-2"), {"name_=КП-20"});
+  commit();
+  EXPECT_EQ(path(), before);
 }
 
 }  // namespace
