@@ -1,8 +1,7 @@
 #include "FormWindow.h"
 
-#include <QFormLayout>
 #include <QFrame>
-#include <QHBoxLayout>
+#include <QGridLayout>
 #include <QLabel>
 #include <QScreen>
 #include <QVBoxLayout>
@@ -20,12 +19,22 @@ QLabel* selectable(const QString& text) {
   return label;
 }
 
-QFormLayout* makeRows() {
-  auto* const rows = new QFormLayout;
-  rows->setLabelAlignment(Qt::AlignLeft);
-  rows->setHorizontalSpacing(24);
-  return rows;
-}
+// Two columns of names and values whose rows stand on one line, however large the text of one of them is.
+class FactGrid {
+ public:
+  explicit FactGrid(QGridLayout* grid) : grid_(grid) {
+    grid->setHorizontalSpacing(24);
+    for (int side = 0; side < 2; ++side) grid->setColumnStretch(2 * side + 1, 1);
+  }
+  void add(int side, const QString& name, QLabel* value) {
+    grid_->addWidget(new QLabel(name), rows_[side], 2 * side);
+    grid_->addWidget(value, rows_[side]++, 2 * side + 1);
+  }
+
+ private:
+  QGridLayout* grid_;
+  int rows_[2] = {0, 0};
+};
 
 }  // namespace
 
@@ -44,19 +53,16 @@ FormWindow::FormWindow(StationServer& server, const QString& file, const ObjectI
   large.setPointSizeF(large.pointSizeF() * 1.3);
   heading->setFont(large);
   value_->setFont(large);
-  QFormLayout* const what = makeRows();
-  what->addRow("Объект", selectable(object.name));
-  what->addRow("Класс", selectable(classTitle(object.className)));
-  if (!object.unitName.isEmpty()) what->addRow("Устройство", selectable(object.unitName));
-  if (object.locId != 0) what->addRow("Номер", selectable(QString::number(object.locId)));
-  QFormLayout* const now = makeRows();
-  now->addRow("Значение", value_);
-  now->addRow("Качество", quality_);
-  now->addRow("Время", time_);
-  now->addRow("Файл формы", selectable(file));
-  auto* const rows = new QHBoxLayout;
-  rows->addLayout(what, 1);
-  rows->addLayout(now, 1);
+  auto* const rows = new QGridLayout;
+  FactGrid facts(rows);
+  facts.add(0, "Объект", selectable(object.name));
+  facts.add(0, "Класс", selectable(classTitle(object.className)));
+  if (!object.unitName.isEmpty()) facts.add(0, "Устройство", selectable(object.unitName));
+  if (object.locId != 0) facts.add(0, "Номер", selectable(QString::number(object.locId)));
+  facts.add(1, "Значение", value_);
+  facts.add(1, "Качество", quality_);
+  facts.add(1, "Время", time_);
+  facts.add(1, "Файл формы", selectable(file));
   auto* const line = new QFrame(this);
   line->setFrameShape(QFrame::HLine);
   line->setFrameShadow(QFrame::Sunken);

@@ -76,6 +76,7 @@ RetroWindow::RetroWindow(StationServer& server, QWidget* parent)
 
 void RetroWindow::setObject(const ObjectInfo& object) {
   object_ = object;
+  chart_->setValueText([object](double value) { return shownValue({0, server::Quality::kGood, value}, object); });
   setWindowTitle(QString("Ретроспектива: %1").arg(object.name));
   heading_->setText(object.unitName.isEmpty() ? object.name : object.unitName + ": " + object.name);
   refresh();

@@ -365,10 +365,9 @@ const ChartPoint* RetroChart::nearest(double time) const {
 QString RetroChart::underCursor() const {
   if (points_.empty() || cursor_ < 0) return {};
   const ChartPoint* const point = nearest(timeAt(cursor_));
-  QString text =
-      QString("%1   %2 %3")
-          .arg(localTime(point->time).toString("dd.MM.yyyy hh:mm:ss"), QString::number(point->value, 'g', 8), measure_)
-          .trimmed();
+  const QString value = valueText_ ? valueText_(point->value)
+                                   : QString("%1 %2").arg(QString::number(point->value, 'g', 8), measure_).trimmed();
+  QString text = QString("%1   %2").arg(localTime(point->time).toString("dd.MM.yyyy hh:mm:ss"), value);
   if (point->quality != Quality::kGood) text += QString(" (%1)").arg(qualityText(point->quality));
   return text;
 }

@@ -6,6 +6,7 @@
 
 #include <QtCharts/QChartView>
 
+#include <functional>
 #include <vector>
 
 #include "reducePoints.h"
@@ -30,8 +31,10 @@ class RetroChart : public QtCharts::QChartView {
 
   void setSeries(std::vector<server::LiveValue> values, bool steps, const QString& measure);
   void setPoints(std::vector<ChartPoint> points, bool steps, const QString& measure);  // oldest first
-  size_t points() const { return points_.size(); }                                     // that there are
-  const std::vector<ChartPoint>& drawn();                                              // of those
+  // How a value is written beside the cursor, its measure included; until told, with up to eight digits.
+  void setValueText(std::function<QString(double)> write) { valueText_ = std::move(write); }
+  size_t points() const { return points_.size(); }  // that there are
+  const std::vector<ChartPoint>& drawn();           // of those
 
   // What is shown of the time; all of it until the wheel or a drag changes that. A double click shows all again.
   double shownFrom() const;
@@ -75,6 +78,7 @@ class RetroChart : public QtCharts::QChartView {
   bool stale_ = true;  // drawn_ is of other times, another width or other points
   bool steps_ = false;
   QString measure_;
+  std::function<QString(double)> valueText_;
   double from_ = 0;  // the times shown; both 0: all
   double to_ = 0;
   double cursor_ = -1;  // x of the mouse, -1 outside

@@ -10,7 +10,7 @@ static void initForms() { Q_INIT_RESOURCE(forms); }
 namespace tlm {
 namespace {
 
-constexpr double kHalo = 4;
+constexpr double kHalo = 4;  // to both sides; the lines of a bay stand close above one another
 
 }  // namespace
 
@@ -49,7 +49,7 @@ void SchemeView::paintEvent(QPaintEvent*) {
   if (mark_.isEmpty()) return;
   painter.setPen(QPen(QColor("#e08a00"), 2));
   painter.setBrush(QColor(255, 200, 60, 70));
-  painter.drawRoundedRect(mark_.adjusted(-kHalo, -kHalo, kHalo, kHalo), kHalo, kHalo);
+  painter.drawRoundedRect(mark_.adjusted(-kHalo, 0, kHalo, 0), kHalo, kHalo);
 }
 
 }  // namespace tlm

@@ -120,6 +120,13 @@ TEST_F(RetroChartTest, TellsTheValueUnderTheCursorAndItsQuality) {
   EXPECT_EQ(chart.underCursor(), "");
 }
 
+TEST_F(RetroChartTest, WritesTheValueUnderTheCursorAsItIsTold) {
+  chart.setValueText([](double value) { return QString("<%1>").arg(value, 0, 'f', 2); });
+  show({{kDay, 1.23456}, {kDay + kMinute, 2.5}});
+  moveTo(0.1);
+  EXPECT_TRUE(chart.underCursor().endsWith("   <1.23>")) << chart.underCursor().toStdString();
+}
+
 TEST_F(RetroChartTest, DrawsNoMoreThanThePictureCanShow) {
   std::vector<ChartPoint> points;
   for (int i = 0; i < 100'000; ++i) points.push_back({kDay + i * kMinute / 60, double(i * 7919 % 1000)});

@@ -381,7 +381,7 @@ TEST_F(Station, LooksCloserAtTheRetrospectiveAndSavesIt) {
   StationWindow* const window = open();
   const double now = server::systemTime();
   for (int i = 0; i < 10; ++i)
-    server.core().live().set(1001, {now - (10 - i) / 1440.0, server::Quality::kGood, 1.0 * i});
+    server.core().live().set(1001, {now - (10 - i) / 1440.0, server::Quality::kGood, 1.0 * i + 0.1234});
   call(window, "RUN_MOD", retro("P Т-1"));
   RetroWindow* const retrospective = app->lastRetro();
   auto* const chart = retrospective->findChild<RetroChart*>();
@@ -391,7 +391,7 @@ TEST_F(Station, LooksCloserAtTheRetrospectiveAndSavesIt) {
   EXPECT_EQ(chart->underCursor(), "");
   QMouseEvent over(QEvent::MouseMove, QPointF(chart->width() - 30, 50), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
   QCoreApplication::sendEvent(view, &over);
-  EXPECT_TRUE(chart->underCursor().contains("   9 ")) << chart->underCursor().toStdString();
+  EXPECT_TRUE(chart->underCursor().contains("   9.1 ")) << chart->underCursor().toStdString();
   QWheelEvent closer(middle, view->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
                      false);
   QCoreApplication::sendEvent(view, &closer);
@@ -410,7 +410,7 @@ TEST_F(Station, LooksCloserAtTheRetrospectiveAndSavesIt) {
   const QList<QByteArray> lines = csv.readAll().split('\n');
   ASSERT_EQ(lines.size(), 12);
   EXPECT_EQ(QString::fromUtf8(lines[0]), "Время;Значение;Качество");
-  EXPECT_TRUE(QString::fromUtf8(lines[10]).endsWith("\"9 МВт\";достоверно")) << lines[10].toStdString();
+  EXPECT_TRUE(QString::fromUtf8(lines[10]).endsWith("\"9.1 МВт\";достоверно")) << lines[10].toStdString();
   EXPECT_FALSE(retrospective->saveCsv("/nowhere/a.csv"));
   ASSERT_TRUE(retrospective->savePng(saved.filePath("a.png")));
   EXPECT_FALSE(QPixmap(saved.filePath("a.png")).isNull());
@@ -458,6 +458,18 @@ TEST_F(Station, MarksTheMeasurementOnItsDiagram) {
   form = qobject_cast<FormWindow*>(app->lastForm());
   ASSERT_NE(form->scheme(), nullptr);
   EXPECT_TRUE(form->scheme()->marked().isEmpty());
+}
+
+TEST_F(Station, MarksNothingOfTheLineBelowTheMeasurementOnItsDiagram) {
+  SchemeView scheme;
+  scheme.resize(1310, 1061);  // the form's own size
+  ASSERT_TRUE(scheme.load("schemes/001.svg"));
+  ASSERT_TRUE(scheme.mark(1003));
+  const QRect below = scheme.marked().toAlignedRect().adjusted(0, 1, 0, 0);
+  ASSERT_TRUE(scheme.mark(1004));  // of another bay
+  const QImage plain = scheme.grab(below).toImage();
+  ASSERT_TRUE(scheme.mark(1001));
+  EXPECT_EQ(scheme.grab(below).toImage(), plain);
 }
 
 TEST_F(Station, OpensAFormInPlaceOfTheOtherOrBesideIt) {
