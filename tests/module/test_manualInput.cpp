@@ -126,6 +126,16 @@ TEST_F(ManualInput, OfADiscreteIsAStateByName) {
   EXPECT_EQ(valueOf(2001), "1");
 }
 
+TEST_F(ManualInput, OfADiscreteEndsItsStatesWhereItsButtonsEnd) {
+  choose("Q-1", module->actManual);
+  QApplication::processEvents();
+  const auto rightOf = [&](const char* name) {
+    const auto* widget = in<QWidget>(panel(), name);
+    return widget->mapTo(panel(), widget->rect().topRight()).x();
+  };
+  EXPECT_EQ(rightOf("cb_State"), rightOf("btn_Cancel"));
+}
+
 TEST_F(ManualInput, OfAnAccumulatorIsAWholeNumber) {
   choose("Wp", module->actManual);
   for (const char* wrong : {"1,5", "-1", "1001"}) {
@@ -324,7 +334,7 @@ TEST_F(ManualInput, OfAStateOpensOnTheStateThatStands) {
 
 TEST_F(ManualInput, ThatIsNotAllowedOnlyLifts) {
   choose("Нельзя", module->actManual);
-  EXPECT_EQ(told(panel(), "lbl_Problem"), "Ручной ввод для этого измерения не разрешён.");
+  EXPECT_EQ(told(panel(), "lbl_Problem"), "Ручной ввод для этого измерения не разрешен.");
   EXPECT_TRUE(panel()->isManualAuto());
   EXPECT_FALSE(in<QRadioButton>(panel(), "rb_Manual")->isEnabled());
   EXPECT_FALSE(in<QLineEdit>(panel(), "le_Value")->isEnabled());

@@ -72,7 +72,7 @@ void CPopManualInput::build() {
   grid->addWidget(p.automatic, 0, 0, 1, 3);
   grid->addWidget(p.manual, 1, 0);
   grid->addWidget(p.value, 1, 1);
-  grid->addWidget(p.states, 1, 1);
+  grid->addWidget(p.states, 1, 1, 1, 2);  // in place of value and unit
   grid->addWidget(p.unit, 1, 2);
   grid->addWidget(p.limits, 2, 1, 1, 2);
   grid->setColumnStretch(1, 1);
@@ -109,6 +109,7 @@ void CPopManualInput::SetParams(const QByteArray& params) {
   p.value->setMaxLength(p.rules.kind == tlm::ManualRules::kText ? p.rules.maxLength : 40);
   p.value->setText(tlm::editText(p.rules, lines.value("value")));
   p.unit->setText(p.rules.unit);
+  p.unit->setVisible(!byName && !p.rules.unit.isEmpty());
   p.limits->setText(tlm::limitsText(p.rules));
   p.limits->setVisible(!p.limits->text().isEmpty());
   const bool manual = lines.flag("manual");
@@ -118,7 +119,7 @@ void CPopManualInput::SetParams(const QByteArray& params) {
   p.manual->setChecked(p.rules.allowed);
   p.manual->setEnabled(p.rules.allowed);
   p.apply->setEnabled(p.rules.allowed || manual);
-  tell(p.rules.allowed ? QString() : QStringLiteral("Ручной ввод для этого измерения не разрешён."));
+  tell(p.rules.allowed ? QString() : QStringLiteral("Ручной ввод для этого измерения не разрешен."));
   choose();
   moveToCenter();
 }
