@@ -108,7 +108,7 @@ Reply planManual(const ModelTables& tables, std::string_view body, double now, M
   plan->locId = static_cast<int32_t>(*locId);
   plan->key = object.key;
   if (bodyValue(body, "auto") == "1") return {};
-  if (isOff(object, "manualAllowed")) return refused("Ручной ввод для этого измерения не разрешён.");
+  if (isOff(object, "manualAllowed")) return refused("Ручной ввод для этого измерения не разрешен.");
   LiveValue value{now, Quality::kManual, {}};
   Reply reply = readValue(object, bodyValue(body, "value"), &value);
   if (reply.status == wire::kOk) plan->value = std::move(value);

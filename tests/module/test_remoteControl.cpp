@@ -530,7 +530,7 @@ TEST_F(RemoteControl, WhoseRefusalIsLostTellsWhyWhenItIsAskedFor) {
   app.failures.add("PacketExec RemoteControl", Fail::kTimeOut);
   command("Q-1", "Петров", "wrong");
   EXPECT_EQ(panel()->step(), CPopRemoteControl::kUnknown);
-  EXPECT_EQ(outcome(), "bad: Команда не подана: сервер её не принял. Неверное имя оператора или пароль.");
+  EXPECT_EQ(outcome(), "bad: Команда не подана: сервер ее не принял. Неверное имя оператора или пароль.");
   EXPECT_TRUE(device->commands.empty());
 }
 

@@ -24,7 +24,7 @@ TEST_F(ManualValueTest, AValueByHandKeepsToTheLimitsOfItsMeasurement) {
 TEST_F(ManualValueTest, AValueByHandMayBeForbiddenAndStillLifted) {
   ASSERT_EQ(manual("locId=1001\nvalue=3"), "accepted");
   ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"manualAllowed", false}})}), wire::kOk);
-  EXPECT_EQ(manual("locId=1001\nvalue=4"), "Ручной ввод для этого измерения не разрешён.");
+  EXPECT_EQ(manual("locId=1001\nvalue=4"), "Ручной ввод для этого измерения не разрешен.");
   EXPECT_EQ(manual("locId=1001\nauto=1"), "accepted");
   EXPECT_FALSE(core->live().isManual(1001));
 }
