@@ -1,3 +1,4 @@
+#include <TlmServer/CodePage.h>
 #include <TlmServer/Core.h>
 #include <TlmServer/ModelTables.h>
 #include <TlmServer/Simulator.h>
@@ -118,9 +119,9 @@ LiveValue Simulator::valueOf(const Point& point, double now) const {
       value.value = std::floor(std::fmod(now, 36525) * point.middle);
       break;
     case Kind::kString: {
-      static constexpr const char* kTexts[] = {"OK", "TEST", "LOCAL", "REMOTE"};
+      static constexpr const char* kTexts[] = {"норма", "проверка", "резерв", "без изменений"};
       value.value =
-          std::string(kTexts[static_cast<size_t>(noise(seed_, point.locId, static_cast<int64_t>(seconds / 300)) * 4)]);
+          toCodePage(kTexts[static_cast<size_t>(noise(seed_, point.locId, static_cast<int64_t>(seconds / 300)) * 4)]);
       break;
     }
   }

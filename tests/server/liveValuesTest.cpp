@@ -1,6 +1,9 @@
 #include "fixture.h"
 
+#include <TlmServer/CodePage.h>
 #include <TlmServer/Simulator.h>
+
+#include <set>
 
 namespace tlm::server::test {
 namespace {
@@ -210,6 +213,16 @@ TEST_F(LiveValueServerTest, TwoRunsOfTheSimulatorAgree) {
   second.tick(kNow);
   EXPECT_EQ(core->live().current(1001), analog);
   EXPECT_EQ(core->live().current(1004), text);
+}
+
+TEST_F(LiveValueServerTest, SimulatedTextsAreRussianInTheCodePage) {
+  Simulator simulator(*core, 42);
+  std::set<std::string> texts;
+  for (int i = 0; i < 100; ++i) {
+    simulator.tick(kNow + i * 0.01);
+    texts.insert(fromCodePage(std::get<std::string>(core->live().current(1004)->value)));
+  }
+  EXPECT_EQ(texts, (std::set<std::string>{"норма", "проверка", "резерв", "без изменений"}));
 }
 
 TEST_F(LiveValueServerTest, TheSimulatorMovesValuesWithTheTime) {
