@@ -12,7 +12,7 @@
 namespace tlm::tour {
 namespace {
 
-constexpr const char* kNewName = "P Т-1 после ремонта";
+constexpr const char* kNewName = "F 1 СШ 220 кВ после ремонта";
 
 // A text of a record as the server holds it.
 QString textOf(const MDArray* table, const MDRData* record, const char* field) {

@@ -58,7 +58,7 @@ LiveRoad::~LiveRoad() = default;
 bool LiveRoad::play() {
   if (!open()) return false;
   openUnits();
-  rename("one-renames", "P Т-1 после замены датчика");
+  rename("one-renames", "F 1 СШ 110 кВ после замены датчика");
   moveMeasurement();
   moveUnit();
   removeMeasurement();
@@ -195,13 +195,13 @@ void LiveRoad::loseServer() {
           [](const Stage& stage) { return stage.window()->connectionText(); });
   if (!back) return;
   for (Stage* stage : {mine_.get(), other_.get()}) select(*stage, measurement_);
-  rename("renamed-after-the-break", "P Т-1 после перерыва");
+  rename("renamed-after-the-break", "F 1 СШ 110 кВ после перерыва");
 }
 
 // The edit is refused, the name stays, and the window goes on.
 void LiveRoad::saveWithoutServer() {
   const QString name = mine_->rowByKey(measurement_).data().toString();
-  edit("Наименование", "P Т-1 без связи");
+  edit("Наименование", "F 1 СШ 110 кВ без связи");
   const auto boxes = CPopMessageBox::waitingBoxes();
   report_.step("save-without-a-server",
                "При изменении данных возникла непредвиденная ошибка.\nДанные не были изменены!",

@@ -28,6 +28,8 @@ namespace {
 constexpr int kExecuted = 1007;
 constexpr int kRefused = 1015;
 constexpr int kSilent = 1025;
+// The voltage at the other end of the line of 1001.
+constexpr int kNeighbour = 1092;
 
 QString shown(QWidget* panel, const char* label) {
   const auto* text = panel ? panel->findChild<QLabel*>(QLatin1String(label)) : nullptr;
@@ -148,12 +150,12 @@ void OperatorRoad::duplicates() {
   choose("Дубли");
   QWidget* const sources = panel("TlmDublies");
   if (!sources) return void(report_.step("duplicates", "a panel", "none", stage_->window()));
-  type(sources, "le_Number", "1101");
+  type(sources, "le_Number", QString::number(kNeighbour));
   stage_->key(sources->findChild<QLineEdit*>("le_Number"), Qt::Key_Return);
   QTest::mouseClick(sources->findChild<QToolButton*>("btn_Up"), Qt::LeftButton);
   QApplication::processEvents();
   const auto* table = sources->findChild<QTableWidget*>("tw_Dublies");
-  report_.step("duplicates", "2 sources, 1101 first",
+  report_.step("duplicates", QString("2 sources, %1 first").arg(kNeighbour),
                QString("%1 sources, %2 first").arg(table->rowCount()).arg(table->item(0, 1)->text()), stage_->window());
   QTest::mouseClick(sources->findChild<QPushButton*>("btn_OK"), Qt::LeftButton);
   QApplication::processEvents();

@@ -151,6 +151,7 @@ void TemplateRoad::aggregated() {
   const QStringList wanted{u8("P Т-1_минимум за час"), u8("P Т-1_среднее 30 мин")};
   Stage::until([&] { return namesBelow(stage_->rowByKey(key_)) == wanted; });
   stage_->tree()->expand(stage_->rowByKey(key_));
+  stage_->tree()->scrollTo(stage_->rowByKey(key_), QAbstractItemView::PositionAtCenter);
   step("aggregated-saved", wanted.join("; "), namesBelow(stage_->rowByKey(key_)).join("; "));
 }
 
@@ -161,6 +162,7 @@ void TemplateRoad::noneTicked() {
   step("aggregated-unticked", "", ticked());
   stage_->key(QApplication::focusWidget(), Qt::Key_Return);
   Stage::until([&] { return namesBelow(stage_->rowByKey(key_)).isEmpty(); });
+  stage_->tree()->scrollTo(stage_->rowByKey(key_), QAbstractItemView::PositionAtCenter);
   step("aggregated-removed", "", namesBelow(stage_->rowByKey(key_)).join("; "));
 }
 
