@@ -58,7 +58,7 @@ LiveRoad::~LiveRoad() = default;
 bool LiveRoad::play() {
   if (!open()) return false;
   openUnits();
-  rename("one-renames", "F 1 СШ 110 кВ после замены датчика");
+  rename("one-renames", "F 1 СШ 110 кВ, новый датчик");
   moveMeasurement();
   moveUnit();
   removeMeasurement();
