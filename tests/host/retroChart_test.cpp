@@ -3,9 +3,12 @@
 #include <QImage>
 #include <QMouseEvent>
 #include <QTest>
+#include <QValueAxis>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 
 #include "objectInfo.h"
@@ -61,8 +64,22 @@ class RetroChartTest : public testing::Test {
     QApplication::sendEvent(chart.viewport(), &move);
   }
 
+  void wheel() {
+    const QPoint at = chart.viewport()->rect().center();
+    QWheelEvent turn(at, chart.viewport()->mapToGlobal(at), {}, {0, 120}, Qt::NoButton, Qt::NoModifier,
+                     Qt::NoScrollPhase, false);
+    QApplication::sendEvent(chart.viewport(), &turn);
+  }
+  // Of the axis of values.
+  std::pair<double, double> range() const {
+    const auto* const axis = qobject_cast<QtCharts::QValueAxis*>(chart.chart()->axes(Qt::Vertical).at(0));
+    return {axis->min(), axis->max()};
+  }
+
   RetroChart chart;
   const QColor line{"#2f6db5"};
+  const QColor text{"#3c4652"};
+  const QColor cursor{"#a85a00"};
   const QColor manual{"#7a3fa0"};
   const QColor invalid{"#c62828"};
 };
@@ -149,6 +166,83 @@ TEST_F(RetroChartTest, ShowsNoTimesBeyondWhatThereIs) {
   EXPECT_NEAR(chart.shownFrom(), kDay + 40 * kMinute, 1e-9);
   chart.showTimes(kDay + kMinute, kDay + kMinute);
   EXPECT_NEAR((chart.shownTo() - chart.shownFrom()) / kMinute * 60, 10, 1e-3);
+}
+
+TEST_F(RetroChartTest, OfNothingCannotBeLookedAtCloser) {
+  show({});
+  wheel();
+  chart.showTimes(1, 2);
+  EXPECT_EQ(chart.shownFrom(), 0);
+  EXPECT_EQ(chart.shownTo(), 0);
+}
+
+TEST_F(RetroChartTest, LeavesOutWhatIsNoNumber) {
+  chart.setSeries({{kDay, Quality::kGood, 1.0},
+                   {kDay + kMinute, Quality::kGood, std::nan("")},
+                   {kDay + 2 * kMinute, Quality::kGood, HUGE_VAL},
+                   {kDay + 3 * kMinute, Quality::kGood, 3.0}},
+                  false, "");
+  EXPECT_EQ(chart.points(), 2u);
+}
+
+TEST_F(RetroChartTest, AStateThatNeverChangedStandsBetweenBothStates) {
+  for (const double state : {0.0, 1.0}) {
+    show({{kDay, state}, {kDay + kMinute, state}}, true);
+    EXPECT_LT(range().first, 0) << state;
+    EXPECT_GT(range().second, 1) << state;
+  }
+}
+
+TEST_F(RetroChartTest, AValueThatNeverChangedStandsOffTheFrame) {
+  show({{kDay, 5}, {kDay + kMinute, 5}});
+  EXPECT_LT(range().first, 5);
+  EXPECT_GT(range().second, 5);
+}
+
+TEST_F(RetroChartTest, TheLineToWhatIsNotTrustedIsGrey) {
+  show({{kDay, 5}, {kDay + kMinute, 5, Quality::kInvalid}});
+  EXPECT_LT(columns(line, 0.2, 0.9), 20);
+  show({{kDay, 5}, {kDay + kMinute, 5, Quality::kInvalid}}, true);  // a state holds until then
+  EXPECT_GT(columns(line, 0.08, 0.9), 200);
+}
+
+TEST_F(RetroChartTest, ADenseLineHasNoDotsButThoseThatTellSomething) {
+  std::vector<ChartPoint> points;
+  for (int i = 0; i < 400; ++i) points.push_back({kDay + i * kMinute, 5});
+  show(points);
+  EXPECT_LE(pixels(line), chart.width() * 3);
+  points[200].quality = Quality::kInvalid;
+  show(points);
+  EXPECT_GT(pixels(invalid, 0.1), 5);
+}
+
+TEST_F(RetroChartTest, TellsAboveWhatItsMarksMean) {
+  const double above = 0.06;
+  show({{kDay, 5}, {kDay + kMinute, 5}});
+  EXPECT_EQ(pixels(manual, 0, above), 0);
+  show({{kDay, 5}, {kDay + kMinute, 5, Quality::kManual}});
+  EXPECT_GT(pixels(manual, 0, above), 10);
+  EXPECT_EQ(pixels(invalid, 0, above), 0);
+}
+
+TEST_F(RetroChartTest, TellsTheUnitAndTheTimes) {
+  show({{kDay, 5}, {kDay + kMinute, 5}});
+  const int withUnit = pixels(text, 0, 0.06);
+  EXPECT_GT(columns(text, 0.93, 1), 50);
+  chart.setPoints({{kDay, 5}, {kDay + kMinute, 5}}, false, "");
+  EXPECT_LT(pixels(text, 0, 0.06), withUnit);
+}
+
+TEST_F(RetroChartTest, ShowsTheCursorAndAllOfItsText) {
+  show({{kDay, 1.5}, {kDay + kMinute / 2, 1.5}, {kDay + kMinute, 1.5}});
+  const int without = pixels(text, 0.08, 0.2);
+  EXPECT_EQ(columns(cursor, 0.3, 0.4), 0);
+  moveTo(0.5);
+  EXPECT_GT(columns(cursor, 0.3, 0.4), 0);
+  const int inTheMiddle = pixels(text, 0.08, 0.2) - without;
+  EXPECT_GT(inTheMiddle, 50);
+  moveTo(0.99);  // where the text has no room on the right
+  EXPECT_GT(pixels(text, 0.08, 0.2) - without, inTheMiddle * 8 / 10);
 }
 
 }  // namespace

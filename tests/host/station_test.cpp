@@ -4,7 +4,6 @@
 #include <TlmClient/CTlmCliApp.h>
 #include <TlmClient/CTlmCliSes.h>
 #include <TlmMdx/CMDArray.h>
-#include <TlmServer/MemoryStore.h>
 
 #include <QFile>
 #include <QMouseEvent>
@@ -22,36 +21,19 @@
 #include "FormWindow.h"
 #include "RetroWindow.h"
 #include "StationApp.h"
+#include "StationCore.h"
 #include "StationWindow.h"
 #include "plainModule.h"
 #include "retroChart.h"
 #include "schemeView.h"
-#include "support/EmbeddedServer.h"
 #include "support/Gui.h"
-#include "support/ModelText.h"
 
 namespace tlm::test {
 namespace {
 
-constexpr char kModel[] = R"(
-table MeasurementUnit Мегаватт {symbol=МВт}
-table StateTexts Выключатель {text0=Отключен;text1=Включен}
-folder Подстанция Северная
-  unit КП-1
-    analog 1001 P Т-1 {UnitKey=@Мегаватт;decimals=1}
-    discrete 1003 Q-110 {StateTextsKey=@Выключатель}
-)";
-
 class Station : public testing::Test {
  protected:
-  Station() : server(openCore(), "model.tlm") { startApp(); }
-
-  static std::unique_ptr<server::Core> openCore() {
-    std::string error;
-    auto data = server::makeMemoryStoreData(server::Catalogue::builtIn());
-    EXPECT_TRUE(writeModel(kModel, *server::openMemoryStore(data), &error)) << error;
-    return server::Core::open(server::openMemoryStore(data), {}, &error);
-  }
+  Station() : server(openCore(kStationModel), "model.tlm") { startApp(); }
 
   void startApp() {
     const auto factory = [this](CTlmCliApp* host, const QByteArray& name) -> CTlmCliMod* {
@@ -429,8 +411,10 @@ TEST_F(Station, RefusesWhatItCannotRun) {
   EXPECT_FALSE(call(window, "RUN_MOD", "Other.module;Key=1"));
   EXPECT_FALSE(call(window, "RUN_AWAY", "x"));
   EXPECT_FALSE(window->module()->doCall(64, nullptr));
-  TlmHostCall data{0, "RUN_MOD", "x"};
+  const QByteArray good = retro("P Т-1");
+  TlmHostCall data{0, "RUN_MOD", good.constData()};
   EXPECT_FALSE(window->module()->doCall(65, &data));
+  EXPECT_EQ(app->lastRetro(), nullptr);
 }
 
 TEST_F(Station, OpensALinkedFormWithTheLiveValue) {
