@@ -1,6 +1,7 @@
 #include "sampleCell.h"
 
 #include <charconv>
+#include <chrono>
 #include <cstdio>
 
 namespace tlm::server {
@@ -54,19 +55,17 @@ std::optional<double> realNumber(std::string_view cell) {
 }
 
 std::optional<double> dateNumber(std::string_view cell) {
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, read = 0;
+  int year = 0, month = 0, dayOfMonth = 0, hour = 0, minute = 0, read = 0;
   const std::string text(cell);
-  const bool date = std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &year, &month, &day, &read) == 3 && read == 10;
+  const bool date = std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &year, &month, &dayOfMonth, &read) == 3 && read == 10;
   const bool onlyDate = date && text.size() == 10;
   const bool dateAndTime = date && text.size() == 16 && std::sscanf(text.c_str() + 10, "T%2d:%2d", &hour, &minute) == 2;
-  if (!(onlyDate || dateAndTime) || month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59)
+  const std::chrono::year_month_day day{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
+                                        std::chrono::day(static_cast<unsigned>(dayOfMonth))};
+  if (!(onlyDate || dateAndTime) || !day.ok() || hour < 0 || hour > 23 || minute < 0 || minute > 59)
     return std::nullopt;
-  // Days of the Gregorian calendar, counted from March so that a leap day ends the year.
-  const int y = year - (month < 3 ? 1 : 0);
-  const int m = (month + 9) % 12;
-  const int days = 365 * y + y / 4 - y / 100 + y / 400 + (153 * m + 2) / 5 + day - 1;
-  constexpr int kOrigin = 693899;  // 30.12.1899, counted the same way
-  return days - kOrigin + (hour * 60 + minute) / 1440.0;
+  constexpr std::chrono::sys_days kOrigin = std::chrono::year(1899) / 12 / 30;
+  return static_cast<double>((std::chrono::sys_days(day) - kOrigin).count()) + (hour * 60 + minute) / 1440.0;
 }
 
 }  // namespace tlm::server
