@@ -15,8 +15,9 @@ void SimulatedDevice::execute(const DeviceCommand& command, Answer answer) {
     const std::lock_guard lock(mutex_);
     states_[command.locId] = state;
   }
-  core_.live().set(command.locId, {systemTime(), Quality::kGood, state});
-  answer(DeviceAnswer::kDone);
+  // Nobody measured that state, so it gives way to values from the field, of which this is not the device.
+  const bool moved = core_.live().simulate(command.locId, {systemTime(), Quality::kGood, state});
+  answer(moved ? DeviceAnswer::kDone : DeviceAnswer::kRefused);
 }
 
 std::optional<double> SimulatedDevice::stateOf(int32_t locId) const {

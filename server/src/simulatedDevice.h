@@ -17,7 +17,7 @@ class SimulatedDevice : public Device {
  public:
   SimulatedDevice(Core& core, DeviceHabits habits) : core_(core), habits_(std::move(habits)) {}
 
-  // Executes at once, refuses at once, or says nothing.
+  // Executes at once, refuses at once, or says nothing. Refuses for a signal that got values from the field.
   void execute(const DeviceCommand& command, Answer answer) override;
 
   // The state that a signal was commanded into; nothing when it never was.

@@ -32,6 +32,7 @@ TEST_F(CommandTest, ASilentDeviceTimesOutAfterItsTime) {
   device->habit = DeviceHabit::kSilent;
   EXPECT_EQ(send(body()), "accepted");
   now = now + 9.9 * kSecond;
+  letTheDeskLook();
   EXPECT_EQ(outcome("1"), "running");
   now = now + 0.2 * kSecond;
   EXPECT_EQ(receipts.wait(1).at(0).kind, 904);
@@ -92,6 +93,12 @@ TEST_F(CommandTest, TwoCommandsForOneSignalAreOneTooMany) {
   EXPECT_EQ(send(body("3")), "accepted");
 }
 
+TEST_F(CommandTest, AnOldCommandForABusySignalIsToldThatItIsOld) {
+  device->habit = DeviceHabit::kSilent;
+  EXPECT_EQ(send(body("1")), "accepted");
+  EXPECT_EQ(send(body("2", "verysecret", "Петров", 6 * kSecond)), kTooOld);
+}
+
 TEST_F(CommandTest, WithoutADeviceNothingIsAccepted) {
   core->setDevice(nullptr);
   EXPECT_EQ(send(body()), "Нет устройства, которое выполнило бы команду.");
@@ -122,6 +129,7 @@ TEST_F(CommandTest, NameRightAndPasswordAreChecked) {
   EXPECT_EQ(send(body("1", "VerySecret")), kWrong);
   EXPECT_EQ(send(body("2", "")), kWrong);
   EXPECT_EQ(send(body("3", "verysecret", "Никто")), kWrong);
+  EXPECT_EQ(send(body("5", "nobody has this password", "Никто")), kWrong);
   EXPECT_EQ(send(body("4", "guest", "Гость")), kNoRight);
   EXPECT_TRUE(device->commands.empty());
 }
@@ -143,6 +151,13 @@ TEST_F(CommandTest, TenWrongPasswordsLockTheNameForAMinute) {
   EXPECT_EQ(send(body("3")), kLocked);
   now = now + 0.2 * kSecond;
   EXPECT_EQ(send(body("4")), "accepted");
+}
+
+TEST_F(CommandTest, AfterTheMinuteTheWrongOnesAreCountedAnew) {
+  for (int i = 0; i < 10; ++i) send(body("w" + std::to_string(i), "wrong"));
+  now = now + 60.1 * kSecond;
+  EXPECT_EQ(send(body("1", "wrong")), kWrong);
+  EXPECT_EQ(send(body("2")), "accepted");
 }
 
 TEST_F(CommandTest, ARightPasswordForgetsTheWrongOnes) {
@@ -202,6 +217,23 @@ TEST_F(CommandTest, TheSimulatorDoesAsItIsToldToAndKeepsTheState) {
     }
   }
   EXPECT_EQ(receipts.wait(3).back().kind, 903);
+}
+
+TEST_F(CommandTest, TheSimulatorShowsTheCommandedStateAtOnceAndKeepsTheHistory) {
+  Simulator simulator(*core, 7);
+  simulator.tick(kNow);
+  core->live().simulate(1002, {kNow + kSecond, Quality::kGood, 0.0});
+  ASSERT_EQ(send(body()), "accepted");
+  EXPECT_EQ(valueText(*core->live().current(1002)), "1");
+  EXPECT_EQ(core->live().history(1002, 0, 1e9).size(), 3u);
+}
+
+TEST_F(CommandTest, TheSimulatorMovesNoSignalThatTheFieldTellsOf) {
+  Simulator simulator(*core, 7);
+  core->live().set(1002, {kNow, Quality::kGood, 0.0});
+  ASSERT_EQ(send(body()), "accepted");
+  EXPECT_EQ(outcome("1"), "refused");
+  EXPECT_EQ(valueText(*core->live().current(1002)), "0");
 }
 
 TEST_F(CommandTest, TheSimulatorRefusesOrStaysSilentWhereItsConfigurationSaysSo) {
@@ -329,6 +361,7 @@ TEST_F(CommandTest, WithoutATimeOfItsOwnIsAwaitedHalfAMinute) {
     ASSERT_EQ(status({Update("Discrete").update(key("D1"), {{"tuTimeout", zero ? number(0) : Value()}})}), wire::kOk);
     EXPECT_EQ(send(body(identity)), "accepted");
     now = now + 29.9 * kSecond;
+    letTheDeskLook();
     EXPECT_EQ(outcome(identity), "running");
     now = now + 0.2 * kSecond;
     receipts.wait(zero ? 2 : 1);
@@ -378,6 +411,13 @@ TEST_F(CommandTest, TwoSignalsMayBeCommandedAtATime) {
   other.replace(other.find("1002"), 4, "1009");
   EXPECT_EQ(send(other), "accepted");
   EXPECT_EQ(device->commands.size(), 2u);
+}
+
+TEST_F(CommandTest, IsAPacketAndNothingElse) {
+  for (const wire::RequestKind kind :
+       {wire::RequestKind::kScript, wire::RequestKind::kUpdate, wire::RequestKind::kProcedure})
+    EXPECT_NE(core->execute({kind, "RemoteControl", body()}, {"tester"}).status, wire::kOk);
+  EXPECT_TRUE(device->commands.empty());
 }
 
 }  // namespace

@@ -97,6 +97,7 @@ TEST(LiveValues, AValueOlderThanOneThatCameBeforeTakesItsPlaceInTheHistory) {
   EXPECT_EQ(values.history(5, 0, 100), (std::vector<LiveValue>{value(1, 10), value(2, 20), value(3, 30)}));
   EXPECT_EQ(values.set(5, value(4, 30)), Taken::kShown);
   EXPECT_EQ(values.current(5), value(4, 30));
+  EXPECT_EQ(values.history(5, 30, 100), (std::vector<LiveValue>{value(3, 30), value(4, 30)}));
 }
 
 TEST(LiveValues, AValueOlderThanAFullHistoryHasNoPlace) {
@@ -114,6 +115,7 @@ TEST(LiveValues, ALateValueBeneathAManualOneShowsNowhere) {
   values.setManual(5, value(9, 20));
   EXPECT_EQ(values.set(5, value(2, 30)), Taken::kBeneath);
   EXPECT_EQ(values.set(5, value(3, 25)), Taken::kBeneath);
+  EXPECT_EQ(values.set(5, value(3, 20)), Taken::kBeneath);
   EXPECT_EQ(values.set(5, value(4, 5)), Taken::kLate);
   EXPECT_EQ(values.history(5, 0, 100).size(), 3u);
   values.liftManual(5, 40);
@@ -163,6 +165,9 @@ TEST(LiveValues, NumbersAreWrittenInDecimal) {
   EXPECT_EQ(valueText(value(112.5)), "112.5");
   EXPECT_EQ(valueText(value(3)), "3");
   EXPECT_EQ(valueText(value(1.005), 1), "1");
+  EXPECT_EQ(valueText(value(112.4), 0), "112");
+  EXPECT_EQ(valueText(value(0.125), 3), "0.125");
+  EXPECT_EQ(valueText(value(0.5), 1000), "0.5");
   EXPECT_EQ(valueText(value(-0.001), 2), "0");
   EXPECT_EQ(valueText({0, Quality::kGood, std::string("text")}, 2), "text");
 }
@@ -268,11 +273,53 @@ TEST_F(LiveValueServerTest, ASimulatedAnalogMovesAboutItsWarningLimits) {
   }
 }
 
-TEST_F(LiveValueServerTest, AMeasurementOutOfOperationIsNotSimulated) {
-  ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"work_", false}})}), wire::kOk);
+TEST_F(LiveValueServerTest, ASimulatedAnalogKeepsToItsScaleWhereItsWarningLimitsReachIt) {
+  ASSERT_EQ(status({Update("Analog").update(key("A1"), {{"engMin", 45.0},
+                                                        {"engMax", 55.0},
+                                                        {"lowWarnOn", true},
+                                                        {"lowWarn", 45.0},
+                                                        {"highWarnOn", true},
+                                                        {"highWarn", 55.0}})}),
+            wire::kOk);
   Simulator simulator(*core, 42);
-  EXPECT_EQ(simulator.tick(kNow), 3u);
-  EXPECT_FALSE(core->live().current(1001));
+  for (int i = 0; i < 1000; ++i) {
+    simulator.tick(kNow + i * 0.001);
+    EXPECT_NEAR(std::get<double>(core->live().current(1001)->value), 50.0, 3.0);
+  }
+}
+
+TEST_F(LiveValueServerTest, ASimulatedAnalogWithReversedWarningLimitsMovesOverItsScale) {
+  ASSERT_EQ(status({Update("Analog").update(key("A1"), {{"engMin", 45.0},
+                                                        {"engMax", 55.0},
+                                                        {"lowWarnOn", true},
+                                                        {"lowWarn", 50.5},
+                                                        {"highWarnOn", true},
+                                                        {"highWarn", 49.5}})}),
+            wire::kOk);
+  Simulator simulator(*core, 42);
+  double furthest = 0;
+  for (int i = 0; i < 1000; ++i) {
+    simulator.tick(kNow + i * 0.001);
+    furthest = std::max(furthest, std::abs(std::get<double>(core->live().current(1001)->value) - 50));
+  }
+  EXPECT_GT(furthest, 2.0);
+  EXPECT_LE(furthest, 5.0);
+}
+
+TEST_F(LiveValueServerTest, AMeasurementOutOfOperationIsNotSimulated) {
+  for (const Value& work : {Value(false), Value()}) {
+    ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"work_", work}})}), wire::kOk);
+    Simulator simulator(*core, 42);
+    EXPECT_EQ(simulator.tick(kNow), 3u);
+    EXPECT_FALSE(core->live().current(1001));
+  }
+}
+
+TEST_F(LiveValueServerTest, TheSimulatorMovesThoseWithTheLowestNumbers) {
+  Simulator simulator(*core, 42, 2);
+  EXPECT_EQ(simulator.tick(kNow), 2u);
+  EXPECT_TRUE(core->live().current(1002));
+  EXPECT_FALSE(core->live().current(1003));
 }
 
 TEST_F(LiveValueServerTest, TheSimulatorLeavesAMeasurementWithAValueFromTheField) {

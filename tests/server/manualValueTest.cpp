@@ -21,6 +21,17 @@ TEST_F(ManualValueTest, AValueByHandKeepsToTheLimitsOfItsMeasurement) {
     EXPECT_NE(manual(bad), "accepted") << bad;
 }
 
+TEST_F(ManualValueTest, OfACounterKeepsToASmallRolloverToo) {
+  ASSERT_EQ(status({Update("Accumulator").update(key("C1"), {{"rollover", number(1)}})}), wire::kOk);
+  EXPECT_EQ(manual("locId=1003\nvalue=1"), "accepted");
+  EXPECT_EQ(manual("locId=1003\nvalue=2"), "Значение вне пределов измерения.");
+}
+
+TEST_F(ManualValueTest, IsLiftedByOneWordAlone) {
+  EXPECT_EQ(manual("locId=1001\nauto=0\nvalue=3"), "accepted");
+  EXPECT_TRUE(core->live().isManual(1001));
+}
+
 TEST_F(ManualValueTest, AValueByHandMayBeForbiddenAndStillLifted) {
   ASSERT_EQ(manual("locId=1001\nvalue=3"), "accepted");
   ASSERT_EQ(status({Update("Measurement").update(key("A1"), {{"manualAllowed", false}})}), wire::kOk);

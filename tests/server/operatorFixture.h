@@ -10,6 +10,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -101,6 +102,13 @@ class OperatorTest : public ServerTest {
   void atClock(int nth, std::function<void()> what) {
     hook_ = std::move(what);
     countdown_ = nth;
+  }
+
+  // Waits until the desk, with a command under way, has looked at the time that it is now.
+  void letTheDeskLook() {
+    const auto looked = std::make_shared<std::promise<void>>();
+    atClock(2, [looked] { looked->set_value(); });
+    EXPECT_EQ(looked->get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
   }
 
   std::atomic<double> now{kNow};
