@@ -20,13 +20,16 @@ namespace {
 using grpc::Status;
 using grpc::StatusCode;
 
-constexpr char kModel[] = R"(
+const std::string kLongest(128, 'x');  // the longest password that a user may have
+
+const std::string kModel = R"(
 unit КП-1
   analog 1001 Т-1
   discrete 1002 В-1
 user сбор {password=verysecret;values=1}
 user Петров {password=verysecret;control=1}
-)";
+user длинный {values=1;password=)" +
+                           kLongest + "}\n";
 
 // One collector's stream.
 class Feed {
@@ -50,7 +53,7 @@ class Feed {
     stream_.reset();
     return status;
   }
-  void write(const v1::ValueBatch& batch) { stream_->Write(batch); }
+  bool write(const v1::ValueBatch& batch) { return stream_->Write(batch); }
 
  private:
   grpc::ClientContext context_;
@@ -207,6 +210,11 @@ TEST_F(ValueFeedTest, OnlyWhoHasTheRightMayHandInValues) {
   EXPECT_EQ(network.logText().find("verysecret"), std::string::npos);
 }
 
+TEST_F(ValueFeedTest, ThePasswordMayBeAsLongAsAUsersMay) {
+  EXPECT_TRUE(statusOf(hello("длинный", kLongest.c_str())).ok());
+  EXPECT_EQ(statusOf(hello("длинный", (kLongest + 'x').c_str())).error_code(), StatusCode::UNAUTHENTICATED);
+}
+
 TEST_F(ValueFeedTest, TenWrongPasswordsCloseTheEntrance) {
   for (int i = 0; i < 10; ++i) EXPECT_EQ(statusOf(hello("сбор", "guess")).error_code(), StatusCode::UNAUTHENTICATED);
   const Status locked = statusOf(hello());
@@ -292,6 +300,16 @@ TEST_F(ValueFeedImpatient, WhoHasSpokenMayBeSilentForLong) {
     EXPECT_EQ(stream->Finish().error_code(), StatusCode::DEADLINE_EXCEEDED);
   }
   EXPECT_TRUE(feed.put({}, &answer));
+}
+
+TEST_F(ValueFeedImpatient, WhoTakesNoAnswersIsSentAway) {
+  Feed feed(*stub);
+  v1::ValueBatch batch = hello();
+  for (int i = 0; i < 4096; ++i) batch.add_values()->set_key(std::string(32, 'x'));
+  int sent = 0;
+  while (sent < 200 && feed.write(batch)) ++sent;
+  EXPECT_LT(sent, 200);
+  EXPECT_EQ(feed.end().error_code(), StatusCode::CANCELLED);
 }
 
 }  // namespace
