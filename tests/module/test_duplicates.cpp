@@ -33,6 +33,16 @@ TEST_F(DuplicatesPanel, OpenWithTheObjectsKeyAndNoTool) {
   EXPECT_EQ(module->findChildren<CToolMeasParamsConf*>().size(), 0);
 }
 
+TEST_F(DuplicatesPanel, WithoutASessionDoNotOpen) {
+  click("Всё есть");
+  CTlmCliAbo* const session = std::exchange(module->abo, nullptr);
+  module->OnSetDublieslAction();
+  EXPECT_EQ(panel(), nullptr);
+  module->abo = session;
+  module->OnSetDublieslAction();
+  EXPECT_NE(panel(), nullptr);
+}
+
 TEST_F(DuplicatesPanel, KeepTheirPanel) {
   choose("Всё есть", module->actDubl);
   TlmDublies* const first = panel();
@@ -269,6 +279,14 @@ TEST_F(DuplicatesPanel, EnterInTheTableSavesOrCloses) {
   EXPECT_TRUE(panel()->isHidden());
   choose("Всё есть", module->actDubl);
   EXPECT_EQ(rows(), "1002 off 0, 1003 off 2");
+}
+
+TEST_F(DuplicatesPanel, EnterInTheEmptyFieldOfTheNumberCloses) {
+  choose("Всё есть", module->actDubl);
+  auto* const number = in<QLineEdit>(panel(), "le_Number");
+  number->setFocus();
+  QTest::keyClick(number, Qt::Key_Return);
+  EXPECT_TRUE(panel()->isHidden());
 }
 
 TEST_F(DuplicatesPanel, TellHowASaveFailed) {

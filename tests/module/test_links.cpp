@@ -1,6 +1,7 @@
 // Linked forms and the retrospective: what the menu offers, and what goes to the host.
 #include <QAction>
 #include <QPointer>
+#include <QStandardItemModel>
 #include <QWidgetAction>
 
 #include "OperatorWindow.h"
@@ -166,6 +167,20 @@ TEST_F(Links, RetrospectiveOfNoRowOrNoKeyDoesNothing) {
   tree()->setCurrentIndex(find("Q-1").parent());
   module->OnShowRetroAction();
   EXPECT_TRUE(app.calls.isEmpty());
+}
+
+TEST_F(Links, RetrospectiveNamesTheKeyInUtf8) {
+  QStandardItemModel other;
+  auto* const row = new QStandardItem("row");
+  row->setData("Ключ", kKeyRole);
+  other.appendRow(row);
+  QAbstractItemModel* const own = tree()->model();
+  tree()->setModel(&other);
+  tree()->setCurrentIndex(other.index(0, 0));
+  module->OnShowRetroAction();
+  tree()->setModel(own);
+  ASSERT_EQ(app.calls.size(), 1);
+  EXPECT_EQ(app.calls[0].parameter, QString("TlmRetro.modRetroQuick;Key=Ключ").toUtf8());
 }
 
 TEST_F(Links, CommandOfTheHostIsIgnored) { EXPECT_EQ(module->SetParamCommand("anything"), 0); }

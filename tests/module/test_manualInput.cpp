@@ -18,6 +18,7 @@ class ManualInput : public OperatorWindow {
   }
   // A text as valueOf gives it: byte by byte.
   QString latin(const char* text) { return QString::fromLatin1(module->moduleCodec->fromUnicode(text)); }
+  QColor colourOf(const char* label) { return in<QLabel>(panel(), label)->palette().color(QPalette::WindowText); }
   bool isManual(int locId) { return server.core()->live().isManual(locId); }
 };
 
@@ -29,6 +30,7 @@ TEST_F(ManualInput, AsksForConditionsThenParameters) {
   EXPECT_EQ(panel()->parent(), module.get());
   EXPECT_TRUE(panel()->isVisible());
   EXPECT_EQ(told(panel(), "lbl_Name"), "Всё есть");
+  for (const char* label : {"lbl_Who", "lbl_Problem"}) EXPECT_TRUE(in<QLabel>(panel(), label)->isHidden()) << label;
 }
 
 TEST_F(ManualInput, KeepsItsPanelFromOneMeasurementToTheNext) {
@@ -76,6 +78,22 @@ TEST_F(ManualInput, OfNoRowOrOfARowWithoutNumberDoesNothing) {
   module->OnRemoteControl();
   EXPECT_EQ(asked().filter("MeasParams"), QStringList());
   EXPECT_EQ(panel(), nullptr);
+}
+
+TEST_F(ManualInput, TellsTheQualityOfTheValueInItsColour) {
+  struct Shade {
+    server::Quality quality;
+    const char* text;
+    const char* colour;
+  };
+  for (const Shade& shade :
+       {Shade{server::Quality::kGood, "достоверно, ", "#1b6e3a"}, Shade{server::Quality::kOld, "устарело, ", "#a85a00"},
+        Shade{server::Quality::kInvalid, "недостоверно, ", "#c62828"}}) {
+    server.core()->live().set(1001, {server::systemTime(), shade.quality, 42.5});
+    choose("Всё есть", module->actManual);
+    EXPECT_TRUE(told(panel(), "lbl_Since").startsWith(shade.text)) << shade.text;
+    EXPECT_EQ(colourOf("lbl_Since"), QColor(shade.colour)) << shade.text;
+  }
 }
 
 TEST_F(ManualInput, TakesANumberTypedAndEntered) {
@@ -311,6 +329,30 @@ TEST_F(ManualInput, OfATextShowsAllOfItAfterAShorterOne) {
   EXPECT_EQ(in<QLineEdit>(panel(), "le_Value")->maxLength(), 100);
 }
 
+TEST_F(ManualInput, OfATextOfOneLetterTakesOne) {
+  ASSERT_TRUE(Colleague(*server.core()).change("StringMeasurement", key("Режим"), {"maxLength=1"}).commit());
+  choose("Режим", module->actManual);
+  EXPECT_EQ(told(panel(), "lbl_Limits"), "не длиннее 1 знаков");
+  enter(panel(), "le_Value", "ab");
+  EXPECT_EQ(in<QLineEdit>(panel(), "le_Value")->text(), "a");
+}
+
+TEST_F(ManualInput, OfANumberTakesFortyCharacters) {
+  choose("Всё есть", module->actManual);
+  enter(panel(), "le_Value", QString(41, '1'));
+  EXPECT_EQ(in<QLineEdit>(panel(), "le_Value")->text().size(), 40);
+}
+
+TEST_F(ManualInput, KeepsNothingOfTheMeasurementBefore) {
+  choose("Q-1", module->actManual);
+  choose("Q-3", module->actManual);
+  EXPECT_EQ(in<QComboBox>(panel(), "cb_State")->count(), 2);
+  EXPECT_NE(told(panel(), "lbl_Since"), "");
+  choose("Не задано", module->actManual);
+  EXPECT_EQ(told(panel(), "lbl_Value"), "нет данных");
+  EXPECT_EQ(told(panel(), "lbl_Since"), "");
+}
+
 TEST_F(ManualInput, OfATextTakesOnlyWhatTheServerCanWrite) {
   choose("Сводка", module->actManual);
   enter(panel(), "le_Value", QString::fromUtf8("температура ℃"));
@@ -435,9 +477,11 @@ TEST_F(ManualInput, TellsThatTheServerIsSilentAndAsksOn) {
   app.failures.add("PacketExec MeasParams", Fail::kRefuseToSend);
   EXPECT_TRUE(
       comes([this] { return told(panel(), "lbl_Since") == "нет связи с сервером, значение могло измениться"; }));
+  EXPECT_EQ(colourOf("lbl_Since"), QColor("#c62828"));
   EXPECT_TRUE(in<QPushButton>(panel(), "btn_OK")->isEnabled());
   app.failures.clear();
   EXPECT_TRUE(comes([this] { return told(panel(), "lbl_Since").startsWith("достоверно, "); }));
+  EXPECT_EQ(colourOf("lbl_Since"), QColor("#1b6e3a"));
 }
 
 TEST_F(ManualInput, AsksNothingWhileItIsHidden) {

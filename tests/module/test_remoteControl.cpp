@@ -1,6 +1,7 @@
 // Telecontrol: from the menu to the receipt, and what stands in the way.
 #include <QSignalSpy>
 
+#include "CToolMeasParamsConf.h"
 #include "OperatorWindow.h"
 
 namespace tlm::test {
@@ -67,6 +68,7 @@ TEST_F(RemoteControl, OpensSubscribesAndWaitsForAReceipt) {
   choose("Q-1", module->actRemoteControl);
   ASSERT_NE(panel(), nullptr);
   EXPECT_TRUE(panel()->isVisible());
+  EXPECT_EQ(panel()->panelTitle(), "Телеуправление");
   EXPECT_EQ(panel()->locId, 2001);
   EXPECT_EQ(module->pendingTelecontrol, QList<int>{2001});
   EXPECT_EQ(asked(), QStringList({"PacketExec RecByKeyLink " + key("Q-1"), "PacketExec MeasParams locId=2001",
@@ -81,8 +83,17 @@ TEST_F(RemoteControl, AddsASecondEntryAtASecondOpening) {
   EXPECT_EQ(module->pendingTelecontrol, (QList<int>{2001, 2001}));
 }
 
+TEST_F(RemoteControl, GetsTheFocusWhenItIsOpenAlready) {
+  choose("Q-1", module->actRemoteControl);
+  choose("Q-3", module->actRemoteControl);
+  EXPECT_EQ(panel()->locId, 2005);
+  EXPECT_EQ(QApplication::focusWidget(), in<QLineEdit>(panel(), "le_Password"));
+}
+
 TEST_F(RemoteControl, OfNoNumberOrWithoutParametersDoesNotOpen) {
+  app.log.clear();
   EXPECT_FALSE(module->CreateRemoteControl(0));
+  EXPECT_EQ(asked(), QStringList());
   EXPECT_FALSE(module->CreateRemoteControl(777));
   EXPECT_EQ(panel(), nullptr);
   EXPECT_TRUE(module->pendingTelecontrol.isEmpty());
@@ -132,10 +143,23 @@ TEST_F(RemoteControl, WantsAnOperatorAndAPassword) {
   choose("Q-1", module->actRemoteControl);
   press("btn_OK");
   EXPECT_EQ(told(panel(), "lbl_Notice"), "Назовите оператора.");
+  EXPECT_EQ(QApplication::focusWidget(), in<QLineEdit>(panel(), "le_User"));
+  enter(panel(), "le_User", "  ");
+  press("btn_OK");
+  EXPECT_EQ(told(panel(), "lbl_Notice"), "Назовите оператора.");
   enter(panel(), "le_User", "Петров");
   press("btn_OK");
   EXPECT_EQ(told(panel(), "lbl_Notice"), "Введите пароль.");
+  EXPECT_EQ(QApplication::focusWidget(), in<QLineEdit>(panel(), "le_Password"));
   EXPECT_EQ(panel()->step(), CPopRemoteControl::kChoosing);
+}
+
+TEST_F(RemoteControl, TakesANameAndAPasswordAsLongAsTheServerDoes) {
+  choose("Q-1", module->actRemoteControl);
+  for (const auto& [field, length] : {std::pair("le_User", 60), std::pair("le_Password", 128)}) {
+    enter(panel(), field, QString(length + 1, 'x'));
+    EXPECT_EQ(in<QLineEdit>(panel(), field)->text().size(), length) << field;
+  }
 }
 
 TEST_F(RemoteControl, ExecutedBringsItsReceiptAndItsOutcome) {
@@ -284,6 +308,15 @@ TEST_F(RemoteControl, EnterSendsFromItsOwnButtonAlone) {
   EXPECT_EQ(device->commands.size(), 1u);
 }
 
+TEST_F(RemoteControl, EnterClosesWhatIsOver) {
+  command("Q-1");
+  receipt();
+  outcome();
+  panel()->setFocus();
+  QTest::keyClick(panel(), Qt::Key_Return);
+  EXPECT_TRUE(panel()->isHidden());
+}
+
 TEST_F(RemoteControl, AnEnterThatIsHeldGoesOneStep) {
   confirm("Q-1");
   in<QPushButton>(panel(), "btn_OK")->setFocus();
@@ -391,6 +424,19 @@ TEST_F(RemoteControl, CarriesTheTimeOfTheServerAtWhichItWasSent) {
   press("btn_OK");
   EXPECT_GT(sentLine("issued").toDouble(), opened + 0.25 / 86400);
   EXPECT_LE(sentLine("issued").toDouble(), server::systemTime() + 0.01 / 86400);
+  receipt();
+}
+
+TEST_F(RemoteControl, FollowsTheClockOfTheServerWhileItIsOpen) {
+  choose("Q-1", module->actRemoteControl);
+  CToolMeasParamsConf tool(module.get());
+  tool.locId = 2001;
+  tool.Perform(false);
+  const double opened = server::systemTime();
+  panel()->SetParams(tool.params.replace("now=", "now=9"));  // a clock that is far ahead, until it is heard again
+  ASSERT_TRUE(comes([&] { return server::systemTime() > opened + 0.3 / 86400; }));
+  order("Петров", "verysecret");
+  EXPECT_NEAR(sentLine("issued").toDouble(), server::systemTime(), 0.2 / 86400);
   receipt();
 }
 
