@@ -31,6 +31,8 @@ folder Подстанция Северная
     analog 1001 P Т-1 {UnitKey=@Мегаватт;decimals=1}
     discrete 1003 Q-110 {StateTextsKey=@Выключатель}
     string 1004 Режим
+table ObjectForms Первая {ObjectKey=@P Т-1;file_=first.svg;order_=1;caption=Первая}
+table ObjectForms Вторая {ObjectKey=@P Т-1;file_=вторая.svg;order_=2;caption=ПС Северная}
 )";
 
 }  // namespace tlm::test

@@ -49,6 +49,13 @@ TEST_F(FormWindowTest, TellsWhatItsObjectIs) {
   EXPECT_EQ(row("Файл формы"), "other.svg");
 }
 
+TEST_F(FormWindowTest, HasTheTitleOfItsFormOrElseOfItsFile) {
+  EXPECT_EQ(formTitle(server, "вторая.svg"), "ПС Северная");
+  EXPECT_EQ(formTitle(server, "first.svg"), "Первая");
+  open("P Т-1");
+  EXPECT_EQ(form->windowTitle(), "other.svg");
+}
+
 TEST_F(FormWindowTest, OfAUnitHasNeitherNumberNorUnitNorValue) {
   open("КП-1");
   EXPECT_EQ(row("Класс"), "Устройство");

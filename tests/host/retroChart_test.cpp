@@ -233,6 +233,18 @@ TEST_F(RetroChartTest, TellsTheUnitAndTheTimes) {
   EXPECT_LT(pixels(text, 0, 0.06), withUnit);
 }
 
+TEST_F(RetroChartTest, MarksNoMoreTimesThanHaveRoom) {
+  const auto ticks = [this](double span) {
+    show({{kDay, 5}, {kDay + span, 5}});
+    const auto* const axis = qobject_cast<QtCharts::QValueAxis*>(chart.chart()->axes(Qt::Horizontal).at(0));
+    return (axis->max() - axis->min()) / axis->tickInterval();
+  };
+  for (const double minutes : {1.0, 9.0, 60.0, 700.0, 1440.0}) {
+    EXPECT_LE(ticks(minutes * kMinute), 8.001) << minutes;
+    EXPECT_GE(ticks(minutes * kMinute), 2) << minutes;
+  }
+}
+
 TEST_F(RetroChartTest, ShowsTheCursorAndAllOfItsText) {
   show({{kDay, 1.5}, {kDay + kMinute / 2, 1.5}, {kDay + kMinute, 1.5}});
   const int without = pixels(text, 0.08, 0.2);

@@ -345,6 +345,10 @@ TEST_F(Station, OpensTheRetrospectiveOfAMeasurement) {
   EXPECT_EQ(app->lastRetro()->refresh(), 10);
   server.core().live().set(1001, {server::systemTime(), server::Quality::kGood, 7.0});
   EXPECT_EQ(app->lastRetro()->refresh(), 11);
+  EXPECT_EQ(window->statusBar()->currentMessage(), "Открыта ретроспектива: P Т-1");
+  app->lastRetro()->close();
+  settle();
+  EXPECT_EQ(app->lastRetro(), nullptr);
 }
 
 TEST_F(Station, OpensARetrospectiveBesideTheOtherWithControl) {
@@ -409,6 +413,7 @@ TEST_F(Station, RefusesTheRetrospectiveOfWhatIsNoMeasurement) {
 TEST_F(Station, RefusesWhatItCannotRun) {
   StationWindow* const window = open();
   EXPECT_FALSE(call(window, "RUN_MOD", "Other.module;Key=1"));
+  EXPECT_EQ(window->statusBar()->currentMessage(), "Модуля «Other.module» на этой станции нет.");
   EXPECT_FALSE(call(window, "RUN_AWAY", "x"));
   EXPECT_FALSE(window->module()->doCall(64, nullptr));
   const QByteArray good = retro("P Т-1");
@@ -429,6 +434,11 @@ TEST_F(Station, OpensALinkedFormWithTheLiveValue) {
   server.core().live().set(1001, {server::systemTime(), server::Quality::kGood, 5.0});
   form->refresh();
   EXPECT_EQ(form->valueText(), "5 МВт");
+  EXPECT_TRUE(form->isVisible());
+  EXPECT_EQ(window->statusBar()->currentMessage(), QString::fromUtf8("Открыта форма: схема.scheme"));
+  form->close();
+  settle();
+  EXPECT_EQ(app->lastForm(), nullptr);
 }
 
 TEST_F(Station, MarksTheMeasurementOnItsDiagram) {

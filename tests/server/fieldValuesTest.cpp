@@ -117,8 +117,29 @@ TEST_F(FieldValues, ATextKeepsToItsLength) {
   EXPECT_EQ(why(text(1004, "abc")), 0);
   EXPECT_EQ(why(text(1004, "abcd")), 5);
   EXPECT_EQ(why(text(1004, "")), 0);
-  for (const char* wrong : {"a\nb", "\t", "\x1b"}) EXPECT_EQ(why(text(1004, wrong)), 5);
+  for (const char* wrong : {"a\nb", "\t", "\x1b", "\x1f"}) EXPECT_EQ(why(text(1004, wrong)), 5);
   EXPECT_EQ(why(text(1004, std::string(1, '\0'))), 5);
+}
+
+TEST_F(FieldValues, ATextWithoutABoundOrBeyondTheServersHasTheServersOwn) {
+  for (const int64_t most : {0, 5000}) {
+    ASSERT_EQ(status({Update("StringMeasurement").update(key("S1"), {{"maxLength", test::number(most)}})}), wire::kOk);
+    EXPECT_EQ(why(text(1004, std::string(4096, 'x'))), 0) << most;
+    EXPECT_EQ(why(text(1004, std::string(4097, 'x'))), 5) << most;
+  }
+}
+
+TEST_F(FieldValues, ATextMayBeInRussian) {
+  const std::string local = ru("Местное");
+  EXPECT_EQ(why(text(1004, local)), 0);
+  EXPECT_EQ(shown(1004), local);
+}
+
+TEST_F(FieldValues, EachRefusalHasThePlaceOfItsValue) {
+  const FieldAnswer answer = take({number(4711, 1), number(1001, 1), {{}, 1002, {}, 3, 0}});
+  ASSERT_EQ(answer.refused.size(), 2u);
+  EXPECT_EQ(answer.refused[0].index, 0u);
+  EXPECT_EQ(answer.refused[1].index, 2u);
 }
 
 TEST_F(FieldValues, QualityAndTimeAreKept) {
