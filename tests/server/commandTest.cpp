@@ -105,8 +105,11 @@ TEST_F(CommandTest, WithoutADeviceNothingIsAccepted) {
 }
 
 TEST_F(CommandTest, OnlyADiscreteThatMayBeCommandedIs) {
-  ASSERT_EQ(status({Update("Discrete").update(key("D1"), {{"CheckTu", false}})}), wire::kOk);
-  EXPECT_EQ(send(body()), "Этим объектом нельзя управлять: телеуправление для него не включено.");
+  for (const Value& off : {Value(false), Value()}) {
+    ASSERT_EQ(status({Update("Discrete").update(key("D1"), {{"CheckTu", off}})}), wire::kOk);
+    EXPECT_EQ(send(body(std::holds_alternative<bool>(off) ? "off" : "null")),
+              "Этим объектом нельзя управлять: телеуправление для него не включено.");
+  }
   std::string analog = body("2");
   analog.replace(analog.find("1002"), 4, "1001");
   EXPECT_EQ(send(analog), "Этим объектом нельзя управлять: телеуправление для него не включено.");
