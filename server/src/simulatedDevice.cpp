@@ -17,6 +17,10 @@ void SimulatedDevice::execute(const DeviceCommand& command, Answer answer) {
   }
   // Nobody measured that state, so it gives way to values from the field, of which this is not the device.
   const bool moved = core_.live().simulate(command.locId, {systemTime(), Quality::kGood, state});
+  if (!moved) {
+    const std::lock_guard lock(mutex_);
+    states_.erase(command.locId);
+  }
   answer(moved ? DeviceAnswer::kDone : DeviceAnswer::kRefused);
 }
 
