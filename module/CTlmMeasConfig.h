@@ -465,6 +465,7 @@ class CTlmMeasConfig : public CTlmCliMod {
   void reloadSelectList(const QString& table);
   void changeMeasurement(TEventNciParse& ev);
   void bringSheetBack(const QModelIndex& clicked);
+  QString justSelected;  // the key of the row whose sheet a selection has shown, until a click ends
   void showChange(const QString& key, bool isMerged);  // its row, then its sheet
   void paintChange();
   void changeParented(TEventNciParse& ev, CMDArray& array, CMDArray& structure, const char* parentField);

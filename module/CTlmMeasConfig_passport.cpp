@@ -7,6 +7,7 @@
 #include "ui_TlmMeasConfig.h"
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -87,6 +88,7 @@ void CTlmMeasConfig::OnTV_selectionChanged(QItemSelection selected, QItemSelecti
   CheckEnabledAgregData(first);
   ChangeToolBarCfg();
   showObject(first, true);
+  justSelected = keyOf(first);
 }
 
 // Saves a pending edit, unasked. False when a check refused it: the old selection and current row stand again,
@@ -131,9 +133,10 @@ void CTlmMeasConfig::rememberSheet(const QStringList& keys, const QString& numbe
 // A change by another client moves the sheet to its object. A click on the row that is selected already, which changes
 // no selection, shows that one again; and it asks again for an object of which the server told nothing.
 void CTlmMeasConfig::bringSheetBack(const QModelIndex& clicked) {
-  if (newObjectInPassport || passportEdited) return;
   const QString key = keyOf(clicked);
-  const bool isUnknown = !key.isEmpty() && liteModel.IsEmpty();
+  const bool isFirst = std::exchange(justSelected, QString()) == key;
+  if (newObjectInPassport || passportEdited) return;
+  const bool isUnknown = !isFirst && !key.isEmpty() && liteModel.IsEmpty();
   if (passport.currentKey == key && !isUnknown) return;
   const QModelIndexList rows = selectedRows();
   if (rows.size() == 1 && nodeOf(rows.first()) == nodeOf(clicked)) showObject(rows.first(), true);

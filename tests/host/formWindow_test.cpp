@@ -1,6 +1,6 @@
 // The window of a linked form: what it tells of its object, and how its diagram stands in it.
 #include <QApplication>
-#include <QFormLayout>
+#include <QGridLayout>
 #include <QLabel>
 
 #include <gtest/gtest.h>
@@ -27,10 +27,14 @@ class FormWindowTest : public testing::Test {
   QString row(const QString& title) const {
     for (const QLabel* label : form->findChildren<QLabel*>()) {
       if (label->text() != title) continue;
-      for (const QFormLayout* rows : form->findChildren<QFormLayout*>()) {
-        for (int i = 0; i < rows->rowCount(); ++i)
-          if (rows->itemAt(i, QFormLayout::LabelRole)->widget() == label)
-            return qobject_cast<QLabel*>(rows->itemAt(i, QFormLayout::FieldRole)->widget())->text();
+      for (const QGridLayout* facts : form->findChildren<QGridLayout*>()) {
+        for (int row = 0; row < facts->rowCount(); ++row) {
+          for (int column = 0; column + 1 < facts->columnCount(); column += 2) {
+            QLayoutItem* const name = facts->itemAtPosition(row, column);
+            if (name && name->widget() == label)
+              return qobject_cast<QLabel*>(facts->itemAtPosition(row, column + 1)->widget())->text();
+          }
+        }
       }
     }
     return "absent";

@@ -199,6 +199,14 @@ TEST_F(SheetMoved, IsAskedForAgainByTheNextClickWhenTheServerAnswers) {
   EXPECT_EQ(app.log.filter("LiteModel").size(), 0) << "it is known now";
 }
 
+TEST_F(SheetMoved, OfARowThatIsSelectedIsAskedForOnceByItsClick) {
+  app.failures.add("PacketExec LiteModel", Fail::kStatus);
+  click("P Т-1");
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 1);
+  click("P Т-1");
+  EXPECT_EQ(app.log.filter("LiteModel").size(), 2);
+}
+
 TEST_F(SheetMoved, StaysWhileItIsBeingEdited) {
   module->onPasspChanged();
   click("Q-110");
