@@ -19,7 +19,6 @@ constexpr auto kSlowCall = std::chrono::seconds(1);
 // A request costs memory of its own, however short it is, and a name is copied into each event of a block.
 constexpr int kMostRequests = 65'536;
 constexpr size_t kLongestUser = 256;
-constexpr int kShortSilence = 20;  // this part of the patience: whoever is silent for longer gives way to others
 
 Status tooMany() { return {StatusCode::UNAVAILABLE, "too many calls under way"}; }
 Status tooLarge() { return {StatusCode::RESOURCE_EXHAUSTED, "over the limit of size"}; }
@@ -61,6 +60,7 @@ ModelService::ModelService(Core& core, const NetOptions& options, Log& log)
              options.maxRequestBytes,
              [this](std::function<void()> job) { return later(std::move(job)); },
              [this](Listener* listener, const std::string& why) { ended(listener, why); }},
+      places_(options.maxCalls, patience(), log),
       feeds_(core, log),
       beats_([this] { beat(); }) {}
 
@@ -72,54 +72,13 @@ void ModelService::settle() {
     closed_ = true;
   }
   wake_.notify_all();
+  { const std::lock_guard tending(tending_); }  // the last to end may be on its way out
   for (std::thread& worker : workers_) worker.join();
   workers_.clear();
   if (beats_.joinable()) beats_.join();
 }
 
 // ---- calls ----
-
-ModelService::Slot::Slot(ModelService& service, grpc::ServerContext* context, size_t bytes)
-    : service_(service), context_(context) {
-  const auto now = Clock::now();
-  const std::lock_guard lock(service_.mutex_);
-  given_ = service_.makeRoom(now);
-  const auto pieces = static_cast<int>((bytes + wire::kPieceBytes - 1) / wire::kPieceBytes);
-  if (given_) service_.transfers_[context_] = {now, now + pieces * service_.patience()};
-}
-
-ModelService::Slot::~Slot() {
-  const std::lock_guard lock(service_.mutex_);
-  if (carriesOut_) --service_.calls_;
-  if (given_) service_.transfers_.erase(context_);
-}
-
-void ModelService::Slot::goesOn() const {
-  const auto now = Clock::now();
-  const std::lock_guard lock(service_.mutex_);
-  const auto transfer = service_.transfers_.find(context_);
-  if (transfer != service_.transfers_.end()) transfer->second = {now, now + service_.patience()};
-}
-
-bool ModelService::Slot::carriesOut() {
-  const std::lock_guard lock(service_.mutex_);
-  service_.transfers_.erase(context_);
-  carriesOut_ = service_.calls_ < service_.options_.maxCalls;
-  if (carriesOut_) ++service_.calls_;
-  return carriesOut_;
-}
-
-// With the lock held.
-bool ModelService::makeRoom(Clock::time_point now) {
-  if (transfers_.size() < static_cast<size_t>(options_.maxCalls)) return true;
-  const auto oldest = std::min_element(transfers_.begin(), transfers_.end(), [](const auto& one, const auto& other) {
-    return one.second.heard < other.second.heard;
-  });
-  if (oldest == transfers_.end() || now - oldest->second.heard < patience() / kShortSilence) return false;
-  oldest->first->TryCancel();
-  transfers_.erase(oldest);
-  return true;
-}
 
 Status ModelService::StreamedCall(grpc::ServerContext* context,
                                   grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream) {
@@ -136,11 +95,11 @@ Status ModelService::Upload(grpc::ServerContext* context, grpc::ServerReader<v1:
 
 Status ModelService::call(grpc::ServerContext* context, grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream,
                           v1::BlockReply* response) {
-  Slot slot(*this, context, wire::kMessageBytes);
-  if (!slot.given()) return tooMany();
+  CallPlaces::Place place(places_, context, wire::kMessageBytes);
+  if (!place.given()) return tooMany();
   v1::Block request;
   if (!stream->Read(&request)) return {StatusCode::INVALID_ARGUMENT, "not a block"};
-  if (!slot.carriesOut()) return tooMany();
+  if (!place.carriesOut({})) return tooMany();
   if (const Status good = checkBounds(request); !good.ok()) return good;
   wire::Block block;
   std::string why;
@@ -150,21 +109,22 @@ Status ModelService::call(grpc::ServerContext* context, grpc::ServerUnaryStreame
 
 Status ModelService::upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
                             v1::BlockReply* response) {
-  Slot slot(*this, context);
-  if (!slot.given()) return tooMany();
+  CallPlaces::Place place(places_, context, wire::kMessageBytes);
+  if (!place.given()) return tooMany();
   v1::Block first;
   wire::Block block;
-  if (Status read = readPieces(slot, reader, &first, &block); !read.ok()) return read;
-  if (!slot.carriesOut()) return tooMany();
+  if (Status read = readPieces(place, reader, &first, &block); !read.ok()) return read;
+  if (!place.carriesOut(patience())) return tooMany();  // it would have to come again as a whole
   return carryOut(block, first, context->peer(), response);
 }
 
 // The lengths are checked before a byte of the bodies is kept, and nothing is taken for granted about them.
-Status ModelService::readPieces(const Slot& transfer, grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first,
-                                wire::Block* block) {
+Status ModelService::readPieces(const CallPlaces::Place& place, grpc::ServerReader<v1::BlockPiece>* reader,
+                                v1::Block* first, wire::Block* block) {
   v1::BlockPiece piece;
   std::string why;
   if (!reader->Read(&piece) || !piece.has_block()) return {StatusCode::INVALID_ARGUMENT, "no block in the first piece"};
+  place.goesOn();
   *first = std::move(*piece.mutable_block());
   if (const Status good = checkBounds(*first); !good.ok()) return good;
   if (!wire::fromMessage(*first, block, &why)) return {StatusCode::INVALID_ARGUMENT, why};
@@ -183,7 +143,7 @@ Status ModelService::readPieces(const Slot& transfer, grpc::ServerReader<v1::Blo
   while (reader->Read(&piece)) {
     bytes += piece.data().size();
     if (bytes >= wire::kPieceBytes) {
-      transfer.goesOn();
+      place.goesOn();
       bytes = 0;
     }
     std::string_view rest = piece.data();
@@ -248,17 +208,17 @@ Status ModelService::finishReply(const wire::Block& block, bool plain, wire::Blo
 
 Status ModelService::StreamedTakePieces(grpc::ServerContext* context,
                                         grpc::ServerSplitStreamer<v1::PiecesRequest, v1::Piece>* stream) {
-  const Slot slot(*this, context);
-  if (!slot.given()) return tooMany();
+  const CallPlaces::Place place(places_, context);
+  if (!place.given()) return tooMany();
   v1::PiecesRequest request;
   if (!stream->Read(&request)) return {StatusCode::INVALID_ARGUMENT, "not a request for pieces"};
-  slot.goesOn();
+  place.goesOn();
   const auto reply = shelf_.take(request.rest());
   if (!reply) return {StatusCode::NOT_FOUND, "no such reply waits to be taken"};
   v1::Piece piece;
   const auto send = [&] {
     const bool sent = stream->Write(piece);
-    slot.goesOn();
+    place.goesOn();
     piece.mutable_data()->clear();
     return sent;
   };
@@ -293,7 +253,8 @@ grpc::ServerBidiReactor<v1::Subscription, v1::Delivery>* ModelService::Listen(gr
 }
 
 void ModelService::ended(Listener* listener, const std::string& why) {
-  std::unique_lock lock(mutex_);
+  const std::lock_guard tending(tending_);
+  const std::lock_guard lock(mutex_);
   const auto known = listeners_.find(listener);
   if (known == listeners_.end()) return;
   const std::string peer = known->second;
@@ -308,9 +269,22 @@ void ModelService::ended(Listener* listener, const std::string& why) {
 
 void ModelService::endStreams(const Status& why) {
   feeds_.endAll(why);
-  const std::lock_guard lock(mutex_);
-  stopping_ = true;
-  for (const auto& [listener, peer] : listeners_) listener->finish(why);
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  eachListener([&](Listener& listener) { listener.finish(why); });
+}
+
+void ModelService::eachListener(const std::function<void(Listener&)>& visit) {
+  const std::lock_guard tending(tending_);
+  std::vector<Listener*> all;
+  {
+    const std::lock_guard lock(mutex_);
+    all.reserve(listeners_.size());
+    for (const auto& [listener, peer] : listeners_) all.push_back(listener);
+  }
+  for (Listener* const listener : all) visit(*listener);
 }
 
 // Where the system gives no more threads the work waits for one of those that are there.
@@ -349,22 +323,25 @@ void ModelService::work() {
 void ModelService::beat() {
   std::unique_lock lock(mutex_);
   while (!wake_.wait_for(lock, std::chrono::milliseconds(options_.beatMs) / 2, [this] { return closed_; })) {
-    const auto now = Clock::now();
-    const auto tooOld = now - patience();
-    for (const auto& [listener, peer] : listeners_) {
-      listener->endIfStuckSince(tooOld);
-      if (listener->silentSince(tooOld))
-        listener->finish({StatusCode::DEADLINE_EXCEEDED, "no subscription came"});
-      else
-        listener->beat(now);
-    }
-    for (const auto& [context, transfer] : transfers_) {
-      if (transfer.until < now) context->TryCancel();
-    }
-    feeds_.endStuckSince(tooOld);
-    if (const size_t dropped = shelf_.dropOld(now); dropped > 0)
-      log_.info("replies-dropped", {{"replies", count(dropped)}});
+    lock.unlock();
+    tend(Clock::now());
+    lock.lock();
   }
+}
+
+void ModelService::tend(Clock::time_point now) {
+  const auto tooOld = now - patience();
+  eachListener([&](Listener& listener) {
+    listener.endIfStuckSince(tooOld);
+    if (listener.silentSince(tooOld))
+      listener.finish({StatusCode::DEADLINE_EXCEEDED, "no subscription came"});
+    else
+      listener.beat(now);
+  });
+  places_.endStuck(now);
+  feeds_.endStuckSince(tooOld);
+  if (const size_t dropped = shelf_.dropOld(now); dropped > 0)
+    log_.info("replies-dropped", {{"replies", count(dropped)}});
 }
 
 }  // namespace tlm::server

@@ -12,10 +12,9 @@
 #include <thread>
 #include <vector>
 
-#include <TlmWireGrpc/convert.h>
-
 #include <tlm/v1/model.grpc.pb.h>
 
+#include "CallPlaces.h"
 #include "Listener.h"
 #include "Log.h"
 #include "NetServer.h"
@@ -51,32 +50,6 @@ class ModelService final : public ModelMethods {
  private:
   using Clock = std::chrono::steady_clock;
 
-  // A call under way: at most maxCalls whose messages are on their way, in or out, and as many that are carried out.
-  // What is on its way has to go on, each mebibyte within the server's patience. Where all places are taken, the one
-  // that has been silent for longest gives way to a new one, once it has been for a twentieth of that.
-  class Slot {
-   public:
-    // The first thing to pass has at most that many bytes.
-    Slot(ModelService& service, grpc::ServerContext* context, size_t bytes = wire::kPieceBytes);
-    ~Slot();
-    Slot(const Slot&) = delete;
-    Slot& operator=(const Slot&) = delete;
-    bool given() const { return given_; }
-    void goesOn() const;  // a whole piece has passed
-    bool carriesOut();    // all has come; false when too many are carried out
-
-   private:
-    ModelService& service_;
-    grpc::ServerContext* const context_;
-    bool given_ = false;
-    bool carriesOut_ = false;
-  };
-  struct Transfer {
-    Clock::time_point heard;  // when the last piece passed
-    Clock::time_point until;  // the next one has to pass
-  };
-  bool makeRoom(Clock::time_point now);
-
   grpc::Status call(grpc::ServerContext* context, grpc::ServerUnaryStreamer<v1::Block, v1::BlockReply>* stream,
                     v1::BlockReply* response);
   grpc::Status upload(grpc::ServerContext* context, grpc::ServerReader<v1::BlockPiece>* reader,
@@ -84,13 +57,15 @@ class ModelService final : public ModelMethods {
   grpc::Status carryOut(const wire::Block& block, const v1::Block& asked, const std::string& peer,
                         v1::BlockReply* response);
   grpc::Status finishReply(const wire::Block& block, bool plain, wire::BlockReply&& reply, v1::BlockReply* response);
-  grpc::Status readPieces(const Slot& transfer, grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first,
+  grpc::Status readPieces(const CallPlaces::Place& place, grpc::ServerReader<v1::BlockPiece>* reader, v1::Block* first,
                           wire::Block* block);
 
   void ended(Listener* listener, const std::string& why);
   bool later(std::function<void()> job);
   void work();
   void beat();
+  void tend(Clock::time_point now);
+  void eachListener(const std::function<void(Listener&)>& visit);
   std::chrono::milliseconds patience() const { return std::chrono::milliseconds(options_.patienceMs); }
 
   Core& core_;
@@ -99,11 +74,13 @@ class ModelService final : public ModelMethods {
   PieceShelf shelf_;
   ListenerHouse house_;
 
+  CallPlaces places_;
+  // Held while streams are told something, so that none of them goes; taken before the other.
+  std::mutex tending_;
+  // Never held while the library is called: it may open a stream on any thread that calls it, from within.
   std::mutex mutex_;
   std::condition_variable wake_;
   bool stopping_ = false;
-  int calls_ = 0;  // that are carried out
-  std::map<grpc::ServerContext*, Transfer> transfers_;
   std::map<Listener*, std::string> listeners_;  // with their peers
   // One that catches up slowly keeps nobody waiting: there are as many threads as ever had work at once, at most one
   // for each stream.

@@ -17,7 +17,7 @@ class Log;
 struct NetOptions {
   std::vector<std::string> addresses;         // "127.0.0.1:4860", "[::1]:0", "unix:/run/tlm/model.sock"
   size_t maxRequestBytes = size_t{64} << 20;  // of one block, as the core has it
-  int maxCalls = 64;                          // under way at once
+  int maxCalls = 64;                          // whose messages are on their way, and as many that are carried out
   int maxSessions = 256;                      // open streams
   int beatMs = 2000;                          // a stream with nothing to tell says so this often
   int patienceMs = 20'000;                    // for a connection, a stream or a transfer that does not go on

@@ -61,6 +61,7 @@ void ValueFeeds::settle() {
     std::unique_lock lock(mutex_);
     empty_.wait(lock, [this] { return feeds_.empty(); });
   }
+  { const std::lock_guard tending(tending_); }  // the last to end may be on its way out
   worker_.end();
 }
 
@@ -77,17 +78,30 @@ ValueFeeds::Reactor* ValueFeeds::open(grpc::CallbackServerContext* context) {
 }
 
 void ValueFeeds::endAll(const Status& why) {
-  const std::lock_guard lock(mutex_);
-  stopping_ = true;
-  for (const auto& [feed, peer] : feeds_) feed->end(why);
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  each([&](ValueFeed& feed) { feed.end(why); });
 }
 
 void ValueFeeds::endStuckSince(Clock::time_point time) {
-  const std::lock_guard lock(mutex_);
-  for (const auto& [feed, peer] : feeds_) feed->endIfStuckSince(time);
+  each([&](ValueFeed& feed) { feed.endIfStuckSince(time); });
+}
+
+void ValueFeeds::each(const std::function<void(ValueFeed&)>& visit) {
+  const std::lock_guard tending(tending_);
+  std::vector<ValueFeed*> all;
+  {
+    const std::lock_guard lock(mutex_);
+    all.reserve(feeds_.size());
+    for (const auto& [feed, peer] : feeds_) all.push_back(feed);
+  }
+  for (ValueFeed* const feed : all) visit(*feed);
 }
 
 void ValueFeeds::closed(ValueFeed* feed, const std::string& why) {
+  const std::lock_guard tending(tending_);
   const std::lock_guard lock(mutex_);
   const auto known = feeds_.find(feed);
   log_.info("feed-closed", {{"peer", known->second}, {"why", why}});

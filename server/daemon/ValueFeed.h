@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -42,9 +43,13 @@ class ValueFeeds {
   friend class ValueFeed;
 
   void closed(ValueFeed* feed, const std::string& why);
+  void each(const std::function<void(ValueFeed&)>& visit);
 
   Core& core_;
   Log& log_;
+  // Held while streams are told something, so that none of them goes; taken before the other.
+  std::mutex tending_;
+  // Never held while the library is called: it may open a stream on any thread that calls it, from within.
   std::mutex mutex_;
   std::condition_variable empty_;
   bool stopping_ = false;

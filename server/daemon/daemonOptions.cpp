@@ -68,7 +68,8 @@ const std::vector<Option>& optionTable() {
        [](O& o, const std::string& v) { return setFlag(v, &o.sample); }},
       {"simulate", nullptr, "let the values of measurements move",
        [](O& o, const std::string& v) { return setFlag(v, &o.simulate); }},
-      {"max-calls", "N", "calls under way at once (64)", number(&O::net, &NetOptions::maxCalls, 1, 4096)},
+      {"max-calls", "N", "calls on their way, and as many carried out (64)",
+       number(&O::net, &NetOptions::maxCalls, 1, 4096)},
       {"max-sessions", "N", "open sessions (256)", number(&O::net, &NetOptions::maxSessions, 1, 65536)},
       // A record of that size travels as one event, whatever a client sends itself.
       {"max-request-bytes", "N", "of one block of requests (67108864, which is the most)",

@@ -1,8 +1,8 @@
 #include "sampleCell.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <cstdio>
 
 namespace tlm::server {
 
@@ -54,16 +54,22 @@ std::optional<double> realNumber(std::string_view cell) {
   return value;
 }
 
+// The text has a digit wherever the pattern has a nought, and the pattern's character elsewhere.
+bool looksLike(std::string_view text, std::string_view pattern) {
+  const auto fits = [](char have, char wanted) { return wanted == '0' ? have >= '0' && have <= '9' : have == wanted; };
+  return std::equal(text.begin(), text.end(), pattern.begin(), pattern.end(), fits);
+}
+
 std::optional<double> dateNumber(std::string_view cell) {
-  int year = 0, month = 0, dayOfMonth = 0, hour = 0, minute = 0, read = 0;
-  const std::string text(cell);
-  const bool date = std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &year, &month, &dayOfMonth, &read) == 3 && read == 10;
-  const bool onlyDate = date && text.size() == 10;
-  const bool dateAndTime = date && text.size() == 16 && std::sscanf(text.c_str() + 10, "T%2d:%2d", &hour, &minute) == 2;
-  const std::chrono::year_month_day day{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
-                                        std::chrono::day(static_cast<unsigned>(dayOfMonth))};
-  if (!(onlyDate || dateAndTime) || !day.ok() || hour < 0 || hour > 23 || minute < 0 || minute > 59)
-    return std::nullopt;
+  const bool dateAndTime = looksLike(cell, "0000-00-00T00:00");
+  if (!dateAndTime && !looksLike(cell, "0000-00-00")) return std::nullopt;
+  const auto number = [&](size_t at, size_t length) { return static_cast<int>(*wholeNumber(cell.substr(at, length))); };
+  const std::chrono::year_month_day day{std::chrono::year(number(0, 4)),
+                                        std::chrono::month(static_cast<unsigned>(number(5, 2))),
+                                        std::chrono::day(static_cast<unsigned>(number(8, 2)))};
+  const int hour = dateAndTime ? number(11, 2) : 0;
+  const int minute = dateAndTime ? number(14, 2) : 0;
+  if (!day.ok() || hour > 23 || minute > 59) return std::nullopt;
   constexpr std::chrono::sys_days kOrigin = std::chrono::year(1899) / 12 / 30;
   return static_cast<double>((std::chrono::sys_days(day) - kOrigin).count()) + (hour * 60 + minute) / 1440.0;
 }

@@ -10,35 +10,45 @@ namespace tlm::test {
 // One at a time. Only lines of the default category; they may come from any thread.
 class DebugLines {
  public:
-  DebugLines() : before_(qInstallMessageHandler(take)) { current() = this; }
+  DebugLines() {
+    {
+      const QMutexLocker lock(&mutex());
+      current() = this;
+    }
+    before_ = qInstallMessageHandler(take);
+  }
   ~DebugLines() {
     qInstallMessageHandler(before_);
+    const QMutexLocker lock(&mutex());
     current() = nullptr;
   }
   DebugLines(const DebugLines&) = delete;
   DebugLines& operator=(const DebugLines&) = delete;
 
   QStringList all() const {
-    const QMutexLocker lock(&mutex_);
+    const QMutexLocker lock(&mutex());
     return lines_;
   }
   // Those that hold the text.
   QStringList with(const QString& text) const { return all().filter(text); }
 
  private:
+  static QMutex& mutex() {
+    static QMutex mutex;
+    return mutex;
+  }
   static DebugLines*& current() {
     static DebugLines* lines = nullptr;
     return lines;
   }
   static void take(QtMsgType, const QMessageLogContext& context, const QString& text) {
     if (qstrcmp(context.category, "default") != 0) return;
-    const QMutexLocker lock(&current()->mutex_);
-    current()->lines_ += text;
+    const QMutexLocker lock(&mutex());
+    if (current()) current()->lines_ += text;
   }
 
-  mutable QMutex mutex_;
   QStringList lines_;
-  const QtMessageHandler before_;
+  QtMessageHandler before_ = nullptr;
 };
 
 }  // namespace tlm::test

@@ -30,6 +30,13 @@ NetLine quickLine(const std::string& address, const std::string& user) {
   return line;
 }
 
+std::unique_ptr<Peer> connectPeer(const NetLine& line) {
+  std::string problem;
+  auto transport = connectToServer(line, &problem);
+  if (!transport) ADD_FAILURE() << problem;
+  return transport ? std::make_unique<Peer>(std::move(transport)) : nullptr;
+}
+
 NetworkServer::NetworkServer(server::Core& core, server::NetOptions options)
     : log_(server::LogLevel::kDebug, [this](const std::string& line) {
         const std::lock_guard lock(mutex_);

@@ -15,12 +15,16 @@
 #include <thread>
 #include <vector>
 
+#include "Peer.h"
+
 namespace tlm::test {
 
 // Beats often, so that a dead line is noticed at once.
 server::NetOptions quickNet();
 // A line that comes back at once.
 NetLine quickLine(const std::string& address, const std::string& user = "engineer");
+// Null, and a failure of the test, when the server cannot be reached.
+std::unique_ptr<Peer> connectPeer(const NetLine& line);
 
 // At a port that the system chose and at a Unix socket in a folder of its own.
 class NetworkServer {

@@ -59,7 +59,7 @@ inline int connectSilently(const std::string& address) {
 class OpenCall {
  public:
   OpenCall(const std::shared_ptr<grpc::Channel>& channel, const std::string& method)
-      : stub_(channel), call_(stub_.PrepareCall(&context_, method, &queue_)) {
+      : stub_(channel), call_((setLimit(), stub_.PrepareCall(&context_, method, &queue_))) {
     call_->StartCall(nullptr);
     wait();
   }
@@ -86,6 +86,8 @@ class OpenCall {
   }
 
  private:
+  // Which only a broken server reaches.
+  void setLimit() { context_.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(60)); }
   bool wait() {
     void* tag = nullptr;
     bool good = false;
@@ -114,13 +116,7 @@ class BadInput : public testing::Test {
     EXPECT_TRUE(peer && peer->ask("SRV_GROUPS_INFO", "").status == 0);
   }
 
-  // Null, and a failure of the test, when it cannot be reached.
-  std::unique_ptr<Peer> connectPeer() {
-    std::string problem;
-    auto transport = connectToServer(quickLine(network.tcp()), &problem);
-    if (!transport) ADD_FAILURE() << problem;
-    return transport ? std::make_unique<Peer>(std::move(transport)) : nullptr;
-  }
+  std::unique_ptr<Peer> connectPeer() { return test::connectPeer(quickLine(network.tcp())); }
   // An event of that many bytes and more.
   static void writeLarge(Peer& peer, size_t bytes) {
     ASSERT_EQ(peer.write("Archives", keyOf("Склад"), "location", std::string(bytes, 'd')), 0);

@@ -28,13 +28,6 @@ unit КП-1
   analog 1002 P Т-2
 )";
 
-std::unique_ptr<Peer> connectPeer(const NetLine& line) {
-  std::string problem;
-  auto transport = connectToServer(line, &problem);
-  if (!transport) ADD_FAILURE() << problem;
-  return transport ? std::make_unique<Peer>(std::move(transport)) : nullptr;
-}
-
 class BrokenLine : public testing::Test {
  protected:
   explicit BrokenLine(server::CoreOptions options = shortScripts())

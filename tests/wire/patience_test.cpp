@@ -102,6 +102,7 @@ TEST_F(Impatient, ACallWhoseMessageDoesNotComeIsEnded) {
   for (const std::string method : {"Call", "TakePieces"}) {
     EXPECT_EQ(OpenCall(channel, "/tlm.v1.Model/" + method).finish().error_code(), StatusCode::CANCELLED) << method;
   }
+  EXPECT_NE(network.logText().find("event=call-given-up"), std::string::npos);
 }
 
 class OneCall : public BadInput {
@@ -173,6 +174,7 @@ class TwoPlaces : public SlowScripts {
   static server::NetOptions options() {
     server::NetOptions options = SlowScripts::options();
     options.maxCalls = 2;
+    options.patienceMs = 20'000;
     return options;
   }
   // Until it finds a place.
@@ -184,32 +186,56 @@ class TwoPlaces : public SlowScripts {
     } while (status.error_code() == StatusCode::UNAVAILABLE);
     return status;
   }
+  // Returns when as many scripts are carried out as may be, and others are refused.
+  void takePlaces() {
+    for (int i = 0; i < 2; ++i) scripts.push_back(std::async(std::launch::async, [this] { return runScript(); }));
+    const auto isRunning = [](const std::future<Status>& script) {
+      return script.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+    };
+    // The first refusal may come because the scripts themselves are on their way still.
+    int refusals = 0;
+    while (refusals < 3 && std::any_of(scripts.begin(), scripts.end(), isRunning)) {
+      v1::BlockReply reply;
+      const Status status = call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
+      refusals = status.error_code() == StatusCode::UNAVAILABLE ? refusals + 1 : 0;
+    }
+    EXPECT_EQ(refusals, 3);
+  }
+
+  std::vector<std::future<Status>> scripts;
 };
 
 TEST_F(TwoPlaces, TakenByScriptsKeepOthersFromBeingCarriedOut) {
-  std::vector<std::future<Status>> scripts;
-  for (int i = 0; i < 2; ++i) scripts.push_back(std::async(std::launch::async, [this] { return runScript(); }));
-  const auto isRunning = [](const std::future<Status>& script) {
-    return script.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
-  };
-  // The first refusal may come because the scripts themselves are on their way still.
-  int refusals = 0;
-  while (refusals < 3 && std::any_of(scripts.begin(), scripts.end(), isRunning)) {
-    v1::BlockReply reply;
-    const Status status = call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
-    refusals = status.error_code() == StatusCode::UNAVAILABLE ? refusals + 1 : 0;
-  }
-  EXPECT_EQ(refusals, 3);
+  takePlaces();
+  for (std::future<Status>& script : scripts) EXPECT_TRUE(script.get().ok());
+}
+
+// It would have to come again as a whole.
+TEST_F(TwoPlaces, TakenByScriptsAreWaitedForByAnUpload) {
+  takePlaces();
+  v1::BlockPiece piece;
+  *piece.mutable_block() = oneRequest(v1::PACKET, "SRV_GROUPS_INFO", "");
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto writer = stub->Upload(&context, &reply);
+  writer->Write(piece);
+  writer->WritesDone();
+  const Status status = writer->Finish();
+  EXPECT_TRUE(status.ok()) << status.error_message();
   for (std::future<Status>& script : scripts) EXPECT_TRUE(script.get().ok());
 }
 
 class FewPlaces : public BadInput {
  protected:
   FewPlaces() : BadInput(options()) {}
+  StatusCode ask() {
+    v1::BlockReply reply;
+    return call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply).error_code();
+  }
   static server::NetOptions options() {
     server::NetOptions options = quickNet();
     options.maxCalls = 3;
-    options.patienceMs = 60'000;
+    options.patienceMs = 12'000;
     return options;
   }
 };
@@ -218,13 +244,9 @@ class FewPlaces : public BadInput {
 TEST_F(FewPlaces, OfThoseWhoSayNothingOneGivesWay) {
   std::vector<std::unique_ptr<OpenCall>> silent;
   for (int i = 0; i < 3; ++i) silent.push_back(std::make_unique<OpenCall>(channel, "/tlm.v1.Model/Call"));
-  v1::BlockReply reply;
-  Status status;
-  do {  // until all have begun over there
-    status = call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
-  } while (status.ok());
-  EXPECT_EQ(status.error_code(), StatusCode::UNAVAILABLE) << "none has been silent for three seconds";
-  EXPECT_TRUE(eventually([&] { return call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply).ok(); }, 15'000));
+  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::UNAVAILABLE; })) << "when all have begun over there";
+  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::OK; }, 10'000));
+  EXPECT_NE(network.logText().find("event=call-gave-way"), std::string::npos);
   int cancelled = 0;
   for (const auto& one : silent) {
     one->send(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", "").SerializeAsString());
@@ -233,6 +255,26 @@ TEST_F(FewPlaces, OfThoseWhoSayNothingOneGivesWay) {
     cancelled += end.ok() ? 0 : 1;
   }
   EXPECT_EQ(cancelled, 1);
+}
+
+TEST_F(FewPlaces, OneThatHasBegunToComeKeepsItsPlace) {
+  constexpr size_t kPieces = 3;
+  v1::BlockPiece piece = announcing(kPieces * wire::kPieceBytes);
+  grpc::ClientContext context;
+  v1::BlockReply reply;
+  const auto upload = stub->Upload(&context, &reply);
+  ASSERT_TRUE(upload->Write(piece));
+  piece.clear_block();
+  piece.set_data(std::string(wire::kPieceBytes, 'x'));
+  for (size_t i = 0; i + 1 < kPieces; ++i) ASSERT_TRUE(upload->Write(piece));
+  std::vector<std::unique_ptr<OpenCall>> silent;
+  for (int i = 0; i < 2; ++i) silent.push_back(std::make_unique<OpenCall>(channel, "/tlm.v1.Model/Call"));
+  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::UNAVAILABLE; })) << "when all have begun over there";
+  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::OK; }, 10'000));
+  EXPECT_TRUE(upload->Write(piece));
+  upload->WritesDone();
+  const Status status = upload->Finish();
+  EXPECT_TRUE(status.ok()) << status.error_message();
 }
 
 // It still answers pings, and would keep its queue and its place for ever.

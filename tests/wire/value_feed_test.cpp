@@ -34,8 +34,9 @@ user длинный {values=1;password=)" +
 // One collector's stream.
 class Feed {
  public:
-  explicit Feed(v1::Model::Stub& stub) : stream_(stub.PutValues(&context_)) {
+  explicit Feed(v1::Model::Stub& stub) {
     context_.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(30));
+    stream_ = stub.PutValues(&context_);
   }
   ~Feed() {
     if (stream_) context_.TryCancel();
