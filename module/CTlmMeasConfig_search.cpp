@@ -11,8 +11,6 @@
 #include <QTextCodec>
 #include <QToolBar>
 
-#include <algorithm>
-
 namespace {
 
 // The key of the unit of the first record, empty without one.
@@ -174,12 +172,11 @@ bool CTlmMeasConfig::openUnitOf(const CMDArray& records, QModelIndex& unit) {
 
 namespace {
 
-// The server knows a key in its own case alone.
+// The server knows a key in its own case alone, and those it makes are in capitals.
 bool recordInAnyCase(CTlmCliSes* session, const QString& key, CMDArray* record) {
-  QStringList forms{key, key.toUpper(), key.toLower()};
-  forms.removeDuplicates();
-  return std::any_of(forms.cbegin(), forms.cend(),
-                     [&](const QString& form) { return GetRecByKey(session, form.toStdString(), record); });
+  if (GetRecByKey(session, key.toStdString(), record)) return true;
+  const QString capitals = key.toUpper();
+  return capitals != key && GetRecByKey(session, capitals.toStdString(), record);
 }
 
 }  // namespace
