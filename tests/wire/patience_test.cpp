@@ -135,6 +135,15 @@ TEST_F(OneCall, CallsOverTheLimitAreToldToComeAgain) {
 class SlowScripts : public BadInput {
  protected:
   explicit SlowScripts(server::NetOptions net = options()) : BadInput(net, slow()) {}
+  Status uploadWhole(const v1::Block& block, v1::BlockReply* reply) {
+    v1::BlockPiece piece;
+    *piece.mutable_block() = block;
+    grpc::ClientContext context;
+    const auto writer = stub->Upload(&context, reply);
+    writer->Write(piece);
+    writer->WritesDone();
+    return writer->Finish();
+  }
   static server::NetOptions options() {
     server::NetOptions options = quickNet();
     options.patienceMs = 250;
@@ -156,14 +165,8 @@ TEST_F(SlowScripts, ACallThatHasComeIsNotEnded) {
 }
 
 TEST_F(SlowScripts, AnUploadThatHasComeIsNotEnded) {
-  v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::SCRIPT, kEndlessScript, "");
-  grpc::ClientContext context;
   v1::BlockReply reply;
-  const auto writer = stub->Upload(&context, &reply);
-  writer->Write(piece);
-  writer->WritesDone();
-  const Status status = writer->Finish();
+  const Status status = uploadWhole(oneRequest(v1::SCRIPT, kEndlessScript, ""), &reply);
   ASSERT_TRUE(status.ok()) << status.error_message();
   EXPECT_EQ(reply.each(0).status(), wire::kBudgetSpent);
 }
@@ -213,14 +216,8 @@ TEST_F(TwoPlaces, TakenByScriptsKeepOthersFromBeingCarriedOut) {
 // It would have to come again as a whole.
 TEST_F(TwoPlaces, TakenByScriptsAreWaitedForByAnUpload) {
   takePlaces();
-  v1::BlockPiece piece;
-  *piece.mutable_block() = oneRequest(v1::PACKET, "SRV_GROUPS_INFO", "");
-  grpc::ClientContext context;
   v1::BlockReply reply;
-  const auto writer = stub->Upload(&context, &reply);
-  writer->Write(piece);
-  writer->WritesDone();
-  const Status status = writer->Finish();
+  const Status status = uploadWhole(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply);
   EXPECT_TRUE(status.ok()) << status.error_message();
   for (std::future<Status>& script : scripts) EXPECT_TRUE(script.get().ok());
 }
@@ -231,6 +228,10 @@ class FewPlaces : public BadInput {
   StatusCode ask() {
     v1::BlockReply reply;
     return call(oneRequest(v1::PACKET, "SRV_GROUPS_INFO", ""), &reply).error_code();
+  }
+  void waitUntilOneGivesWay() {
+    EXPECT_TRUE(eventually([&] { return ask() == StatusCode::UNAVAILABLE; })) << "when all have begun over there";
+    EXPECT_TRUE(eventually([&] { return ask() == StatusCode::OK; }, 10'000));
   }
   static server::NetOptions options() {
     server::NetOptions options = quickNet();
@@ -244,8 +245,7 @@ class FewPlaces : public BadInput {
 TEST_F(FewPlaces, OfThoseWhoSayNothingOneGivesWay) {
   std::vector<std::unique_ptr<OpenCall>> silent;
   for (int i = 0; i < 3; ++i) silent.push_back(std::make_unique<OpenCall>(channel, "/tlm.v1.Model/Call"));
-  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::UNAVAILABLE; })) << "when all have begun over there";
-  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::OK; }, 10'000));
+  waitUntilOneGivesWay();
   EXPECT_NE(network.logText().find("event=call-gave-way"), std::string::npos);
   int cancelled = 0;
   for (const auto& one : silent) {
@@ -269,8 +269,7 @@ TEST_F(FewPlaces, OneThatHasBegunToComeKeepsItsPlace) {
   for (size_t i = 0; i + 1 < kPieces; ++i) ASSERT_TRUE(upload->Write(piece));
   std::vector<std::unique_ptr<OpenCall>> silent;
   for (int i = 0; i < 2; ++i) silent.push_back(std::make_unique<OpenCall>(channel, "/tlm.v1.Model/Call"));
-  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::UNAVAILABLE; })) << "when all have begun over there";
-  EXPECT_TRUE(eventually([&] { return ask() == StatusCode::OK; }, 10'000));
+  waitUntilOneGivesWay();
   EXPECT_TRUE(upload->Write(piece));
   upload->WritesDone();
   const Status status = upload->Finish();
